@@ -1,0 +1,39 @@
+// The bounds that keep a peer from growing, stalling or exhausting a process. A peer is anything on
+// the other end of a socket, a queue or a file. Sizes are bytes, times are milliseconds.
+#pragma once
+
+#include <cstddef>
+
+namespace qel::config::limits {
+
+// Objects inside objects that a stream may describe before it is refused.
+constexpr unsigned kNesting = 16;
+
+// Serialized bytes that may follow one stream record.
+constexpr std::size_t kStreamPayload = 1024 * 1024;
+
+// Registry entries that lookups of unknown class identifiers may leave behind.
+constexpr std::size_t kUnknownClasses = 1024;
+
+// TCP peers that one server serves at a time.
+constexpr std::size_t kTcpPeers = 512;
+
+// Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
+constexpr std::size_t kOutbox = 256 * 1024;
+
+// How long a peer may take to complete a record that it has begun.
+constexpr int kHalfRecordMs = 10000;
+
+// Keys that change events may put into a client's cache.
+constexpr std::size_t kCacheKeys = 65536;
+
+// Stack of a thread that serves one peer.
+constexpr std::size_t kPeerThreadStack = 256 * 1024;
+
+// Requests of one client that were given up and whose late answers are still recognised.
+constexpr std::size_t kAbandonedRequests = 1024;
+
+// Events that a client keeps while one of its listeners waits for an answer.
+constexpr std::size_t kKeptEvents = 65536;
+
+}  // namespace qel::config::limits

@@ -1,0 +1,18 @@
+// Starts the library's threads. Internal.
+#pragma once
+
+#include <pthread.h>
+
+#include <cstddef>
+
+namespace qel::config {
+
+enum class ThreadKind { kJoinable, kDetached };
+
+// Runs `entry(argument)` on a new thread that takes no signals: those are the program's business. A
+// stack of 0 is the system's default. Returns 0, or the error number of pthread_create, which is in
+// errno too; `thread` may be null for a detached one.
+int StartThread(pthread_t* thread, ThreadKind kind, std::size_t stackSize, void* (*entry)(void*),
+                void* argument);
+
+}  // namespace qel::config

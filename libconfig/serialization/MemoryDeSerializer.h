@@ -1,0 +1,63 @@
+// Reads from a buffer that the caller owns; the layout is described at MemorySerializer.
+//
+// Reads are bounded. One that needs more bytes than are left, or a string without its zero, leaves
+// its target as it was, moves to the end and marks the stream as overrun; from then on every read
+// does the same until SetPos. An object read from an overrun stream is null. With a null end the
+// caller vouches for the bytes and nothing is checked.
+#pragma once
+
+#include "libconfig/serialization/ClassFactory.h"
+#include "libconfig/serialization/DeSerializer.h"
+
+class LIBCONFIG_API MemoryDeSerializer : public DeSerializer {
+ public:
+  // `end` is one past the last byte. The last argument is kept for its readers only.
+  MemoryDeSerializer(eSerializationFormat format, char* start, char* end, bool flag);
+  ~MemoryDeSerializer() override;
+
+  // Neither a char nor a long moves the position: each can only be the last field, unless the
+  // caller steps over it with SetPos. A long is 4 bytes, sign-extended where the host's is wider.
+  void Read(const char* key, unsigned char& value) override;
+  void Read(const char* key, long& value) override;
+  void Read(const char* key, bool& value) override;
+  void Read(const char* key, std::string& value) override;
+  void Read(const char* key, unsigned int& value) override;
+  void Read(const char* key, int& value) override;
+  // Creates the object through ClassFactory, so that it may be a shared prototype that the next
+  // reader overwrites: see ClassFactory::IsShared, and clone it at once. Null, with a message, for
+  // an unknown class; null without one for a damaged object or one nested too deep.
+  void Read(const char* key, Serializable*& object) override;
+  // A block longer than `capacity` gives length 0, and its bytes are the next to be read. An empty
+  // block leaves `length` as it was.
+  void Read(const char* key, char* buffer, unsigned int capacity, unsigned int& length) override;
+  // An empty block gives length 0 and leaves `data` as it was.
+  void Read(const char* key, char*& data, unsigned int& length) override;
+  int Read(Serializable*& object) override;
+  bool IsEndOfStream() override;
+
+  virtual char* GetPos();
+  virtual void SetPos(char* position);
+  virtual bool IsEndOfSector();
+  virtual char* GetSectorStart();
+  virtual void SetSectorStart(char* start);
+  virtual char* GetSectorEnd();
+  virtual void SetSectorEnd(char* end);
+  // Bytes between the position and the end; negative behind the end.
+  virtual int Available();
+  virtual void Read(ClassFactoryHeader& header);
+
+  // Whether a read asked for more than there was.
+  bool IsOverrun() const { return _overrun; }
+
+ private:
+  bool Take(unsigned int count);
+  void MarkOverrun();
+  bool ReadWord(unsigned int& value);
+
+  char* _position;
+  char* _start;
+  char* _end;
+  const bool _flag;
+  bool _overrun = false;
+  unsigned _depth = 0;
+};
