@@ -1,0 +1,22 @@
+// Parameter values as the bytes that follow a stream record. Internal.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "libconfig/serialization/Identifiers.h"
+#include "libconfig/values/ConfigValue.h"
+
+namespace qel::config {
+
+// The value that `length` bytes describe, as an object of the caller's own; null when they describe
+// none. Any thread: readers share the prototypes of ClassFactory, so that one value is read and
+// cloned at a time.
+std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
+                                         eSerializationFormat format);
+
+// The bytes of `value` as it stands at the time of the call, behind `room` bytes left for a record.
+// A change made meanwhile by another thread is either in them whole or not at all.
+std::vector<char> EncodeValue(ConfigValue& value, eSerializationFormat format, std::size_t room);
+
+}  // namespace qel::config
