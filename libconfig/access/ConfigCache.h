@@ -1,0 +1,91 @@
+// Keeps the last known value of each parameter that is not volatile, so that reading it again costs
+// no round trip and setting it to the same value sends nothing. It owns the configuration that it
+// wraps.
+//
+// Events keep the cache current, but only if somebody registers it: the cache is a listener, and
+// `cache->AddConfigEventListener(cache)` puts it among those of the wrapped configuration. Without
+// that it goes on answering what it read first.
+//
+// Any thread may call. Nothing is locked while the wrapped configuration is asked.
+#pragma once
+
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/ConfigEventListener.h"
+#include "libconfig/base/Export.h"
+#include "libconfig/values/SemaphoreHelper.h"
+
+namespace qel::logging {
+class Logger;
+}
+
+class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
+ public:
+  // Takes over `config`, which may be null: then every operation fails.
+  explicit ConfigCache(Config* config);
+  // Give a cache back by deleting it; that ends the connection that it wraps as well.
+  ~ConfigCache() override;
+
+  using Config::GetParamDescriptor;
+  int Set(eParam_t param, unsigned int value) override;
+  unsigned int Get(eParam_t param) override;
+  eConfigID_t GetConfigID() override;
+  // As the wrapped configuration had it when the cache was made.
+  timeval GetLastConfigUpdate() override;
+  ParamDescriptor* GetParamDescriptor(eParam_t param) override;
+  ParamDescriptor* GetParamDescriptor(std::string name) override;
+  std::vector<eParam_t> GetParamIDs() override;
+  int Get(eParam_t param, unsigned int& value) override;
+  int Set(eParam_t param, std::string value) override;
+  int Get(eParam_t param, std::string& value) override;
+  int AddConfigEventListener(ConfigEventListener* listener) override;
+  int AddConfigEventListener(eParam_t param, ConfigEventListener* listener) override;
+  int AddConfigEventListener(std::list<eParam_t> params, ConfigEventListener* listener) override;
+  int RemoveConfigEventListener(ConfigEventListener* listener) override;
+  int WaitForConfigEvent(ConfigEvent& event, long seconds, long microseconds) override;
+  std::vector<ParamDescriptor*> GetDescriptorsByClassName(std::string className) override;
+
+  // Events change the cache whether the parameter is volatile or not.
+  void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
+  void ParamChanged(eParam_t param, std::string value, timeval when) override;
+  void ParamChanged(ConfigEvent event) override;
+
+ private:
+  enum Volatility : unsigned char { kUnknown = 0, kVolatile = 1, kNotVolatile = 2 };
+
+  // Values of one kind, and how many events there were for each parameter: a value that was read or
+  // set while an event came in is older than the event's.
+  template <typename Value>
+  struct Known {
+    std::map<eParam_t, Value> values;
+    std::map<eParam_t, unsigned int> events;
+
+    unsigned int EventsOf(eParam_t param) const {
+      const auto found = events.find(param);
+      return found == events.end() ? 0 : found->second;
+    }
+  };
+
+  bool IsVolatile(eParam_t param);
+  template <typename Value>
+  Known<Value>& Table() LIBCONFIG_REQUIRES(_lock);
+  template <typename Value>
+  int GetThrough(eParam_t param, Value& value);
+  template <typename Value>
+  int SetThrough(eParam_t param, const Value& value);
+  template <typename Value>
+  void Note(eParam_t param, const Value& value);
+
+  const std::unique_ptr<Config> _config;
+  timeval _lastUpdate = {};
+  qel::logging::Logger* const _logger;
+
+  Semaphore _lock;
+  Known<unsigned int> _integers LIBCONFIG_GUARDED_BY(_lock);
+  Known<std::string> _strings LIBCONFIG_GUARDED_BY(_lock);
+  std::map<eParam_t, Volatility> _volatility LIBCONFIG_GUARDED_BY(_lock);
+};

@@ -1,0 +1,5 @@
+#include "libconfig/access/ConfigEventListener.h"
+
+void ConfigEventListener::DataChanged(eParam_t, std::string&, timeval) {}
+
+void ConfigEventListener::ParamChanged(ConfigEvent) {}

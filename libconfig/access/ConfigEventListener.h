@@ -1,0 +1,28 @@
+// Is told about changes. Who calls, and on which thread, depends on the Config that it is
+// registered with: a store calls on the thread that made the change, a network client on its events
+// thread.
+//
+// The notifier holds its listener list while it calls, so that a listener is never called by two
+// threads at once by one Config, and hears the changes in the order in which they were stored. From
+// inside a call a listener may read, set, add and remove listeners on the same Config: changes that
+// it makes are announced after the running one, a removal takes effect at once. It should return
+// soon, as everybody behind it waits.
+#pragma once
+
+#include <sys/time.h>
+
+#include <string>
+
+#include "libconfig/access/ConfigEvent.h"
+#include "libconfig/base/Export.h"
+#include "libconfig/descriptors/ParamIDs.h"
+
+class LIBCONFIG_API ConfigEventListener {
+ public:
+  // The order of the virtual operations is binary interface: append only.
+  virtual ~ConfigEventListener() = default;
+  virtual void ParamChanged(eParam_t param, unsigned int value, timeval when) = 0;
+  virtual void ParamChanged(eParam_t param, std::string value, timeval when) = 0;
+  virtual void DataChanged(eParam_t param, std::string& data, timeval when);
+  virtual void ParamChanged(ConfigEvent event);
+};

@@ -1,0 +1,77 @@
+// Registered listeners and the delivery of events to them. Internal.
+//
+// One semaphore guards the list, and is held from the beginning to the end of a Delivery; the
+// thread that holds it is remembered, so that whatever a listener does from inside its call finds
+// the list open to it. Another thread's Add or Remove waits for the running delivery.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+#include "libconfig/values/SemaphoreHelper.h"
+
+class ConfigEventListener;
+
+namespace qel::config {
+
+class ListenerList {
+ public:
+  enum class Duplicates { kAllow, kIgnore };
+
+  // Appends; a listener that joins during a delivery hears the next event.
+  void Add(ConfigEventListener* listener, Duplicates duplicates = Duplicates::kAllow);
+  // Removes the first entry of `listener`, and tells whether there was one.
+  bool Remove(ConfigEventListener* listener);
+  void RemoveAll();
+  // Does not wait for a running delivery.
+  bool IsEmpty() const { return _count.load(std::memory_order_relaxed) == 0; }
+
+  // Holds the list for the delivery of one change and whatever follows from it.
+  class Delivery {
+   public:
+    explicit Delivery(ListenerList& list);
+    ~Delivery();
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    // True inside a listener's call: the list is in the middle of an event, and another one has to
+    // wait until it is through.
+    bool IsNested() const { return _nested; }
+
+    // REQUIRES: not nested.
+    template <typename Call>
+    void ToAll(Call call) {
+      const Run run(_list);
+      while (ConfigEventListener* const listener = _list.Next()) call(*listener);
+    }
+
+   private:
+    ListenerList& _list;
+    const bool _nested;
+  };
+
+ private:
+  // Marks the listeners that the running event still has to reach.
+  struct Run {
+    explicit Run(ListenerList& owner) : list(owner) {
+      list._next = 0;
+      list._end = list._listeners.size();
+    }
+    ~Run() { list._end = 0; }
+    ListenerList& list;
+  };
+
+  ConfigEventListener* Next() { return _next < _end ? _listeners[_next++] : nullptr; }
+
+  Semaphore _lock;
+  std::atomic<std::thread::id> _owner{};
+  std::atomic<std::size_t> _count{0};  // of _listeners
+  // The rest is only touched by the owner.
+  std::vector<ConfigEventListener*> _listeners;
+  std::size_t _next = 0;
+  std::size_t _end = 0;  // 0 while no event is running
+};
+
+}  // namespace qel::config

@@ -1,0 +1,120 @@
+// The records that clients and the main daemon exchange over message queues: one record a message,
+// 32-bit words in the host's own byte order. A stream record is followed, in the same message, by
+// the serialized value. The network's records are other ones: see network/NetworkRecords.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The first word of every record, here and on the network. A response is its request plus 16.
+// Do not renumber.
+enum MQMessage_t : uint32_t {
+  XCFG_CONNECT_REQUEST = 16,
+  XCFG_DISCONNECT_REQUEST = 17,
+  XCFG_CONNECT_RESPONSE = 32,
+  XCFG_DISCONNECT_RESPONSE = 33,
+  XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST = 48,
+  XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST = 49,
+  XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE = 64,
+  XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE = 65,
+  XCFG_GET_PARAM_REQUEST = 80,
+  XCFG_SET_PARAM_REQUEST = 81,
+  XCFG_GET_PARAM_RESPONSE = 96,
+  XCFG_SET_PARAM_RESPONSE = 97,
+  XCFG_GET_STREAM_PARAM_REQUEST = 112,
+  XCFG_SET_STREAM_PARAM_REQUEST = 113,
+  XCFG_POPULATE_PARAM_REQUEST = 114,
+  XCFG_GET_STREAM_PARAM_RESPONSE = 128,
+  XCFG_SET_STREAM_PARAM_RESPONSE = 129,
+  XCFG_POPULATE_PARAM_RESPONSE = 130,
+  XCFG_PARAM_CHANGED_EVENT = 144,
+  XCFG_PARAM_STREAM_CHANGED_EVENT = 145,
+};
+
+// Connect and Disconnect.
+struct XCONFIGMGR_CONNECTION_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+};
+
+// Add Listener and Remove Listener.
+struct XCONFIGMGR_EVENT_HANDLER_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t paramID;
+};
+
+struct XCONFIGMGR_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;  // process number in the high half, connection counter in the low half
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t paramID;
+  uint32_t value;
+  uint32_t streamLength;
+  uint32_t streamFormat;
+};
+
+struct XCONFIGMGR_RESPONSE_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;  // of Connect, Disconnect and the listener requests; 0 on success
+  uint32_t paramID;
+  uint32_t timeSeconds;
+  uint32_t timeMicroseconds;
+  uint32_t error;  // of the parameter requests; 0 on success
+  uint32_t value;
+  uint32_t streamLength;
+  uint32_t streamFormat;
+};
+
+static_assert(sizeof(XCONFIGMGR_CONNECTION_REQUEST_T) == 20);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, priority) == 16);
+
+static_assert(sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T) == 24);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, paramID) == 20);
+
+static_assert(sizeof(XCONFIGMGR_REQUEST_T) == 36);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, paramID) == 20);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, value) == 24);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamLength) == 28);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamFormat) == 32);
+
+static_assert(sizeof(XCONFIGMGR_RESPONSE_T) == 52);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, result) == 20);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, paramID) == 24);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, timeSeconds) == 28);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, timeMicroseconds) == 32);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, error) == 36);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, value) == 40);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamLength) == 44);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamFormat) == 48);

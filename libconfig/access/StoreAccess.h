@@ -1,0 +1,17 @@
+// How the library's servers reach the stores of their own process: through the process-wide
+// factory, without knowing it. Any thread, and safe against the factory's destruction. Internal.
+#pragma once
+
+#include "libconfig/serialization/Identifiers.h"
+
+class Config;
+
+namespace qel::config {
+
+// The store of that number, to be given back with DisconnectStore; null when it cannot be had.
+Config* ConnectStore(eConfigID_t id);
+
+// Null is allowed.
+void DisconnectStore(Config* store);
+
+}  // namespace qel::config

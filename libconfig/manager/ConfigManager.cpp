@@ -1,0 +1,374 @@
+#include "libconfig/manager/ConfigManager.h"
+
+#include <algorithm>
+#include <set>
+#include <variant>
+
+#include "libconfig/access/ConfigEventListener.h"
+#include "libconfig/access/ListenerList.h"
+#include "libconfig/access/LiveConfigs.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/descriptors/IntegerDescriptor.h"
+#include "libconfig/descriptors/StringDescriptor.h"
+#include "libconfig/manager/UpdatePreconditionValues.h"
+#include "libconfig/manager/ValuePool.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/StringValue.h"
+
+using qel::config::ListenerList;
+using qel::config::Report;
+using qel::config::UpdatePrecondition;
+using qel::config::ValuePool;
+
+namespace {
+
+timeval Now() {
+  timeval now;
+  ::gettimeofday(&now, nullptr);
+  return now;
+}
+
+// An earlier store's value of class T for the parameter, as good as new, or a new one. It belongs
+// to configuration 0 and is clean.
+template <typename T, typename Payload>
+ConfigValue* TakeOrCreate(eParam_t id, eParamType_t type, const Payload& payload) {
+  std::unique_ptr<ConfigValue> pooled = ValuePool::Instance().Take(id);
+  auto* const used = dynamic_cast<T*>(pooled.get());
+  if (used == nullptr) {
+    if (pooled != nullptr) ValuePool::Instance().Give(std::move(pooled));
+    return T::Create(id, type, payload);
+  }
+  used->SetConfigID(eConfigID_Default);
+  used->SetParamType(type);
+  used->Set(payload);
+  used->SetDirty(false);
+  return pooled.release();
+}
+
+}  // namespace
+
+// A change that was stored and has yet to be announced.
+struct ConfigManager::Change {
+  eParam_t id;
+  std::variant<unsigned int, std::string> value;
+  bool withDependents;
+};
+
+// Holds the listeners from before a change is stored until all that it led to has been announced.
+class ConfigManager::Announcement {
+ public:
+  explicit Announcement(ConfigManager& store)
+      : _store(store), _alive(store.weak_from_this().lock()), _delivery(*store._listeners) {}
+
+  template <typename Value>
+  void Announce(eParam_t id, const Value& value, bool withDependents) {
+    if (_delivery.IsNested()) {
+      _store._waiting.push_back({id, value, withDependents});
+      return;
+    }
+    Tell(id, value, withDependents);
+    while (!_store._waiting.empty()) {
+      const Change change = std::move(_store._waiting.front());
+      _store._waiting.pop_front();
+      std::visit([&](const auto& stored) { Tell(change.id, stored, change.withDependents); },
+                 change.value);
+    }
+  }
+
+  // With the value that the parameter has now.
+  void AnnounceCurrent(eParam_t id) {
+    WithCurrent(id, [&](const auto& value) { Announce(id, value, false); });
+  }
+
+ private:
+  template <typename Value>
+  void Tell(eParam_t id, const Value& value, bool withDependents) {
+    const timeval when = _store.GetLastConfigUpdate();
+    _delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(id, value, when); });
+    const ParamDescriptor* const descriptor = withDependents ? FindDescriptor(id) : nullptr;
+    if (descriptor == nullptr) return;
+    // One level deep: what depends on the dependents is not followed.
+    for (const eParam_t dependent : descriptor->Dependents()) {
+      WithCurrent(dependent, [&](const auto& current) { Tell(dependent, current, false); });
+    }
+  }
+
+  template <typename Use>
+  void WithCurrent(eParam_t id, Use use) {
+    const ParamDescriptor* const descriptor = FindDescriptor(id);
+    if (descriptor == nullptr) return;
+    if (descriptor->GetParamType() == eParamType_String) {
+      std::string text;
+      _store.Get(id, text);
+      use(text);
+    } else {
+      use(_store.Get(id));
+    }
+  }
+
+  ConfigManager& _store;
+  // A listener may give the last connection back from inside its call.
+  const std::shared_ptr<ConfigManager> _alive;
+  ListenerList::Delivery _delivery;
+};
+
+ConfigManager::ConfigManager(eConfigID_t id)
+    : _configID(id),
+      _listeners(std::make_unique<ListenerList>()),
+      _preconditions(std::make_shared<const Preconditions>()) {
+  qel::config::LiveConfigs<ConfigManager>::Instance().Add(this);
+}
+
+ConfigManager::~ConfigManager() {
+  qel::config::LiveConfigs<ConfigManager>::Instance().Remove(this);
+  DeleteAllUpdatePreconditions();
+  SemaphoreHelper lock(_valuesLock);
+  for (const auto& entry : _values) {
+    ValuePool::Instance().Give(
+        std::unique_ptr<ConfigValue>(dynamic_cast<ConfigValue*>(entry.second)));
+  }
+}
+
+bool ConfigManager::Init() {
+  {
+    SemaphoreHelper lock(_valuesLock);
+    _lastUpdate = {};
+  }
+  AddDefaultPreconditions();
+  InitDefaultConfig();
+  return true;
+}
+
+void ConfigManager::AddDefaultPreconditions() {
+  Report("AddDefaultPreconditions\n");
+  AddUpdatePrecondition(new qel::config::UpdatePreconditionValues);
+}
+
+bool ConfigManager::InitDefaultConfig() {
+  for (const eParam_t id : ::GetParamIDs()) {
+    Serializable* value;
+    if (!GetConfigValue(id, value)) {
+      Report("ConfigManager::InitDefaultConfig - GetConfigValue failed for paramid %d!!!!\n",
+             static_cast<int>(id));
+    }
+  }
+  Report("ConfigManager::InitDefaultConfig() - end\n");
+  return true;
+}
+
+Serializable* ConfigManager::MakeValue(const ParamDescriptor& descriptor) {
+  ConfigValue* value = nullptr;
+  const eParam_t id = descriptor.GetParamID();
+  const eParamType_t type = descriptor.GetParamType();
+  if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(&descriptor)) {
+    value = TakeOrCreate<IntegerValue>(id, type, number->GetFactoryDefault());
+  } else if (const auto* const text = dynamic_cast<const StringDescriptor*>(&descriptor)) {
+    value = TakeOrCreate<StringValue>(id, type, text->GetFactoryDefault());
+  }
+  if (value != nullptr) value->SetConfigID(_configID);
+  return value;
+}
+
+bool ConfigManager::GetConfigValue(eParam_t id, Serializable*& out) {
+  const ParamDescriptor* const descriptor = FindDescriptor(id);
+  if (descriptor == nullptr) return false;
+  SemaphoreHelper lock(_valuesLock);
+  auto found = _values.find(id);
+  if (found == _values.end()) {
+    Serializable* const value = MakeValue(*descriptor);
+    if (value == nullptr) {
+      Report(
+          "ConfigManager::GetConfigValue - Clone() returned defaultValue == NULL, paramID = "
+          "0x%0X\n",
+          static_cast<unsigned>(id));
+      return false;
+    }
+    found = _values.emplace(id, value).first;
+  }
+  out = found->second;
+  return true;
+}
+
+Serializable* ConfigManager::GetConfigValue(eParam_t id) {
+  if (!IsValidParamID(id)) return nullptr;
+  SemaphoreHelper lock(_valuesLock);
+  const auto found = _values.find(id);
+  return found == _values.end() ? nullptr : found->second;
+}
+
+Serializable* ConfigManager::GetSerializable(eParam_t id) { return GetConfigValue(id); }
+
+int ConfigManager::SetSerializable(eParam_t, Serializable*) { return 0; }
+
+bool ConfigManager::SetConfigParam(eParam_t id, std::string value) {
+  Serializable* found;
+  if (!GetConfigValue(id, found)) {
+    Report("ConfigManager::SetConfigParam() - configValue == NULL for paramID = %08X\n",
+           static_cast<unsigned>(id));
+    return false;
+  }
+  auto* const text = dynamic_cast<StringValue*>(found);
+  if (text == nullptr) return false;
+  text->Set(std::move(value));
+  SemaphoreHelper lock(_valuesLock);
+  _lastUpdate = Now();
+  return true;
+}
+
+bool ConfigManager::SetConfigParam(eParam_t id, unsigned int value) {
+  auto* const number = dynamic_cast<IntegerValue*>(GetConfigValue(id));
+  if (number == nullptr) {
+    Report("ConfigManager::SetConfigParam() - configValue == NULL\n");
+    return false;
+  }
+  number->Set(value);
+  SemaphoreHelper lock(_valuesLock);
+  _lastUpdate = Now();
+  return true;
+}
+
+bool ConfigManager::GetConfigParam(eParam_t id, std::string& value) {
+  Serializable* found;
+  if (!GetConfigValue(id, found)) {
+    Report("ConfigManager::GetConfigParam() - configValue == NULL for paramID = %X\n",
+           static_cast<unsigned>(id));
+    return false;
+  }
+  auto* const text = dynamic_cast<StringValue*>(found);
+  if (text == nullptr) return false;
+  text->Get(value);
+  return true;
+}
+
+bool ConfigManager::GetConfigParam(eParam_t id, unsigned int& value) {
+  auto* const number = dynamic_cast<IntegerValue*>(GetConfigValue(id));
+  if (number == nullptr) return false;
+  number->Get(value);
+  return true;
+}
+
+int ConfigManager::Get(eParam_t id, unsigned int& value) { return GetConfigParam(id, value); }
+
+int ConfigManager::Get(eParam_t id, std::string& value) { return GetConfigParam(id, value); }
+
+unsigned int ConfigManager::Get(eParam_t id) {
+  unsigned int value = 0;
+  GetConfigParam(id, value);
+  return value;
+}
+
+eConfigID_t ConfigManager::GetConfigID() { return _configID; }
+
+timeval ConfigManager::GetLastConfigUpdate() { return {}; }
+
+ParamDescriptor* ConfigManager::GetParamDescriptor(eParam_t id) { return ::GetDescriptor(id); }
+
+ParamDescriptor* ConfigManager::GetParamDescriptor(std::string name) {
+  return ::GetDescriptor(std::move(name));
+}
+
+std::vector<eParam_t> ConfigManager::GetParamIDs() { return ::GetParamIDs(); }
+
+template <typename Value>
+int ConfigManager::SetAndAnnounce(eParam_t id, Value value) {
+  // Not GetParamDescriptor: a peer may ask for any number, and each placeholder would stay.
+  const ParamDescriptor* const descriptor = FindDescriptor(id);
+  if (descriptor == nullptr) return 0;
+  if (!descriptor->HasClassName("do_not_validate")) {
+    for (UpdatePrecondition* const precondition : *GetPreconditions()) {
+      if (!precondition->IsUpdateValid(this, id, value)) return 0;
+    }
+  }
+  Announcement announcement(*this);
+  const bool stored = SetConfigParam(id, value);
+  announcement.Announce(id, value, true);
+  return stored;
+}
+
+int ConfigManager::Set(eParam_t id, unsigned int value) { return SetAndAnnounce(id, value); }
+
+int ConfigManager::Set(eParam_t id, std::string value) {
+  return SetAndAnnounce(id, std::move(value));
+}
+
+bool ConfigManager::FireParamChangedEvent(eParam_t id, unsigned int value) {
+  Announcement(*this).Announce(id, value, false);
+  return true;
+}
+
+bool ConfigManager::FireParamChangedEvent(eParam_t id, std::string value) {
+  Announcement(*this).Announce(id, value, false);
+  return true;
+}
+
+bool ConfigManager::FireParamsChangedEvents(std::vector<eParam_t> ids) {
+  Announcement announcement(*this);
+  for (const eParam_t id : ids) announcement.AnnounceCurrent(id);
+  return true;
+}
+
+int ConfigManager::AddConfigEventListener(ConfigEventListener* listener) {
+  _listeners->Add(listener);
+  return 1;
+}
+
+int ConfigManager::AddConfigEventListener(eParam_t, ConfigEventListener* listener) {
+  return AddConfigEventListener(listener);
+}
+
+int ConfigManager::RemoveConfigEventListener(ConfigEventListener* listener) {
+  return _listeners->Remove(listener);
+}
+
+std::shared_ptr<const ConfigManager::Preconditions> ConfigManager::GetPreconditions() {
+  SemaphoreHelper lock(_preconditionsLock);
+  return _preconditions;
+}
+
+void ConfigManager::SetPreconditions(Preconditions preconditions) {
+  _preconditions = std::make_shared<const Preconditions>(std::move(preconditions));
+}
+
+int ConfigManager::AddUpdatePrecondition(UpdatePrecondition* precondition) {
+  SemaphoreHelper lock(_preconditionsLock);
+  Preconditions changed = *_preconditions;
+  changed.push_back(precondition);
+  SetPreconditions(std::move(changed));
+  return 1;
+}
+
+int ConfigManager::RemoveUpdatePrecondition(UpdatePrecondition* precondition) {
+  SemaphoreHelper lock(_preconditionsLock);
+  Preconditions changed = *_preconditions;
+  const auto found = std::find(changed.begin(), changed.end(), precondition);
+  if (found == changed.end()) return 0;
+  changed.erase(found);
+  SetPreconditions(std::move(changed));
+  return 1;
+}
+
+void ConfigManager::DeleteAllUpdatePreconditions() {
+  std::set<UpdatePrecondition*> once;
+  {
+    SemaphoreHelper lock(_preconditionsLock);
+    once.insert(_preconditions->begin(), _preconditions->end());
+    SetPreconditions({});
+  }
+  for (UpdatePrecondition* const precondition : once) delete precondition;
+}
+
+int ConfigManager::IncrementUseCount() {
+  SemaphoreHelper lock(_useCountLock);
+  return ++_useCount;
+}
+
+int ConfigManager::DecrementUseCount() {
+  SemaphoreHelper lock(_useCountLock);
+  return --_useCount;
+}
+
+int ConfigManager::GetUseCount() {
+  SemaphoreHelper lock(_useCountLock);
+  return _useCount;
+}

@@ -1,0 +1,60 @@
+// Hands out the stores that live in this process: one for each configuration number, made on the
+// first connection, shared by all, destroyed when the last connection is given back. Nothing is
+// kept between the two. Any thread may call; one lock serialises connecting and disconnecting, and
+// is held while a new store fills itself.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "libconfig/base/Export.h"
+#include "libconfig/serialization/Identifiers.h"
+#include "libconfig/values/SemaphoreHelper.h"
+
+class Config;
+class ConfigManager;
+
+namespace qel::config::access {
+
+// Learns of the stores of this process as they come and go: a daemon's way to log, restore and save
+// them.
+class LIBCONFIG_API StoreObserver {
+ public:
+  virtual ~StoreObserver() = default;
+  // The store is filled and nobody else can reach it yet. Called with the factory locked: connect
+  // and disconnect nothing.
+  virtual void StoreOpened(ConfigManager& store) = 0;
+  // The last connection is gone, and the store goes next.
+  virtual void StoreClosing(ConfigManager& store) = 0;
+};
+
+class LIBCONFIG_API LocalConfigFactory {
+ public:
+  LocalConfigFactory();
+  LocalConfigFactory(const LocalConfigFactory&) = delete;
+  LocalConfigFactory& operator=(const LocalConfigFactory&) = delete;
+  // Stores that are still connected live on, untracked.
+  virtual ~LocalConfigFactory();
+
+  // The number behind "configid=" in `address`, moved into the range of its type; 0 when there is
+  // none.
+  eConfigID_t GetConfigID(std::string address);
+
+  // The store of that number; null when it cannot be made.
+  Config* Connect(std::string address);
+
+  // False for a pointer that is no living store, or, with a message, for a store that another
+  // factory made.
+  bool Disconnect(Config* config);
+
+  // One for all factories of the process; null for none. REQUIRES: set before the first Connect,
+  // alive until the last store is gone or the process ends.
+  static void SetStoreObserver(StoreObserver* observer);
+
+ private:
+  Semaphore _lock;
+  std::map<eConfigID_t, std::shared_ptr<ConfigManager>> _stores LIBCONFIG_GUARDED_BY(_lock);
+};
+
+}  // namespace qel::config::access

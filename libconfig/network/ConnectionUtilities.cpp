@@ -1,0 +1,103 @@
+#include "libconfig/network/ConnectionUtilities.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+
+#include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/support/Logger.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::logging::Logger;
+
+namespace {
+
+// The one process of this machine whose number ends in these 16 bits; 0 when there is none, or more
+// than one.
+unsigned int FindProcess(unsigned int lowBits) {
+  unsigned int limit = 0;
+  std::ifstream("/proc/sys/kernel/pid_max") >> limit;
+  unsigned int found = 0;
+  for (unsigned int pid = lowBits; pid <= limit; pid += 0x10000) {
+    if (pid == 0 || ::access(("/proc/" + std::to_string(pid)).c_str(), F_OK) != 0) continue;
+    if (found != 0) return 0;
+    found = pid;
+  }
+  return found;
+}
+
+template <typename Record>
+void DumpRecord(const Record& record) {
+  Logger* const logger = Logger::GetLogger();
+  if (!logger->IsWatching(record.paramID)) return;
+  logger->Log(record.paramID, "(%s) %s %s [%d]\n",
+              ConnectionUtilities::GetMessageName(record.msgtype).c_str(),
+              ConnectionUtilities::GetDirection(record.msgtype),
+              ConnectionUtilities::GetPeerName(record.connectionID).c_str(),
+              static_cast<int>(record.requestID));
+}
+
+}  // namespace
+
+unsigned int ConnectionUtilities::GetConnectionID() {
+  static std::atomic<uint32_t> s_connection_counter{0};
+  return s_connection_counter.fetch_add(1, std::memory_order_relaxed) << 16 |
+         (static_cast<uint32_t>(::getpid()) & 0xFFFF);
+}
+
+std::string ConnectionUtilities::GetMessageName(unsigned int type) {
+  return ::ConnectionUtilities::GetMessageName(static_cast<MQMessage_t>(type));
+}
+
+const char* ConnectionUtilities::GetDirection(unsigned int type) {
+  if (type == XCFG_PARAM_CHANGED_EVENT || type == XCFG_PARAM_STREAM_CHANGED_EVENT) return "<=";
+  switch (type) {
+    case XCFG_CONNECT_REQUEST:
+    case XCFG_DISCONNECT_REQUEST:
+    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
+    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
+    case XCFG_GET_PARAM_REQUEST:
+    case XCFG_SET_PARAM_REQUEST:
+    case XCFG_GET_STREAM_PARAM_REQUEST:
+    case XCFG_SET_STREAM_PARAM_REQUEST:
+    case XCFG_POPULATE_PARAM_REQUEST:
+      return "->";
+    default:
+      return "<-";
+  }
+}
+
+std::string ConnectionUtilities::name_from_pid(unsigned int pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
+  std::string name;
+  std::getline(file, name, '\0');
+  name.erase(0, name.rfind('/') + 1);
+  return name;
+}
+
+std::string ConnectionUtilities::GetPeerName(unsigned int connectionID) {
+  if (connectionID == 0 || connectionID == 0xFFFF) return "event";
+  return name_from_pid(connectionID & 0xFFFF);
+}
+
+std::string ConnectionUtilities::DescribePeer(unsigned int connectionID,
+                                              const std::string& address) {
+  const bool here = address.empty() || address.compare(0, 4, "127.") == 0;
+  const unsigned int pid = here ? FindProcess(connectionID & 0xFFFF) : 0;
+  const std::string program = pid != 0 ? name_from_pid(pid) : "";
+  const std::string place = address.empty() ? "a local socket" : address;
+  if (program.empty()) return place;
+  return program + " (process " + std::to_string(pid) + ") at " + place;
+}
+
+void ConnectionUtilities::Dump(XCONFIGMGR_REQUEST_T* request) { DumpRecord(*request); }
+
+void ConnectionUtilities::Dump(XCONFIGMGR_RESPONSE_T* response) { DumpRecord(*response); }
+
+void ConnectionUtilities::Dump(XCONFIGMGR_EVENT_HANDLER_REQUEST_T* request) {
+  DumpRecord(*request);
+}
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,129 @@
+// A configuration behind a network: the Config whose operations travel as records to a
+// NetworkServer. NetworkFactory makes the clients and takes them back.
+//
+// Any thread may call. Exchanges are one at a time; one that gets no answer ends after 12 seconds.
+// A change is sent without waiting for an answer: a later read on the same client sees it, unless
+// the store refused it. The first listener starts the events thread, on which all listeners are
+// called; removing the last one ends it, and with it the connection.
+//
+// From inside a listener's call everything is allowed: reading and setting on this client, adding
+// and removing listeners, handing the client back.
+#pragma once
+
+#include <pthread.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/base/Export.h"
+#include "libconfig/base/Mutex.h"
+#include "libconfig/network/NetworkRecords.h"
+#include "libconfig/values/SemaphoreHelper.h"
+
+class Socket;
+
+namespace qel::vorlane::config::access {
+
+enum class Received;
+struct ExpectedAnswer;
+struct ReceivedRecord;
+
+class LIBCONFIG_API NetworkClient : public Config {
+ public:
+  // Takes over `socket`, which is connected to the server.
+  NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID);
+  ~NetworkClient() override;
+
+  using Config::AddConfigEventListener;
+  using Config::GetParamDescriptor;
+  int Set(eParam_t param, unsigned int value) override;
+  unsigned int Get(eParam_t param) override;
+  eConfigID_t GetConfigID() override;
+  // When the last event came in, by this machine's clock.
+  timeval GetLastConfigUpdate() override;
+  // Descriptors and identifiers are those of this process's catalogue.
+  ParamDescriptor* GetParamDescriptor(eParam_t param) override;
+  ParamDescriptor* GetParamDescriptor(std::string name) override;
+  std::vector<eParam_t> GetParamIDs() override;
+  int Get(eParam_t param, unsigned int& value) override;
+  // A text whose record would exceed 8192 bytes is not sent.
+  int Set(eParam_t param, std::string value) override;
+  int Get(eParam_t param, std::string& value) override;
+  // Each listener is kept once. 0 when the connection has ended.
+  int AddConfigEventListener(ConfigEventListener* listener) override;
+  int RemoveConfigEventListener(ConfigEventListener* listener) override;
+
+  // The order of the virtual operations is binary interface: append only.
+  virtual bool ConfirmConnection();
+  virtual bool ConfirmDisconnect();
+  virtual bool RegisterForEvents(eParam_t param);
+  virtual bool RegisterForEvents();
+  virtual bool UnregisterForEvents();
+  // The body of the events thread.
+  virtual void ProcessEvents();
+  virtual int IsDirty(eParam_t param, eConfigID_t configID);
+
+  // Whether the connection still lives, as far as this side knows.
+  virtual bool IsConnected();
+
+  // Closes the socket and waits for the events thread, unless called by it.
+  void StopEventsThread();
+
+  // Tells the listeners of a change, or fills `event` instead when it is given.
+  int ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* record, ConfigEvent* event);
+  int ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T& record);
+  int ProcessConfigStreamParamEvent(XCONFIGMGR_RESPONSE_T* record, ConfigEvent* event);
+  int ProcessConfigStreamParamEvent(eParam_t param, char* data, unsigned int length);
+
+ protected:
+  class Exchange;
+  struct Events;
+
+  // Waits for the answer to the request that has just been sent. REQUIRES: the request lock.
+  virtual Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) = 0;
+  // The bytes behind the record that ProcessEvents is working on.
+  virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream) = 0;
+  // Takes the request lock for a thread that may have something else to do meanwhile.
+  virtual void TakeRequestLock();
+
+  // For the destructor of each derived class, whose operations the events thread uses.
+  void LeaveEventsThread();
+
+  Socket& GetSocket() { return *_socket; }
+  const std::shared_ptr<Events>& GetEvents() const { return _events; }
+  unsigned int GetConnectionID() const { return _connectionID; }
+  sem_t* GetRequestLock() { return _requestLock.Get(); }
+
+ private:
+  static void* thread_start(void* argument);
+  bool StartEventsThread() LIBCONFIG_REQUIRES(_registrationMutex);
+  bool SendRequest(const void* record, std::size_t length);
+  XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
+  int Deliver(eParam_t param, unsigned int value, const char* form);
+  int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
+  timeval NoteUpdate();
+
+  const std::unique_ptr<Socket> _socket;
+  const unsigned int _connectionID;
+  const eConfigID_t _configID;
+  // The listeners, and what else the events thread needs although the client may be gone.
+  const std::shared_ptr<Events> _events;
+
+  // Held for an exchange.
+  Semaphore _requestLock;
+  uint32_t _requestCounter = 1;
+
+  // Guards the coming and going of the events thread. Never held while a listener is waited for.
+  qel::config::Mutex _registrationMutex;
+  bool _registered LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
+  bool _ending LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
+  bool _hasThread LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
+  pthread_t _eventsThread LIBCONFIG_GUARDED_BY(_registrationMutex) = {};
+
+  qel::config::Mutex _updateMutex;
+  timeval _lastUpdate LIBCONFIG_GUARDED_BY(_updateMutex) = {};
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,77 @@
+#include "libconfig/network/NetworkFactory.h"
+
+#include <sys/socket.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "libconfig/access/LiveConfigs.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/NetworkTCPClient.h"
+#include "libconfig/network/Socket.h"
+#include "libconfig/network/Url.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::Report;
+
+namespace {
+
+bool Contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+eConfigID_t ReadConfigID(const std::string& uri) {
+  const std::size_t option = uri.find("configid=");
+  if (option == std::string::npos) return eConfigID_Default;
+  int number = 0;
+  const int matches = std::sscanf(uri.c_str() + option, "configid=%d", &number);
+  if (matches == 1) return static_cast<eConfigID_t>(number);
+  Report("NetworkFactory::Connect - unable to read configid, matches = %d, uri = %s\n", matches,
+         uri.c_str());
+  return eConfigID_Default;
+}
+
+}  // namespace
+
+NetworkClient* NetworkFactory::Connect(std::string uri) {
+  const unsigned int connectionID = ConnectionUtilities::GetConnectionID();
+  const url::URL url = url::parse(uri);
+  if (url.port.empty()) return nullptr;
+  const int port = static_cast<int>(std::strtol(url.port.c_str(), nullptr, 10));
+  const eConfigID_t configID = ReadConfigID(uri);
+  if (!Contains(uri, "tcp")) {
+    Report("NetworkFactory::Connect - The transport for %s is not supported\n", uri.c_str());
+    return nullptr;
+  }
+  auto socket = std::make_unique<Socket>(AF_INET, SOCK_STREAM);
+  if (!socket->create()) {
+    Report("NetworkFactory::Connect - failed to create socket\n");
+    return nullptr;
+  }
+  if (!socket->connect(url.host, port)) {
+    Report("NetworkFactory::Connect - failed to connect to host %s, port %d\n", url.host.c_str(),
+           port);
+    return nullptr;
+  }
+  auto client = std::make_unique<NetworkTCPClient>(connectionID, socket.release(), configID);
+  if (!client->ConfirmConnection()) {
+    Report("NetworkFactory::Connect - failed to confirm connection with host %s\n",
+           url.host.c_str());
+    return nullptr;
+  }
+  return client.release();
+}
+
+void NetworkFactory::Disconnect(NetworkClient* client) {
+  if (client == nullptr || !qel::config::LiveConfigs<NetworkClient>::Instance().Contains(client)) {
+    return;
+  }
+  client->ConfirmDisconnect();
+  client->StopEventsThread();
+  delete client;
+}
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,23 @@
+// Connects to configurations by network URI: "tcp://HOST:PORT", HOST a dotted address, with options
+// such as "/configid=3" behind it. Any thread.
+#pragma once
+
+#include <string>
+
+#include "libconfig/base/Export.h"
+
+namespace qel::vorlane::config::access {
+
+class NetworkClient;
+
+class LIBCONFIG_API NetworkFactory {
+ public:
+  // Null, with a message, when the URI is no good or nobody answers there.
+  NetworkClient* Connect(std::string uri);
+
+  // Takes leave of the server and deletes the client. A pointer that is no living client is
+  // ignored.
+  void Disconnect(NetworkClient* client);
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,136 @@
+// The records that clients and servers exchange over TCP and UDP: 32-bit words in the host's own
+// byte order, one record behind the other on a stream, one in a datagram. Their sizes and layouts
+// are not those of the message queues. A stream record is followed by streamLength bytes, one
+// serialized value. docs/protocol.md has the tables.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "libconfig/access/MessageRecords.h"
+
+namespace qel::vorlane::config::access {
+
+// What the `result` word holds in everything but an echo.
+constexpr uint32_t kResultWord = 4096;
+
+// Numbers in the `error` word. Do not renumber.
+enum eNetworkError : uint32_t {
+  eNetworkError_None = 0,
+  eNetworkError_Refused = 53,        // a string was not stored
+  eNetworkError_NoValue = 60,        // the parameter has no value that could be sent
+  eNetworkError_NotConnected = 107,  // a Connect Request has to come first
+};
+
+// Connect and Disconnect.
+struct XCONFIGMGR_CONNECTION_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;  // connection counter in the high half, process number in the low half
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;
+};
+
+// Answers to these, and to Remove Listener.
+struct XCONFIGMGR_CONNECTION_RESPONSE_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;
+  uint32_t error;
+};
+
+// Add Listener and Remove Listener.
+struct XCONFIGMGR_EVENT_HANDLER_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;
+  uint32_t paramID;  // 0 for every parameter
+};
+
+struct XCONFIGMGR_REQUEST_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;
+  uint32_t paramID;
+  uint32_t value;
+  uint32_t streamLength;
+  uint32_t streamFormat;
+};
+
+// Answers to the parameter requests, and events.
+struct XCONFIGMGR_RESPONSE_T {
+  uint32_t msgtype;
+  uint32_t connectionID;
+  uint32_t requestID;  // all bits set in TCP events, a sequence number in multicast ones
+  uint32_t configID;
+  uint32_t priority;
+  uint32_t result;
+  uint32_t paramID;
+  uint32_t error;
+  uint32_t value;
+  uint32_t streamLength;
+  uint32_t streamFormat;
+};
+
+static_assert(sizeof(XCONFIGMGR_CONNECTION_REQUEST_T) == 24);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, result) == 20);
+
+static_assert(sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T) == 28);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, result) == 20);
+static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, error) == 24);
+
+static_assert(sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T) == 28);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, result) == 20);
+static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, paramID) == 24);
+
+static_assert(sizeof(XCONFIGMGR_REQUEST_T) == 40);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, result) == 20);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, paramID) == 24);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, value) == 28);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamLength) == 32);
+static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamFormat) == 36);
+
+static_assert(sizeof(XCONFIGMGR_RESPONSE_T) == 44);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, msgtype) == 0);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, connectionID) == 4);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, requestID) == 8);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, configID) == 12);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, priority) == 16);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, result) == 20);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, paramID) == 24);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, error) == 28);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, value) == 32);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamLength) == 36);
+static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamFormat) == 40);
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,146 @@
+#include "libconfig/network/NetworkServer.h"
+
+#include <sys/socket.h>
+
+#include <cxxabi.h>
+
+#include <chrono>
+#include <thread>
+
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
+#include "libconfig/base/Mutex.h"
+#include "libconfig/base/Thread.h"
+#include "libconfig/network/NetworkTCPConnection.h"
+#include "libconfig/network/Socket.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::MutexLock;
+using qel::config::Report;
+using qel::config::ReportErrno;
+
+namespace {
+
+// While accepting fails, for want of descriptors say, there is no hurry to try again.
+constexpr std::chrono::milliseconds kPauseAfterFailure(50);
+
+}  // namespace
+
+// Lets the thread delete the server no sooner than Stop is through with it, however Run ended.
+struct NetworkServer::Ending {
+  void Reach() {
+    MutexLock lock(mutex);
+    reached = true;
+    condition.Broadcast();
+  }
+
+  void Await() {
+    MutexLock lock(mutex);
+    while (!reached) condition.Wait(mutex);
+  }
+
+  qel::config::Mutex mutex;
+  qel::config::Condition condition;
+  bool reached LIBCONFIG_GUARDED_BY(mutex) = false;
+};
+
+NetworkServer::NetworkServer(int family, int type, int port, std::string address)
+    : _family(family),
+      _type(type),
+      _port(port),
+      _address(std::move(address)),
+      _peers(std::make_shared<std::atomic<std::size_t>>(0)),
+      _ending(std::make_shared<Ending>()) {}
+
+NetworkServer::~NetworkServer() = default;
+
+bool NetworkServer::Init() {
+  _socket = std::make_unique<Socket>(_family, _type);
+  if (!_socket->create()) {
+    Report("NetworkServer::Init - failed to create Socket\n");
+    return false;
+  }
+  if (!(_family == AF_INET ? _socket->bind(_address, _port) : _socket->bind(_port))) {
+    Report("NetworkServer::Init - failed to bind Socket\n");
+    return false;
+  }
+  if (_type == SOCK_STREAM && !_socket->listen()) {
+    Report("NetworkServer::Init - listen failed\n");
+    return false;
+  }
+  return true;
+}
+
+int NetworkServer::GetPort() { return _socket->get_bound_port(); }
+
+bool NetworkServer::Start() {
+  if (qel::config::StartThread(&_thread, qel::config::ThreadKind::kJoinable, 0, pthread_start,
+                               this) == 0) {
+    return true;
+  }
+  ReportErrno("configd::main");
+  Report("NetworkServer::Start - pthread_create failed\n");
+  return false;
+}
+
+void NetworkServer::Stop() {
+  const std::shared_ptr<Ending> ending = _ending;
+  _stop = true;
+  if (_socket != nullptr) _socket->close();
+  ending->Reach();
+}
+
+void* NetworkServer::pthread_start(void* object) {
+  auto* const server = static_cast<NetworkServer*>(object);
+  try {
+    server->Run();
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // Out of memory: the server ends, its connections go on.
+  }
+  server->_ending->Await();
+  ::pthread_detach(::pthread_self());
+  delete server;
+  return nullptr;
+}
+
+void NetworkServer::Run() {
+  while (!_stop) {
+    std::unique_ptr<NetworkTCPConnection> connection(WaitForConnection());
+    if (connection == nullptr) {
+      if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
+      continue;
+    }
+    std::shared_ptr<void> slot = TakeSlot();
+    if (slot != nullptr && connection->Start(std::move(slot))) {
+      connection.release();
+    } else {
+      Report("NetworkServer::Run - unable to start connection\n");
+    }
+  }
+  Report("NetworkServer::Run - exiting\n");
+}
+
+// Null when the server is full.
+std::shared_ptr<void> NetworkServer::TakeSlot() {
+  if (_peers->fetch_add(1) >= qel::config::limits::kTcpPeers) {
+    _peers->fetch_sub(1);
+    return nullptr;
+  }
+  return std::shared_ptr<void>(_peers.get(), [peers = _peers](void*) { peers->fetch_sub(1); });
+}
+
+NetworkTCPConnection* NetworkServer::WaitForConnection() {
+  auto peer = std::make_unique<Socket>(_family, _type);
+  if (!_socket->accept(peer.get())) {
+    ReportErrno("NetworkServer::WaitForConnection");
+    Report("NetworkServer::WaitForConnection - accept failed\n");
+    return nullptr;
+  }
+  peer->set_keepalive();
+  return new NetworkTCPConnection(peer.release());
+}
+
+}  // namespace qel::vorlane::config::access

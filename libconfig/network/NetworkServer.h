@@ -1,0 +1,61 @@
+// Lets other processes reach the stores of this one. A server owns one listening socket and one
+// thread; each peer that connects gets a NetworkTCPConnection of its own.
+//
+// Life: construct, Init, Start, Stop. Until Start the server belongs to its maker. From a
+// successful Start on it belongs to its thread, which deletes it some time after Stop: call Stop
+// exactly once, and do not touch the server afterwards. Connections that exist go on when their
+// server has ended.
+#pragma once
+
+#include <pthread.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "libconfig/base/Export.h"
+
+class Socket;
+
+namespace qel::vorlane::config::access {
+
+class NetworkTCPConnection;
+
+class LIBCONFIG_API NetworkServer {
+ public:
+  // `family` is AF_INET or AF_UNIX, `type` SOCK_STREAM. Port 0 lets the system choose. `address` is
+  // the dotted address of the interface to serve; the empty one is every interface.
+  NetworkServer(int family, int type, int port, std::string address = "");
+  ~NetworkServer();
+  NetworkServer(const NetworkServer&) = delete;
+  NetworkServer& operator=(const NetworkServer&) = delete;
+
+  // Opens the socket; a connection that comes in from here on waits for Start.
+  bool Init();
+  bool Start();
+  void Stop();
+
+  // The port that is served. REQUIRES: Init succeeded.
+  int GetPort();
+
+ private:
+  struct Ending;
+
+  static void* pthread_start(void* server);
+  void Run();
+  NetworkTCPConnection* WaitForConnection();
+  std::shared_ptr<void> TakeSlot();
+
+  std::atomic<bool> _stop{false};
+  pthread_t _thread = {};
+  std::unique_ptr<Socket> _socket;
+  const int _family;
+  const int _type;
+  const int _port;
+  const std::string _address;
+  // Peers being served. Connections hold a part of it, as they may outlive the server.
+  const std::shared_ptr<std::atomic<std::size_t>> _peers;
+  const std::shared_ptr<Ending> _ending;
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,40 @@
+// A client over TCP. Answers and events share one stream; a RecordRouter tells them apart, so that
+// one client can both poll and listen.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "libconfig/base/Export.h"
+#include "libconfig/network/NetworkClient.h"
+
+namespace qel::vorlane::config::access {
+
+class RecordRouter;
+
+class LIBCONFIG_API NetworkTCPClient : public NetworkClient {
+ public:
+  NetworkTCPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID);
+  ~NetworkTCPClient() override;
+
+  // 0 asks for the changes of every parameter. The server does not answer.
+  bool RegisterForEvents(eParam_t param) override;
+  bool RegisterForEvents() override;
+  bool UnregisterForEvents() override;
+  void ProcessEvents() override;
+
+ protected:
+  Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) override;
+  bool ReceiveStream(unsigned int length, std::vector<char>& stream) override;
+  void TakeRequestLock() override;
+
+ private:
+  XCONFIGMGR_EVENT_HANDLER_REQUEST_T MakeListenerRequest(uint32_t type, uint32_t requestID,
+                                                         eParam_t param);
+
+  // Shared with the events thread, which may outlive the client by a moment.
+  const std::shared_ptr<RecordRouter> _router;
+  std::vector<char> _eventStream;  // of the events thread
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,150 @@
+#include "libconfig/network/Outbox.h"
+
+#include <poll.h>
+
+#include <cerrno>
+
+#include "libconfig/base/Limits.h"
+#include "libconfig/network/OutboxFlusher.h"
+#include "libconfig/network/Socket.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::MutexLock;
+using qel::config::limits::kOutbox;
+
+namespace {
+
+// Room that an empty outbox keeps for the records to come.
+constexpr std::size_t kKeptRoom = 64 * 1024;
+
+constexpr int kForever = -1;
+
+thread_local FlushBatch* t_batch = nullptr;
+
+}  // namespace
+
+Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
+  const char* const bytes = static_cast<const char*>(data);
+  MutexLock lock(_mutex);
+  if (_socket == nullptr) return Put::kGone;
+  const auto fits = [&]() LIBCONFIG_REQUIRES(_mutex) {
+    return Waiting() == 0 || Waiting() + length <= kOutbox;
+  };
+  if (!fits()) FlushLocked();
+  if (_socket == nullptr) return Put::kGone;
+  if (!fits()) return Put::kFull;
+  _bytes.insert(_bytes.end(), bytes, bytes + length);
+  FlushBatch* const batch = FlushBatch::Current();
+  if (batch == nullptr) {
+    if (!_withFlusher) FlushLocked();
+    return _socket == nullptr ? Put::kGone : Put::kTaken;
+  }
+  if (!_batched) {
+    _batched = true;
+    batch->Add(shared_from_this());
+  }
+  return Put::kTaken;
+}
+
+bool Outbox::PutAnswer(const void* data, std::size_t length) {
+  for (;;) {
+    switch (PutRecord(data, length)) {
+      case Put::kTaken:
+        return true;
+      case Put::kGone:
+        return false;
+      case Put::kFull:
+        if (!WaitUntilAtMost(0, kForever)) return false;
+    }
+  }
+}
+
+bool Outbox::WaitForRoom() { return WaitUntilAtMost(kOutbox / 2, kForever); }
+
+bool Outbox::Drain(int milliseconds) { return WaitUntilAtMost(0, milliseconds); }
+
+bool Outbox::WaitUntilAtMost(std::size_t bytes, int milliseconds) {
+  for (;;) {
+    Socket* socket;
+    {
+      MutexLock lock(_mutex);
+      if (_socket != nullptr && Waiting() > bytes) FlushLocked();
+      if (_socket == nullptr) return false;
+      if (Waiting() <= bytes) return true;
+      socket = _socket;
+    }
+    // Others must not wait for what this thread has gathered for them.
+    if (FlushBatch* const batch = FlushBatch::Current()) batch->Flush();
+    // The caller's own connection owns the socket, so that it cannot go away meanwhile.
+    if (socket->wait_writable(milliseconds) <= 0) return false;
+  }
+}
+
+bool Outbox::Flush() {
+  MutexLock lock(_mutex);
+  _batched = false;
+  FlushLocked();
+  return Waiting() == 0;
+}
+
+void Outbox::FlushLocked() {
+  while (_socket != nullptr && Waiting() > 0) {
+    const ssize_t sent = _socket->send_some(_bytes.data() + _sent, Waiting(), false);
+    if (sent >= 0) {
+      _sent += static_cast<std::size_t>(sent);
+      continue;
+    }
+    if (errno != EAGAIN && errno != ENOBUFS) {
+      Drop();
+      return;
+    }
+    // The room in front is given up now and then, not for every record.
+    if (_sent > kOutbox) {
+      _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_sent));
+      _sent = 0;
+    }
+    if (!_withFlusher) _withFlusher = OutboxFlusher::Instance().Watch(shared_from_this());
+    return;
+  }
+  _withFlusher = false;
+  _sent = 0;
+  if (_bytes.capacity() > kKeptRoom) {
+    std::vector<char>().swap(_bytes);
+  } else {
+    _bytes.clear();
+  }
+}
+
+void Outbox::Drop() {
+  _socket = nullptr;
+  _withFlusher = false;
+  _sent = 0;
+  std::vector<char>().swap(_bytes);
+}
+
+void Outbox::Close() {
+  MutexLock lock(_mutex);
+  Drop();
+}
+
+int Outbox::Descriptor() {
+  MutexLock lock(_mutex);
+  return _socket == nullptr ? -1 : _socket->descriptor();
+}
+
+FlushBatch::FlushBatch() { t_batch = this; }
+
+FlushBatch::~FlushBatch() {
+  Flush();
+  t_batch = nullptr;
+}
+
+FlushBatch* FlushBatch::Current() { return t_batch; }
+
+void FlushBatch::Flush() {
+  for (const auto& outbox : _outboxes) outbox->Flush();
+  _outboxes.clear();
+}
+
+}  // namespace qel::vorlane::config::access

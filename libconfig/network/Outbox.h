@@ -1,0 +1,91 @@
+// What waits to be sent to one peer. Whoever has a record for the peer puts it in, whole, and never
+// waits; what the system does not take at once is sent when the peer has read on. A peer that does
+// not read fills its outbox and is given up. Internal.
+//
+// Putting and flushing may happen on any thread: the notifier's, the connection's own, and that of
+// the process's flusher, which looks after outboxes that the system would not empty. All of them
+// hold the outbox by a shared pointer, so that it may outlive its connection; Close ends its use of
+// the socket.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "libconfig/base/Mutex.h"
+
+class Socket;
+
+namespace qel::vorlane::config::access {
+
+class Outbox : public std::enable_shared_from_this<Outbox> {
+ public:
+  enum class Put {
+    kTaken,
+    kFull,  // no room, and the system takes nothing
+    kGone,  // closed, or the peer is not there any more
+  };
+
+  explicit Outbox(Socket& socket) : _socket(&socket) {}
+
+  // Takes the record, whole or not at all, and sends it now, or at the end of the calling thread's
+  // FlushBatch. An empty outbox takes a record of any size.
+  Put PutRecord(const void* data, std::size_t length);
+
+  // The same for the connection's own thread, which may wait until the peer has read on. False when
+  // the peer is gone.
+  bool PutAnswer(const void* data, std::size_t length);
+
+  // Sends what the system takes without waiting. False while something is left.
+  bool Flush();
+
+  // Waits until no more than half of the room is taken, which keeps a peer that asks and does not
+  // read from asking on. False when the peer is gone.
+  bool WaitForRoom();
+
+  // Waits until everything has left, and no longer than the time given for each bit of progress.
+  // For the connection's own thread, when nothing more comes in.
+  bool Drain(int milliseconds);
+
+  // Drops what waits, and lets go of the socket.
+  void Close();
+
+  // The socket's descriptor for poll, -1 when closed. Its number may be stale by the time it is
+  // used.
+  int Descriptor();
+
+ private:
+  std::size_t Waiting() const LIBCONFIG_REQUIRES(_mutex) { return _bytes.size() - _sent; }
+  bool WaitUntilAtMost(std::size_t bytes, int milliseconds);
+  void FlushLocked() LIBCONFIG_REQUIRES(_mutex);
+  void Drop() LIBCONFIG_REQUIRES(_mutex);
+
+  qel::config::Mutex _mutex;
+  Socket* _socket LIBCONFIG_GUARDED_BY(_mutex);  // null when closed or broken
+  std::vector<char> _bytes LIBCONFIG_GUARDED_BY(_mutex);
+  std::size_t _sent LIBCONFIG_GUARDED_BY(_mutex) = 0;      // bytes at the front that are gone
+  bool _batched LIBCONFIG_GUARDED_BY(_mutex) = false;      // some batch is going to flush
+  bool _withFlusher LIBCONFIG_GUARDED_BY(_mutex) = false;  // the flusher waits for the peer
+};
+
+// While one exists, the records that its thread puts into outboxes gather there and leave together
+// when Flush is called: a connection with many requests at hand works them off first. At most one a
+// thread.
+class FlushBatch {
+ public:
+  FlushBatch();
+  ~FlushBatch();
+  FlushBatch(const FlushBatch&) = delete;
+  FlushBatch& operator=(const FlushBatch&) = delete;
+
+  void Flush();
+
+  // The calling thread's batch, or null.
+  static FlushBatch* Current();
+  void Add(std::shared_ptr<Outbox> outbox) { _outboxes.push_back(std::move(outbox)); }
+
+ private:
+  std::vector<std::shared_ptr<Outbox>> _outboxes;
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,103 @@
+// The client's end of a TCP stream: takes the records in and gives each to whom it belongs, answers
+// to the exchange that waits for them, events to the listeners. Internal.
+//
+// One thread reads at a time. Without an events thread that is whoever waits for an answer; from
+// ExpectReader on it is the events thread alone, and an exchange on another thread waits until its
+// answer is handed over. The events thread may itself have an exchange, from inside a listener's
+// call: it then goes on reading, and keeps the events that come meanwhile for later.
+//
+// Exchanges are one at a time: the client's request lock sees to that.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "libconfig/base/Mutex.h"
+#include "libconfig/network/NetworkRecords.h"
+#include "libconfig/network/StreamReader.h"
+
+class Socket;
+
+namespace qel::vorlane::config::access {
+
+// A record as it came in, with the bytes that followed it.
+struct ReceivedRecord {
+  XCONFIGMGR_RESPONSE_T header = {};
+  std::size_t size = 0;  // bytes of the header that the record has
+  std::vector<char> stream;
+};
+
+// What an exchange waits for.
+struct ExpectedAnswer {
+  uint32_t requestID = 0;
+  std::size_t size = 0;     // of the record
+  bool withStream = false;  // its stream is the answer
+  int timeoutMs = 0;
+};
+
+enum class Received {
+  kAnswer,
+  kTimeout,
+  kFailed,     // closed, cut or broken: the connection is at its end
+  kTooLong,    // it announced a stream beyond all limits: at its end as well
+  kStreamCut,  // the record came and its stream did not: at its end as well
+};
+
+class RecordRouter {
+ public:
+  explicit RecordRouter(Socket& socket);
+
+  // Waits for the answer. An answer that comes too late is recognised by its number and dropped.
+  Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
+
+  // From now on only the thread that calls BecomeReader reads.
+  void ExpectReader();
+  void BecomeReader();
+  bool IsReader() const;
+
+  // For the reader: the next record that no exchange waits for. False when the stream has ended,
+  // with the result of the system's receive in `result`.
+  bool NextEvent(ReceivedRecord& record, int& result);
+
+  // For the reader, while it waits for the request lock: serves whoever holds it.
+  void ServeExchange();
+
+ private:
+  enum class Kind { kEvent, kStale, kAnswer, kUnsolicited };
+
+  StreamReader::Result ReadRecord(ReceivedRecord& record, Received& failure);
+  Received ReadUntilAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
+  Received AwaitAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
+  Kind Sort(const ReceivedRecord& record);
+  bool HandOver(ReceivedRecord& record);
+  void Keep(ReceivedRecord record);
+  void Abandon(uint32_t requestID) LIBCONFIG_REQUIRES(_mutex);
+  void End(Received how);
+  void SetReceiveTimeout(int milliseconds);
+
+  Socket& _socket;
+
+  // Of the thread that reads.
+  StreamReader _reader;
+  std::deque<ReceivedRecord> _kept;  // events that came during the reader's own exchange
+  int _receiveTimeoutMs = 0;
+
+  std::atomic<bool> _hasReader{false};
+  std::atomic<std::thread::id> _readerThread{};
+
+  qel::config::Mutex _mutex;
+  qel::config::Condition _changed;
+  bool _waiting LIBCONFIG_GUARDED_BY(_mutex) = false;   // an exchange expects _expected
+  bool _answered LIBCONFIG_GUARDED_BY(_mutex) = false;  // and has it in _answer
+  bool _ended LIBCONFIG_GUARDED_BY(_mutex) = false;     // nothing more will come
+  Received _ending LIBCONFIG_GUARDED_BY(_mutex) = Received::kFailed;
+  ExpectedAnswer _expected LIBCONFIG_GUARDED_BY(_mutex);
+  ReceivedRecord _answer LIBCONFIG_GUARDED_BY(_mutex);
+  std::set<uint32_t> _abandoned LIBCONFIG_GUARDED_BY(_mutex);
+};
+
+}  // namespace qel::vorlane::config::access

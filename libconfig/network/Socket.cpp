@@ -1,0 +1,531 @@
+#include "libconfig/network/Socket.h"
+
+#include <arpa/inet.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstring>
+#include <memory>
+
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/network/DumpContext.h"
+
+using qel::config::Report;
+using qel::config::ReportErrno;
+
+namespace {
+
+template <typename Call>
+auto Retry(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+template <typename T>
+const sockaddr* AsAddress(const T& address) {
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
+void RemoveStaleSocket(const char* path) {
+  struct stat status;
+  if (::lstat(path, &status) == 0 && S_ISSOCK(status.st_mode)) ::unlink(path);
+}
+
+timeval ToTimeval(unsigned milliseconds) {
+  timeval time;
+  time.tv_sec = milliseconds / 1000;
+  time.tv_usec = static_cast<suseconds_t>(milliseconds % 1000) * 1000;
+  return time;
+}
+
+}  // namespace
+
+// Keeps the descriptor's number taken while a call is inside.
+class Socket::Use {
+ public:
+  explicit Use(Socket& socket) : _socket(socket) {
+    const uint32_t before = _socket._state.fetch_add(kUser, std::memory_order_acquire);
+    if ((before & kClosed) != 0) {
+      errno = EBADF;
+    } else {
+      fd = _socket._fd.load(std::memory_order_relaxed);
+    }
+  }
+  ~Use() {
+    const int saved = errno;
+    _socket.Leave();
+    errno = saved;
+  }
+  Use(const Use&) = delete;
+  Use& operator=(const Use&) = delete;
+
+  int fd = -1;  // stays -1, with errno set, when the socket is closed
+
+ private:
+  Socket& _socket;
+};
+
+Socket::Socket(int family, int type) : _family(family), _type(type) {}
+
+Socket::~Socket() { close(); }
+
+void Socket::Adopt(int fd) {
+  _fd.store(fd, std::memory_order_relaxed);
+  _state.fetch_and(~kClosed, std::memory_order_release);
+}
+
+// The last one out of a closed socket frees the number.
+int Socket::Leave() {
+  if (_state.fetch_sub(kUser, std::memory_order_acq_rel) - kUser != kClosed) return 0;
+  const int fd = _fd.exchange(-1, std::memory_order_relaxed);
+  return fd == -1 ? 0 : ::close(fd);
+}
+
+int Socket::create() {
+  const int fd = ::socket(_family, _type | SOCK_CLOEXEC, 0);
+  if (fd == -1) {
+    ReportErrno("Socket::create - socket() failed");
+    return 0;
+  }
+  close();
+  Adopt(fd);
+  const int on = 1;
+  if (_type == SOCK_STREAM && _family == AF_INET &&
+      ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) == -1) {
+    ReportErrno("Socket::create setsockopt(TCP_NODELAY) failed");
+    return 0;
+  }
+  if (::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == -1) {
+    ReportErrno("Socket::create - setsockopt(SO_REUSEADDR) call failed");
+    return 0;
+  }
+  return 1;
+}
+
+int Socket::close() {
+  // Being a user itself, the closer is the last one out unless somebody is inside a call.
+  const uint32_t before = _state.fetch_add(kUser, std::memory_order_acquire);
+  if ((before & kClosed) != 0 ||
+      (_state.fetch_or(kClosed, std::memory_order_acq_rel) & kClosed) != 0) {
+    Leave();
+    return -1;
+  }
+  ::shutdown(_fd.load(std::memory_order_relaxed), SHUT_RDWR);
+  return Leave();
+}
+
+int Socket::bind(int port) {
+  if (!is_open()) {
+    Report("Socket::bind: invalid socketn");
+    return 0;
+  }
+  return _family == AF_UNIX ? bind_local(port) : bind_inet(port);
+}
+
+int Socket::bind(const std::string& host, int port) {
+  if (host.empty()) {
+    _inetAddr.sin_addr.s_addr = INADDR_ANY;
+  } else if (::inet_aton(host.c_str(), &_inetAddr.sin_addr) == 0) {
+    // The system would take the address that stands for "none" as the broadcast address.
+    errno = EINVAL;
+    ReportErrno("Socket::bind_inet");
+    return 0;
+  }
+  return bind_inet(port);
+}
+
+int Socket::bind_inet(int port) {
+  Use use(*this);
+  _inetAddr.sin_family = static_cast<sa_family_t>(_family);
+  _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
+  if (::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
+    ReportErrno("Socket::bind_inet");
+    return 0;
+  }
+  _port = port;
+  return 1;
+}
+
+int Socket::bind_local(int port) {
+  Use use(*this);
+  _localAddr.sun_family = AF_UNIX;
+  std::strncpy(_localAddr.sun_path, build_local_path(_host, port).c_str(),
+               sizeof _localAddr.sun_path - 1);
+  RemoveStaleSocket(_localAddr.sun_path);
+  if (::bind(use.fd, AsAddress(_localAddr), sizeof _localAddr) == -1) return 0;
+  _port = port;
+  return 1;
+}
+
+std::string Socket::build_local_path(std::string, int port) {
+  const std::string path = "/tmp/qel_" + std::to_string(port);
+  Report("Local path = %s\n", path.c_str());
+  return path;
+}
+
+int Socket::listen() {
+  Use use(*this);
+  if (use.fd == -1) return 0;
+  constexpr int kBacklog = 100;
+  if (::listen(use.fd, kBacklog) == -1) {
+    ReportErrno("Socket::listen - listen returned -1");
+    return 0;
+  }
+  return 1;
+}
+
+int Socket::accept(Socket* peer) {
+  Use use(*this);
+  const int fd = _family == AF_UNIX ? AcceptLocal(use.fd) : AcceptInet(use.fd);
+  if (fd <= 0) {
+    ReportErrno("Socket::accept - socket <= 0");
+    if (fd == 0) ::close(fd);
+    return 0;
+  }
+  peer->Adopt(fd);
+  return 1;
+}
+
+int Socket::AcceptInet(int fd) {
+  return Retry([&] {
+    socklen_t length = sizeof _inetAddr;
+    return ::accept4(fd, reinterpret_cast<sockaddr*>(&_inetAddr), &length, SOCK_CLOEXEC);
+  });
+}
+
+int Socket::AcceptLocal(int fd) {
+  return Retry([fd] {
+    sockaddr_un scratch;
+    socklen_t length = sizeof scratch;
+    return ::accept4(fd, reinterpret_cast<sockaddr*>(&scratch), &length, SOCK_CLOEXEC);
+  });
+}
+
+int Socket::connect(std::string host, int port) {
+  if (!is_open()) return 0;
+  return _family == AF_UNIX ? connect_local(std::move(host), port)
+                            : connect_inet(std::move(host), port);
+}
+
+// A connect that a signal interrupts goes on by itself; its end has to be waited for.
+int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
+  if (::connect(fd, address, length) == 0) return 0;
+  if (errno != EINTR) return -1;
+  pollfd writable = {fd, POLLOUT, 0};
+  if (Retry([&] { return ::poll(&writable, 1, -1); }) < 0) return -1;
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) return -1;
+  errno = error;
+  return error == 0 ? 0 : -1;
+}
+
+int Socket::connect_inet(std::string host, int port) {
+  Use use(*this);
+  _inetAddr.sin_family = static_cast<sa_family_t>(_family);
+  _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
+  errno = 0;
+  if (::inet_pton(_family, host.c_str(), &_inetAddr.sin_addr) != 1) {
+    if (errno == EAFNOSUPPORT) {
+      ReportErrno("Socket::connect_inet - inet_pton() failed");
+      return 0;
+    }
+    // Not a dotted address: nobody can be reached at this one, so that connect fails.
+    _inetAddr.sin_addr.s_addr = INADDR_NONE;
+  }
+  if (ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
+    ReportErrno("Socket::connect_inet - connect() failed");
+    return 0;
+  }
+  _host = std::move(host);
+  _port = port;
+  return 1;
+}
+
+int Socket::connect_local(std::string host, int port) {
+  Use use(*this);
+  _localAddr.sun_family = static_cast<sa_family_t>(_family);
+  std::strncpy(_localAddr.sun_path, build_local_path(host, port).c_str(),
+               sizeof _localAddr.sun_path - 1);
+  if (ConnectTo(use.fd, AsAddress(_localAddr), sizeof _localAddr) == -1) {
+    ReportErrno("Socket::connect_local");
+    return 0;
+  }
+  _host = std::move(host);
+  _port = port;
+  return 1;
+}
+
+ssize_t Socket::recv_some(void* data, std::size_t length) {
+  Use use(*this);
+  return Retry([&] { return ::recv(use.fd, data, length, MSG_NOSIGNAL); });
+}
+
+ssize_t Socket::send_some(const void* data, std::size_t length, bool wait) {
+  Use use(*this);
+  const int flags = wait ? MSG_NOSIGNAL : MSG_NOSIGNAL | MSG_DONTWAIT;
+  return Retry([&] { return ::send(use.fd, data, length, flags); });
+}
+
+int Socket::send(char* data, unsigned length) {
+  if (send_some(data, length, true) == -1) {
+    ReportErrno("Socket::send - failed");
+    return 0;
+  }
+  return 1;
+}
+
+int Socket::sendall(char* data, int* length) {
+  int sent = 0;
+  const int wanted = *length;
+  while (sent < wanted) {
+    const ssize_t count = send_some(data + sent, static_cast<std::size_t>(wanted - sent), true);
+    if (count == -1) {
+      ReportErrno("Socket::sendall - send failed");
+      *length = sent;
+      return 0;
+    }
+    sent += static_cast<int>(count);
+  }
+  *length = sent;
+  return wanted > 0 ? 1 : 0;
+}
+
+int Socket::recv(char* data, unsigned length) {
+  if (_type == SOCK_DGRAM) {
+    const ssize_t count = recv_some(data, length);
+    if (count == -1) {
+      ReportErrno("Socket::recv - failed");
+      Report("Socket::recv - UDP version (this:%p)\n", static_cast<void*>(this));
+      return 0;
+    }
+    return static_cast<int>(count);
+  }
+  if (length == 0) return 0;
+  // Each call asks for the whole length, which is more than the caller may have room for.
+  const std::unique_ptr<char[]> piece(new char[length]);
+  unsigned received = 0;
+  while (received < length) {
+    const ssize_t count = recv_some(piece.get(), length);
+    if (count == 0) break;
+    if (count == -1) {
+      ReportErrno("Socket::recv - failed");
+      Report("Socket::recv - TCP version (this:%p)\n", static_cast<void*>(this));
+      return -1;
+    }
+    std::memcpy(data + received, piece.get(),
+                std::min<std::size_t>(static_cast<std::size_t>(count), length - received));
+    received += static_cast<unsigned>(count);
+  }
+  return static_cast<int>(received);
+}
+
+int Socket::recv_exact(char* data, unsigned length) {
+  unsigned received = 0;
+  while (received < length) {
+    const ssize_t count = recv_some(data + received, length - received);
+    if (count == 0) break;
+    if (count == -1) {
+      ReportErrno("Socket::recv - failed");
+      return -1;
+    }
+    received += static_cast<unsigned>(count);
+  }
+  return static_cast<int>(received);
+}
+
+int Socket::peek(char* data, unsigned length) {
+  Use use(*this);
+  const ssize_t count =
+      Retry([&] { return ::recv(use.fd, data, length, MSG_PEEK | MSG_WAITALL | MSG_NOSIGNAL); });
+  if (count == -1) {
+    ReportErrno("Socket::recv - failed");
+    return 0;
+  }
+  return static_cast<int>(count);
+}
+
+int Socket::sendto(void* data, unsigned length, const sockaddr_in& to) {
+  Use use(*this);
+  const ssize_t count =
+      Retry([&] { return ::sendto(use.fd, data, length, 0, AsAddress(to), sizeof to); });
+  if (count == -1) {
+    ReportErrno("Socket::sendto - failed");
+    return 0;
+  }
+  return 1;
+}
+
+int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
+  Use use(*this);
+  const ssize_t count = Retry([&] {
+    socklen_t size = sizeof from;
+    return ::recvfrom(use.fd, data, length, 0, reinterpret_cast<sockaddr*>(&from), &size);
+  });
+  if (count == -1) {
+    ReportErrno("Socket::recvfrom - failed");
+    return 0;
+  }
+  return static_cast<int>(count);
+}
+
+// 1 when one of `events` came, 0 when the time ran out, -1 on an error. What is left of the time
+// goes to `left`.
+int Socket::Wait(short events, int milliseconds, int* left) {
+  using Clock = std::chrono::steady_clock;
+  Use use(*this);
+  if (use.fd == -1) return -1;
+  const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+  pollfd wanted = {use.fd, events, 0};
+  int remaining = milliseconds;
+  for (;;) {
+    const int ready = ::poll(&wanted, 1, remaining);
+    const int error = errno;
+    if (milliseconds >= 0) {
+      const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+      remaining = static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, rest.count()));
+    }
+    if (left != nullptr) *left = remaining;
+    errno = error;
+    if (ready >= 0 || error != EINTR) return ready > 0 ? 1 : ready;
+  }
+}
+
+int Socket::wait_readable(int milliseconds) { return Wait(POLLIN, milliseconds, nullptr); }
+
+int Socket::wait_writable(int milliseconds) { return Wait(POLLOUT, milliseconds, nullptr); }
+
+int Socket::read_select(unsigned milliseconds) {
+  if (!is_open()) {
+    Report("Socket::read_select - invalid socket\n");
+    return 0;
+  }
+  int left = 0;
+  const int ready =
+      Wait(POLLIN, static_cast<int>(std::min<unsigned>(milliseconds, INT_MAX)), &left);
+  if (ready == 1) return 1;
+  if (ready == -1) ReportErrno("Socket::read_select");
+  ReportNothingToRead(ready == 0 ? 0 : static_cast<unsigned>(left));
+  return 0;
+}
+
+void Socket::ReportNothingToRead(unsigned msLeft) {
+  const timeval rest = ToTimeval(msLeft);
+  Report("Socket::read_select - readfds is not set (timeout secs:%ld usecs:%ld)\n",
+         static_cast<long>(rest.tv_sec), static_cast<long>(rest.tv_usec));
+  dump_context();
+}
+
+int Socket::set_non_blocking(bool blocking) {
+  Use use(*this);
+  const int flags = ::fcntl(use.fd, F_GETFL, 0);
+  if (flags < 0) return flags;
+  return ::fcntl(use.fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
+}
+
+int Socket::set_buffer_size(int option, int bytes) {
+  if (option != SO_SNDBUF && option != SO_RCVBUF) {
+    Report("Socket::set_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n");
+    return 0;
+  }
+  Use use(*this);
+  if (::setsockopt(use.fd, SOL_SOCKET, option, &bytes, sizeof bytes) == -1) {
+    ReportErrno("Socket::set_buffer_size:  Unable to set the buffer size");
+    return 0;
+  }
+  return 1;
+}
+
+int Socket::get_buffer_size(int option) {
+  if (option != SO_SNDBUF && option != SO_RCVBUF) {
+    Report("Socket::get_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n");
+    return 0;
+  }
+  Use use(*this);
+  int bytes = 0;
+  socklen_t size = sizeof bytes;
+  if (::getsockopt(use.fd, SOL_SOCKET, option, &bytes, &size) == -1) {
+    ReportErrno("Socket::get_buffer_size:  Unable to get the buffer size");
+    return 0;
+  }
+  return bytes;
+}
+
+int Socket::set_receive_timeout(unsigned milliseconds) {
+  Use use(*this);
+  const timeval time = ToTimeval(milliseconds);
+  return ::setsockopt(use.fd, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time) == 0;
+}
+
+int Socket::set_send_timeout(unsigned milliseconds) {
+  Use use(*this);
+  const timeval time = ToTimeval(milliseconds);
+  return ::setsockopt(use.fd, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
+}
+
+int Socket::set_keepalive() {
+  Use use(*this);
+  const int on = 1;
+  return ::setsockopt(use.fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0;
+}
+
+namespace {
+
+int ChangeMembership(int fd, int option, const std::string& group, const std::string& interface) {
+  if (fd == -1 || group.empty() || interface.empty()) return 0;
+  ip_mreq request;
+  request.imr_multiaddr.s_addr = ::inet_addr(group.c_str());
+  request.imr_interface.s_addr = ::inet_addr(interface.c_str());
+  return ::setsockopt(fd, IPPROTO_IP, option, &request, sizeof request) != -1;
+}
+
+}  // namespace
+
+int Socket::add_membership(const std::string& group, const std::string& interface) {
+  Use use(*this);
+  return ChangeMembership(use.fd, IP_ADD_MEMBERSHIP, group, interface);
+}
+
+int Socket::drop_membership(const std::string& group, const std::string& interface) {
+  Use use(*this);
+  return ChangeMembership(use.fd, IP_DROP_MEMBERSHIP, group, interface);
+}
+
+bool Socket::is_peer_gone() {
+  Use use(*this);
+  char byte;
+  const ssize_t count =
+      Retry([&] { return ::recv(use.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT | MSG_NOSIGNAL); });
+  return count == 0 || (count < 0 && errno != EAGAIN);
+}
+
+int Socket::get_bound_port() {
+  Use use(*this);
+  sockaddr_in address = {};
+  socklen_t length = sizeof address;
+  if (::getsockname(use.fd, reinterpret_cast<sockaddr*>(&address), &length) == -1) return 0;
+  return address.sin_family == AF_INET ? ntohs(address.sin_port) : _port;
+}
+
+std::string Socket::get_peer_name() {
+  Use use(*this);
+  sockaddr_in address = {};
+  socklen_t length = sizeof address;
+  if (::getpeername(use.fd, reinterpret_cast<sockaddr*>(&address), &length) == -1 ||
+      address.sin_family != AF_INET) {
+    return "";
+  }
+  char text[INET_ADDRSTRLEN] = "";
+  ::inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
+  return std::string(text) + ":" + std::to_string(ntohs(address.sin_port));
+}

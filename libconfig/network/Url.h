@@ -1,0 +1,20 @@
+// Splits a configuration URI such as "tcp://127.0.0.1:43110".
+#pragma once
+
+#include <string>
+
+#include "libconfig/base/Export.h"
+
+namespace url {
+
+struct URL {
+  std::string scheme;
+  std::string host;
+  std::string port;
+};
+
+// What stands behind the port, options included, is left to the caller. A URI of fewer than three
+// parts gives empty strings, with a message.
+LIBCONFIG_API URL parse(std::string& uri);
+
+}  // namespace url
