@@ -1,0 +1,29 @@
+// Prints one line for each change of one store: when, which parameter, from what to what, and who
+// made it where that can be told. A set to the value that a parameter has already is no change.
+//
+// It is one of the store's listeners, and is called with the store's listeners held.
+#pragma once
+
+#include <map>
+#include <string>
+#include <variant>
+
+#include "libconfig/libconfig.h"
+
+class ChangeLog : public ConfigEventListener {
+ public:
+  // Takes the store's values as they are now for the old ones.
+  explicit ChangeLog(Config& store);
+
+  using ConfigEventListener::ParamChanged;
+  void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
+  void ParamChanged(eParam_t param, std::string value, timeval when) override;
+
+ private:
+  using Value = std::variant<unsigned int, std::string>;
+
+  void Note(eParam_t param, Value value);
+
+  const eConfigID_t _configID;
+  std::map<eParam_t, Value> _values;
+};
