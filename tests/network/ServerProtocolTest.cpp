@@ -1,0 +1,269 @@
+// What a server says to peers that speak the protocol, byte by byte.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/manager/ConfigManager.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/TestServer.h"
+#include "tests/testing/Wire.h"
+
+using testing::ElementsAre;
+using testing_support::Bytes;
+using testing_support::ConnectionRequest;
+using testing_support::Eventually;
+using testing_support::ListenerRequest;
+using testing_support::ParamRequest;
+using testing_support::SetStringRequest;
+using testing_support::StringValueBytes;
+using testing_support::TestServer;
+using testing_support::WirePeer;
+using testing_support::Words;
+using testing_support::operator+;
+
+namespace {
+
+constexpr uint32_t kPeer = 0x00077777;
+constexpr uint32_t kAll = 0xFFFFFFFF;
+
+// A store of the test's own, held open so that its state can be looked at.
+class Store {
+ public:
+  explicit Store(int number)
+      : _config(ConfigFactoryImpl::GetInstance()->Connect("local:configid=" +
+                                                          std::to_string(number))) {}
+  ~Store() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+  ConfigManager* operator->() { return static_cast<ConfigManager*>(_config); }
+
+ private:
+  Config* const _config;
+};
+
+}  // namespace
+
+TEST(ServerProtocol, AnswersEachRequestWithItsRecord) {
+  TestServer server;
+  Store store(11);
+  WirePeer peer(server.GetPort());
+  ASSERT_TRUE(peer.Send(Words(std::array<uint32_t, 6>{16, kPeer, 5, 11, 6, 7})));
+  EXPECT_THAT(peer.Record(7), ElementsAre(32U, kPeer, 5U, 11U, 6U, 7U, 0U));
+  EXPECT_EQ(2, store->GetUseCount());
+
+  ASSERT_TRUE(peer.Send(
+      Words(std::array<uint32_t, 10>{81, kPeer, 6, 11, 1, 2, eParamID_IPConfig, 1, 0, 0})));
+  ASSERT_TRUE(peer.Send(
+      Words(std::array<uint32_t, 10>{80, kPeer, 7, 11, 1, 2, eParamID_IPConfig, 99, 0, 0})));
+  EXPECT_THAT(peer.Record(), ElementsAre(96U, kPeer, 7U, 11U, 1U, 2U, uint32_t(eParamID_IPConfig),
+                                         0U, 1U, 0U, 0U));
+
+  ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, "Edit 7")));
+  ASSERT_TRUE(peer.Send(
+      Words(std::array<uint32_t, 10>{112, kPeer, 8, 11, 3, 4, eParamID_SysName, 0, 0, 0})));
+  EXPECT_THAT(peer.Record(), ElementsAre(128U, kPeer, 8U, 11U, 3U, 4U, uint32_t(eParamID_SysName),
+                                         0U, 0U, 23U, 3072U));
+  const std::string expected(
+      "\0\0\0\1\0\0\0\x0b\x32\5\0\0\0\0\0\x0c"
+      "Edit 7\0",
+      23);
+  const Bytes value = peer.Receive(23);
+  EXPECT_EQ(expected, std::string(value.begin(), value.end()));
+
+  ASSERT_TRUE(peer.Send(Words(std::array<uint32_t, 7>{49, kPeer, 9, 11, 0, 1, 0})));
+  EXPECT_THAT(peer.Record(7), ElementsAre(65U, kPeer, 9U, 11U, 0U, 1U, 0U));
+  ASSERT_TRUE(peer.Send(Words(std::array<uint32_t, 6>{17, kPeer, 10, 11, 0, 1})));
+  EXPECT_THAT(peer.Record(7), ElementsAre(33U, kPeer, 10U, 11U, 0U, 4096U, 0U));
+  EXPECT_TRUE(peer.IsClosedByPeer());
+  EXPECT_TRUE(Eventually([&] { return store->GetUseCount() == 1; }));
+}
+
+TEST(ServerProtocol, SendsEachChangeToWhoeverAskedForAny) {
+  TestServer server;
+  Store store(12);
+  WirePeer peer(server.GetPort(), 12);
+  // One parameter is asked for, and every change comes.
+  ASSERT_TRUE(peer.Send(ListenerRequest(48, eParamID_SysName)));
+  peer.Get(eParamID_IPConfig);
+
+  store->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_THAT(peer.Record(), ElementsAre(144U, kPeer, kAll, 12U, 0U, 4096U,
+                                         uint32_t(eParamID_MediaUpdated), 0U, 1U, 0U, 3072U));
+  store->Set(eParamID_SysName, std::string("x"));
+  EXPECT_THAT(peer.Record(), ElementsAre(145U, kPeer, kAll, 12U, 0U, 4096U,
+                                         uint32_t(eParamID_SysName), 0U, 0U, 18U, 3072U));
+  EXPECT_EQ(18U, peer.Receive(18).size());
+  // The same value again is an event again.
+  store->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_EQ(144U, peer.Record().at(0));
+
+  // After Remove nothing more comes, after Add it does, and only once each.
+  ASSERT_TRUE(peer.Send(ListenerRequest(49)));
+  EXPECT_EQ(65U, peer.Record(7).at(0));
+  store->Set(eParamID_MediaUpdated, 0U);
+  ASSERT_TRUE(peer.Send(ListenerRequest(48)));
+  ASSERT_TRUE(peer.Send(ListenerRequest(48)));
+  EXPECT_EQ(0U, peer.Get(eParamID_MediaUpdated));
+  store->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_EQ(1U, peer.Record().at(8));
+  EXPECT_EQ(1U, peer.Get(eParamID_MediaUpdated));
+}
+
+TEST(ServerProtocol, SurvivesEveryRequestBeforeConnect) {
+  TestServer server;
+  WirePeer peer(server.GetPort());
+  ASSERT_TRUE(peer.Send(ParamRequest(80, eParamID_IPConfig, 0, 1)));
+  auto answer = peer.Record();
+  EXPECT_EQ(96U, answer.at(0));
+  EXPECT_EQ(107U, answer.at(7));
+  ASSERT_TRUE(peer.Send(ParamRequest(112, eParamID_SysName, 0, 2)));
+  answer = peer.Record();
+  EXPECT_EQ(128U, answer.at(0));
+  EXPECT_EQ(107U, answer.at(7));
+  EXPECT_EQ(0U, answer.at(9));
+  ASSERT_TRUE(peer.Send(ParamRequest(81, eParamID_IPConfig, 1)));
+  ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, "nobody", 3)));
+  answer = peer.Record();
+  EXPECT_EQ(129U, answer.at(0));
+  EXPECT_EQ(3U, answer.at(2));
+  EXPECT_EQ(53U, answer.at(7));
+  ASSERT_TRUE(peer.Send(ListenerRequest(48)));
+  ASSERT_TRUE(peer.Send(ListenerRequest(49)));
+  EXPECT_EQ(65U, peer.Record(7).at(0));
+  ASSERT_TRUE(peer.Send(ConnectionRequest(17)));
+  EXPECT_EQ(33U, peer.Record(7).at(0));
+  EXPECT_TRUE(peer.IsClosedByPeer());
+}
+
+TEST(ServerProtocol, LeavesTheFirstStoreCompletelyOnASecondConnect) {
+  TestServer server;
+  Store first(21);
+  Store second(22);
+  WirePeer peer(server.GetPort(), 21);
+  peer.Listen();
+  ASSERT_TRUE(peer.Send(ConnectionRequest(16, 22)));
+  EXPECT_EQ(32U, peer.Record(7).at(0));
+  EXPECT_EQ(1, first->GetUseCount());
+  EXPECT_EQ(2, second->GetUseCount());
+  first->Set(eParamID_MediaUpdated, 1U);
+  second->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_EQ(1U, peer.Get(eParamID_MediaUpdated));  // and no event came before this answer
+  peer.Listen();
+  second->Set(eParamID_MediaUpdated, 0U);
+  EXPECT_EQ(22U, peer.Record().at(3));
+  // The same store once more is one use.
+  ASSERT_TRUE(peer.Send(ConnectionRequest(16, 22)));
+  EXPECT_EQ(32U, peer.Record(7).at(0));
+  EXPECT_EQ(2, second->GetUseCount());
+}
+
+TEST(ServerProtocol, AnswersARefusedStringAndKeepsItsPlace) {
+  TestServer server;
+  WirePeer peer(server.GetPort(), 31);
+  const auto refusal = [&](const Bytes& request) {
+    EXPECT_TRUE(peer.Send(request));
+    const auto answer = peer.Record();
+    return answer.size() == 11 && answer[0] == 129 && answer[7] == 53 && answer[9] == 0;
+  };
+  // Of a class that nobody knows, of no class at all, cut, for no parameter, for a number.
+  EXPECT_TRUE(refusal(ParamRequest(113, 0x32050000, 0, 1, 20) + Bytes(20, 'x')));
+  EXPECT_TRUE(refusal(ParamRequest(113, 0x32050000, 0, 2, 3) + Bytes(3, 0)));
+  Bytes cut = StringValueBytes(eParamID_SysName, "cut");
+  cut.pop_back();
+  EXPECT_TRUE(refusal(ParamRequest(113, 0x32050000, 0, 3, uint32_t(cut.size())) + cut));
+  EXPECT_TRUE(refusal(SetStringRequest(0x01020304, "unknown")));
+  EXPECT_TRUE(refusal(SetStringRequest(eParamID_IPConfig, "DHCP")));
+  // A length of 0 is dropped without an answer; more than a megabyte is read away.
+  EXPECT_TRUE(peer.Send(ParamRequest(113, eParamID_SysName)));
+  constexpr uint32_t kTooMuch = 1024 * 1024 + 1;
+  EXPECT_TRUE(refusal(ParamRequest(113, eParamID_SysName, 0, 4, kTooMuch) + Bytes(kTooMuch, 1)));
+  EXPECT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, "still in place")));
+  EXPECT_EQ("still in place", peer.GetString(eParamID_SysName));
+}
+
+TEST(ServerProtocol, CarriesAnIntegerValueBothWays) {
+  using testing_support::BigWord;
+  TestServer server;
+  WirePeer peer(server.GetPort(), 32);
+  const Bytes value =
+      BigWord(0) + BigWord(0) + BigWord(eParamID_IPConfig) + BigWord(3) + BigWord(2);
+  ASSERT_TRUE(peer.Send(ParamRequest(113, eParamID_IPConfig, 0, 0, 20) + value));
+  EXPECT_EQ(2U, peer.Get(eParamID_IPConfig));
+  ASSERT_TRUE(peer.Send(ParamRequest(112, eParamID_IPConfig)));
+  EXPECT_EQ(20U, peer.Record().at(9));
+  EXPECT_EQ(BigWord(2), [&] {
+    const Bytes got = peer.Receive(20);
+    return Bytes(got.end() - 4, got.end());
+  }());
+  // A parameter without a value.
+  ASSERT_TRUE(peer.Send(ParamRequest(112, 0x01020304)));
+  EXPECT_EQ(60U, peer.Record().at(7));
+}
+
+TEST(ServerProtocol, CarriesAStringOfAMegabyteToItsReadersAndWatchers) {
+  TestServer server;
+  WirePeer watcher(server.GetPort(), 33);
+  watcher.Listen();
+  WirePeer peer(server.GetPort(), 33);
+  const std::string text(1024 * 1024 - 17, 'm');
+  ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, text)));
+  EXPECT_EQ(text, peer.GetString(eParamID_SysName));
+  const auto event = watcher.Record();
+  ASSERT_EQ(145U, event.at(0));
+  EXPECT_EQ(event[9], watcher.Receive(event[9]).size());
+}
+
+TEST(ServerProtocol, StopsAConnectionAtAMessageThatItDoesNotKnow) {
+  TestServer server;
+  for (const uint32_t type : {0U, 18U, 96U, 114U, 0xFFFFFFFFU}) {
+    WirePeer peer(server.GetPort(), 0);
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(peer.Send(ParamRequest(type, 0)));
+    EXPECT_TRUE(peer.IsClosedByPeer());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("NetworkTCPConnection::ProcessMessages - Unknown message type " +
+                                   std::to_string(static_cast<int>(type)) + "\n"));
+  }
+}
+
+TEST(ServerProtocol, UnderstandsRecordsThatWereCutAnywhere) {
+  TestServer server;
+  WirePeer peer(server.GetPort(), 34);
+  const Bytes stream = ParamRequest(81, eParamID_MediaUpdated, 1, 1) +
+                       SetStringRequest(eParamID_SysName, "cut anywhere", 2) +
+                       ParamRequest(80, eParamID_MediaUpdated, 0, 3) +
+                       ParamRequest(112, eParamID_SysName, 0, 4);
+  for (std::size_t cut = 1; cut < stream.size(); ++cut) {
+    ASSERT_TRUE(peer.Send(Bytes(stream.begin(), stream.begin() + std::ptrdiff_t(cut))));
+    std::this_thread::yield();
+    ASSERT_TRUE(peer.Send(Bytes(stream.begin() + std::ptrdiff_t(cut), stream.end())));
+    const auto number = peer.Record();
+    ASSERT_EQ(3U, number.at(2)) << "cut at " << cut;
+    ASSERT_EQ(1U, number.at(8)) << "cut at " << cut;
+    const auto text = peer.Record();
+    ASSERT_EQ(4U, text.at(2)) << "cut at " << cut;
+    ASSERT_EQ(StringValueBytes(eParamID_SysName, "cut anywhere").size(),
+              peer.Receive(text[9]).size());
+  }
+  for (const char byte : stream) ASSERT_TRUE(peer.Send({byte}));
+  EXPECT_EQ(3U, peer.Record().at(2));
+}
+
+TEST(ServerProtocol, AnswersAPeerThatHasFinishedAsking) {
+  TestServer server;
+  WirePeer peer(server.GetPort(), 35);
+  constexpr int kRequests = 20000;
+  Bytes requests;
+  for (uint32_t i = 0; i < kRequests; ++i)
+    requests = std::move(requests) + ParamRequest(80, eParamID_MediaUpdated, 0, i);
+  // More answers than any outbox holds, read only when all has been asked.
+  std::thread asker([&] {
+    EXPECT_TRUE(peer.Send(requests));
+    peer.CloseForWriting();
+  });
+  asker.join();
+  for (uint32_t i = 0; i < kRequests; ++i) ASSERT_EQ(i, peer.Record().at(2));
+  EXPECT_TRUE(peer.IsClosedByPeer());
+}

@@ -1,0 +1,246 @@
+#include "libconfig/network/Socket.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+#include "libconfig/network/Url.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/Wire.h"
+
+using testing::HasSubstr;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+using testing_support::Bytes;
+using testing_support::Eventually;
+using testing_support::Wire;
+using testing_support::WireListener;
+
+namespace {
+
+// A library socket connected to a plain one.
+struct Pair {
+  Pair() {
+    EXPECT_EQ(1, socket.create());
+    EXPECT_EQ(1, socket.connect("127.0.0.1", listener.GetPort()));
+    other = std::make_unique<Wire>(listener.Accept());
+  }
+  WireListener listener;
+  Socket socket{AF_INET, SOCK_STREAM};
+  std::unique_ptr<Wire> other;
+};
+
+}  // namespace
+
+TEST(Socket, RefusesToBindBeforeItIsCreated) {
+  Socket socket(AF_INET, SOCK_STREAM);
+  CaptureStderr();
+  EXPECT_EQ(0, socket.bind(0));
+  EXPECT_EQ("Socket::bind: invalid socketn", GetCapturedStderr());
+  EXPECT_EQ(0, socket.listen());
+  EXPECT_EQ(0, socket.connect("127.0.0.1", 1));
+  CaptureStderr();
+  EXPECT_EQ(0, socket.read_select(1));
+  EXPECT_EQ("Socket::read_select - invalid socket\n", GetCapturedStderr());
+}
+
+TEST(Socket, ClosesOnce) {
+  Socket socket(AF_INET, SOCK_STREAM);
+  EXPECT_EQ(-1, socket.close());
+  ASSERT_EQ(1, socket.create());
+  EXPECT_EQ(0, socket.close());
+  EXPECT_EQ(-1, socket.close());
+}
+
+TEST(Socket, ReportsAHostThatIsNoAddressAsAFailedConnect) {
+  Pair pair;
+  Socket socket(AF_INET, SOCK_STREAM);
+  ASSERT_EQ(1, socket.create());
+  CaptureStderr();
+  EXPECT_EQ(0, socket.connect("recorder.example", pair.listener.GetPort()));
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Socket::connect_inet - connect() failed: "));
+  CaptureStderr();
+  EXPECT_EQ(0, socket.bind("recorder.example", 0));
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Socket::bind_inet: "));
+}
+
+TEST(Socket, TurnsBlockingWithTrueAndNonBlockingWithFalse) {
+  Pair pair;
+  ASSERT_GE(pair.socket.set_non_blocking(false), 0);
+  EXPECT_NE(0, ::fcntl(pair.socket.descriptor(), F_GETFL) & O_NONBLOCK);
+  ASSERT_GE(pair.socket.set_non_blocking(true), 0);
+  EXPECT_EQ(0, ::fcntl(pair.socket.descriptor(), F_GETFL) & O_NONBLOCK);
+}
+
+TEST(Socket, TakesOnlyBufferSizesForBufferSizes) {
+  Pair pair;
+  CaptureStderr();
+  EXPECT_EQ(0, pair.socket.set_buffer_size(SO_TYPE, 4096));
+  EXPECT_EQ("Socket::set_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n",
+            GetCapturedStderr());
+  CaptureStderr();
+  EXPECT_EQ(0, pair.socket.get_buffer_size(SO_KEEPALIVE));
+  EXPECT_EQ("Socket::get_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n",
+            GetCapturedStderr());
+  EXPECT_EQ(1, pair.socket.set_buffer_size(SO_RCVBUF, 50000));
+  EXPECT_GE(pair.socket.get_buffer_size(SO_RCVBUF), 50000);
+}
+
+TEST(Socket, ReceivesMoreThanItWasAskedForWithoutOverrunningItsCaller) {
+  Pair pair;
+  // Three bytes first: recv then asks for all four again, and gets five more than it has room for.
+  ASSERT_TRUE(pair.other->Send({'a', 'b', 'c'}));
+  std::unique_ptr<char[]> room(new char[4]);
+  std::atomic<int> count{-2};
+  std::thread receiver([&] { count = pair.socket.recv(room.get(), 4); });
+  // The receiver has to take the first piece alone.
+  char byte;
+  ASSERT_TRUE(Eventually(
+      [&] { return ::recv(pair.socket.descriptor(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == -1; }));
+  ASSERT_TRUE(pair.other->Send({'d', 'e', 'f', 'g'}));
+  receiver.join();
+  EXPECT_EQ(7, count);
+  EXPECT_EQ("abcd", std::string(room.get(), 4));
+}
+
+TEST(Socket, CountsHalfARecordWhenThePeerCloses) {
+  Pair pair;
+  ASSERT_TRUE(pair.other->Send({'a', 'b'}));
+  pair.other->Close();
+  char room[4];
+  EXPECT_EQ(2, pair.socket.recv_exact(room, 4));
+  EXPECT_EQ(0, pair.socket.recv(room, 4));
+  EXPECT_EQ(0, pair.socket.recv(room, 0));
+  EXPECT_TRUE(pair.socket.is_peer_gone());
+}
+
+TEST(Socket, SendsAllOrTellsHowMuch) {
+  Pair pair;
+  Bytes bytes(3 * 1024 * 1024, 'x');
+  std::thread reader([&] { EXPECT_EQ(bytes.size(), pair.other->Receive(bytes.size()).size()); });
+  int length = static_cast<int>(bytes.size());
+  EXPECT_EQ(1, pair.socket.sendall(bytes.data(), &length));
+  EXPECT_EQ(static_cast<int>(bytes.size()), length);
+  reader.join();
+  length = 0;
+  EXPECT_EQ(0, pair.socket.sendall(bytes.data(), &length));
+}
+
+TEST(Socket, WakesWhoeverIsInsideACallWhenItIsClosed) {
+  Pair pair;
+  Socket listening(AF_INET, SOCK_STREAM);
+  ASSERT_EQ(1, listening.create());
+  ASSERT_EQ(1, listening.bind("127.0.0.1", 0));
+  ASSERT_EQ(1, listening.listen());
+  std::atomic<int> inside{0};
+  std::thread receiver([&] {
+    char byte;
+    ++inside;
+    EXPECT_LE(pair.socket.recv_exact(&byte, 1), 0);
+  });
+  std::thread acceptor([&] {
+    Socket peer(AF_INET, SOCK_STREAM);
+    ++inside;
+    EXPECT_EQ(0, listening.accept(&peer));
+  });
+  std::thread waiter([&] {
+    ++inside;
+    pair.socket.wait_readable(60000);
+  });
+  ASSERT_TRUE(Eventually([&] { return inside == 3; }));
+  pair.socket.close();
+  listening.close();
+  receiver.join();
+  acceptor.join();
+  waiter.join();
+}
+
+TEST(Socket, KeepsItsNumberUntilNobodyIsInsideACall) {
+  // Closing and reopening while others are inside must never hand them somebody else's socket.
+  for (int round = 0; round < 200; ++round) {
+    Pair pair;
+    std::thread user([&] {
+      char byte;
+      while (pair.socket.recv_some(&byte, 1) > 0) {
+      }
+    });
+    std::thread closer([&] { pair.socket.close(); });
+    const int other = ::socket(AF_INET, SOCK_STREAM, 0);
+    closer.join();
+    user.join();
+    ASSERT_NE(-1, ::fcntl(other, F_GETFD));
+    ::close(other);
+  }
+}
+
+TEST(Socket, ReportsATimeOutAtLength) {
+  Pair pair;
+  CaptureStderr();
+  EXPECT_EQ(0, pair.socket.read_select(1));
+  const std::string report = GetCapturedStderr();
+  EXPECT_THAT(report,
+              HasSubstr("Socket::read_select - readfds is not set (timeout secs:0 usecs:0)\n"));
+  ASSERT_TRUE(pair.other->Send({'a'}));
+  EXPECT_EQ(1, pair.socket.read_select(60000));
+}
+
+TEST(LocalSocket, BindsToTheFileThatItsPortNumbersAndRemovesOnlyASocket) {
+  const int port = 1000000 + ::getpid();
+  const std::string path = "/tmp/qel_" + std::to_string(port);
+  Socket socket(AF_UNIX, SOCK_STREAM);
+  ASSERT_EQ(1, socket.create());
+  {
+    std::ofstream(path) << "somebody's notes";
+    EXPECT_EQ(0, socket.bind(port));
+    struct stat status;
+    ASSERT_EQ(0, ::lstat(path.c_str(), &status));
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    ::unlink(path.c_str());
+  }
+  {
+    Socket stale(AF_UNIX, SOCK_STREAM);
+    ASSERT_EQ(1, stale.create());
+    ASSERT_EQ(1, stale.bind(port));
+  }
+  CaptureStderr();
+  EXPECT_EQ(1, socket.bind(port));
+  EXPECT_EQ("Local path = " + path + "\n", GetCapturedStderr());
+  ASSERT_EQ(1, socket.listen());
+  Socket client(AF_UNIX, SOCK_STREAM);
+  ASSERT_EQ(1, client.create());
+  EXPECT_EQ(1, client.connect("", port));
+  ::unlink(path.c_str());
+}
+
+TEST(Url, SplitsAtColonsAndSlashes) {
+  struct Case {
+    std::string uri, scheme, host, port;
+  };
+  for (Case c : {Case{"tcp://127.0.0.1:43110", "tcp", "127.0.0.1", "43110"},
+                 Case{"socket://127.0.0.1:43110/caching=true", "socket", "127.0.0.1", "43110"},
+                 Case{"multicast://" + std::string(300, '1') + ":63110", "multicast",
+                      std::string(300, '1'), "63110"}}) {
+    const url::URL url = url::parse(c.uri);
+    EXPECT_EQ(c.scheme, url.scheme);
+    EXPECT_EQ(c.host, url.host);
+    EXPECT_EQ(c.port, url.port);
+  }
+}
+
+TEST(Url, TellsHowManyPartsItFoundWhenThereAreTooFew) {
+  for (auto [uri, parts] :
+       {std::pair<std::string, int>{"tcp://127.0.0.1", 2}, {"tcp:", 1}, {"", 0}}) {
+    CaptureStderr();
+    const url::URL url = url::parse(uri);
+    EXPECT_EQ("url::parse - unable to parse url, found " + std::to_string(parts) + " matches\n",
+              GetCapturedStderr());
+    EXPECT_TRUE(url.scheme.empty() && url.host.empty() && url.port.empty());
+  }
+}

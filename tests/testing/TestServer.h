@@ -1,0 +1,35 @@
+// A server of this process on a port that the system chose, for as long as the object lives.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <string>
+
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/network/NetworkServer.h"
+
+namespace testing_support {
+
+class TestServer {
+ public:
+  TestServer() : _server(new Server(AF_INET, SOCK_STREAM, 0, "127.0.0.1")) {
+    ConfigFactoryImpl::GetInstance();
+    EXPECT_TRUE(_server->Init());
+    _port = _server->GetPort();
+    EXPECT_TRUE(_server->Start());
+  }
+  ~TestServer() { _server->Stop(); }
+  TestServer(const TestServer&) = delete;
+  TestServer& operator=(const TestServer&) = delete;
+
+  int GetPort() const { return _port; }
+  std::string GetURI() const { return "tcp://127.0.0.1:" + std::to_string(_port); }
+
+ private:
+  using Server = qel::vorlane::config::access::NetworkServer;
+  Server* const _server;
+  int _port = 0;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,194 @@
+// Both ends of the network protocol as a stranger would write them: plain sockets, words and bytes.
+#pragma once
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace testing_support {
+
+using Bytes = std::vector<char>;
+
+template <std::size_t N>
+Bytes Words(const std::array<uint32_t, N>& words) {
+  Bytes bytes(sizeof words);
+  std::memcpy(bytes.data(), words.data(), bytes.size());
+  return bytes;
+}
+
+inline Bytes operator+(Bytes a, const Bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+// Big-endian, as serialized values are.
+inline Bytes BigWord(uint32_t word) {
+  return {static_cast<char>(word >> 24), static_cast<char>(word >> 16),
+          static_cast<char>(word >> 8), static_cast<char>(word)};
+}
+
+inline Bytes StringValueBytes(uint32_t param, const std::string& text) {
+  Bytes bytes = BigWord(1) + BigWord(0) + BigWord(param) + BigWord(12);
+  bytes.insert(bytes.end(), text.begin(), text.end());
+  bytes.push_back('\0');
+  return bytes;
+}
+
+inline Bytes ConnectionRequest(uint32_t type, uint32_t config = 0, uint32_t request = 0) {
+  return Words(std::array<uint32_t, 6>{type, 0x00077777, request, config, 0, 4096});
+}
+inline Bytes ListenerRequest(uint32_t type, uint32_t param = 0, uint32_t request = 0) {
+  return Words(std::array<uint32_t, 7>{type, 0x00077777, request, 0, 0, 4096, param});
+}
+inline Bytes ParamRequest(uint32_t type, uint32_t param, uint32_t value = 0, uint32_t request = 0,
+                          uint32_t streamLength = 0) {
+  return Words(std::array<uint32_t, 10>{type, 0x00077777, request, 0, 0, 4096, param, value,
+                                        streamLength, streamLength == 0 ? 0U : 3072U});
+}
+inline Bytes SetStringRequest(uint32_t param, const std::string& text, uint32_t request = 0) {
+  const Bytes value = StringValueBytes(param, text);
+  return ParamRequest(113, param, 0, request, static_cast<uint32_t>(value.size())) + value;
+}
+
+// One end of a TCP stream.
+class Wire {
+ public:
+  explicit Wire(int fd) : _fd(fd) {}
+  ~Wire() { Close(); }
+  Wire(const Wire&) = delete;
+  Wire& operator=(const Wire&) = delete;
+
+  static int Dial(int port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(0, ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    const int on = 1;
+    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    return fd;
+  }
+
+  int fd() const { return _fd; }
+  void Close() {
+    if (_fd >= 0) ::close(_fd);
+    _fd = -1;
+  }
+  void CloseForWriting() { ::shutdown(_fd, SHUT_WR); }
+
+  bool Send(const Bytes& bytes) {
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+      const ssize_t count = ::send(_fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+      if (count <= 0) return false;
+      sent += static_cast<std::size_t>(count);
+    }
+    return true;
+  }
+
+  // What comes, up to `length` bytes; less when the peer closes or the time is over.
+  Bytes Receive(std::size_t length, int milliseconds = 60000) {
+    Bytes bytes;
+    while (bytes.size() < length) {
+      pollfd wanted = {_fd, POLLIN, 0};
+      if (::poll(&wanted, 1, milliseconds) <= 0) break;
+      char piece[65536];
+      const ssize_t count = ::recv(_fd, piece, std::min(sizeof piece, length - bytes.size()), 0);
+      if (count <= 0) break;
+      bytes.insert(bytes.end(), piece, piece + count);
+    }
+    return bytes;
+  }
+
+  // One record as words; empty when it does not come whole.
+  std::vector<uint32_t> Record(std::size_t words = 11, int milliseconds = 60000) {
+    const Bytes bytes = Receive(words * 4, milliseconds);
+    if (bytes.size() != words * 4) return {};
+    std::vector<uint32_t> record(words);
+    std::memcpy(record.data(), bytes.data(), bytes.size());
+    return record;
+  }
+
+  // Whether the peer has closed, with nothing left to read.
+  bool IsClosedByPeer(int milliseconds = 60000) { return Ended(milliseconds); }
+
+ private:
+  bool Ended(int milliseconds) {
+    pollfd wanted = {_fd, POLLIN, 0};
+    if (::poll(&wanted, 1, milliseconds) <= 0) return false;
+    char byte;
+    return ::recv(_fd, &byte, 1, 0) <= 0;
+  }
+
+  int _fd;
+};
+
+// A client of the test's own.
+class WirePeer : public Wire {
+ public:
+  explicit WirePeer(int port) : Wire(Dial(port)) {}
+
+  // Connected to a configuration.
+  WirePeer(int port, uint32_t config) : Wire(Dial(port)) {
+    EXPECT_TRUE(Send(ConnectionRequest(16, config)));
+    EXPECT_EQ(32U, Record(7).at(0));
+  }
+
+  uint32_t Get(uint32_t param) {
+    Send(ParamRequest(80, param));
+    const auto answer = Record();
+    return answer.empty() ? 0xDEADDEAD : answer[8];
+  }
+
+  std::string GetString(uint32_t param) {
+    Send(ParamRequest(112, param));
+    const auto answer = Record();
+    if (answer.empty() || answer[7] != 0) return "<no answer>";
+    const Bytes value = Receive(answer[9]);
+    return value.size() < 17 ? "<cut>" : std::string(value.begin() + 16, value.end() - 1);
+  }
+
+  // Every change from here on. The answer to a read says that the registration has been worked on.
+  void Listen() {
+    Send(ListenerRequest(48));
+    Get(0x32010000);
+  }
+};
+
+// A listening socket that a test answers on by itself.
+class WireListener {
+ public:
+  WireListener() : _fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    EXPECT_EQ(0, ::listen(_fd, 16));
+    socklen_t length = sizeof address;
+    ::getsockname(_fd, reinterpret_cast<sockaddr*>(&address), &length);
+    _port = ntohs(address.sin_port);
+  }
+  ~WireListener() { ::close(_fd); }
+  WireListener(const WireListener&) = delete;
+  WireListener& operator=(const WireListener&) = delete;
+
+  int GetPort() const { return _port; }
+  std::string GetURI() const { return "tcp://127.0.0.1:" + std::to_string(_port); }
+  int Accept() { return ::accept4(_fd, nullptr, nullptr, SOCK_CLOEXEC); }
+
+ private:
+  const int _fd;
+  int _port = 0;
+};
+
+}  // namespace testing_support
