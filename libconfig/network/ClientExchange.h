@@ -17,15 +17,18 @@ class NetworkClient::Exchange {
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
 
+  // For a request that is not answered.
   template <typename Record>
   bool Send(const Record& record) {
-    _requestID = record.requestID;
     return _client.SendRequest(&record, sizeof record);
   }
 
-  Received Receive(std::size_t size, bool withStream, int timeoutMs, ReceivedRecord& answer) {
-    const Received received =
-        _client.ReceiveAnswer({_requestID, size, withStream, timeoutMs}, answer);
+  // Sends the request and waits for its answer, a record of `size` bytes.
+  template <typename Record>
+  Received Ask(const Record& record, std::size_t size, bool withStream, int timeoutMs,
+               ReceivedRecord& answer) {
+    const ExpectedAnswer expected = {record.requestID, size, withStream, timeoutMs};
+    const Received received = _client.Ask(&record, sizeof record, expected, answer);
     if (received == Received::kTimeout) Socket::ReportNothingToRead(0);
     return received;
   }
@@ -41,7 +44,6 @@ class NetworkClient::Exchange {
 
  private:
   NetworkClient& _client;
-  uint32_t _requestID = 0;
 };
 
 }  // namespace qel::vorlane::config::access

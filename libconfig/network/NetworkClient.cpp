@@ -86,14 +86,14 @@ bool NetworkClient::ConfirmConnection() {
   Exchange exchange(*this);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {
       XCFG_CONNECT_REQUEST, _connectionID, 0, static_cast<uint32_t>(_configID), 0, kResultWord};
-  if (!exchange.Send(request)) {
-    Report("NetworkClient::ConfirmConnection: send failed\n");
-    return false;
-  }
   ReceivedRecord answer;
-  switch (exchange.Receive(sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kAnswerMs, answer)) {
+  switch (
+      exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kAnswerMs, answer)) {
     case Received::kAnswer:
       break;
+    case Received::kNotSent:
+      Report("NetworkClient::ConfirmConnection: send failed\n");
+      return false;
     case Received::kTimeout:
       Report("NetworkClient::ConfirmConnection - select failed on port %d\n", _socket->get_port());
       return false;
@@ -123,12 +123,11 @@ bool NetworkClient::ConfirmDisconnect() {
                                                    static_cast<uint32_t>(_configID),
                                                    0,
                                                    kResultWord};
-  if (!exchange.Send(request)) return false;
   ReceivedRecord answer;
   const Received received =
-      exchange.Receive(sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kDisconnectMs, answer);
+      exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kDisconnectMs, answer);
   if (received != Received::kAnswer) {
-    if (received != Received::kTimeout) {
+    if (received != Received::kTimeout && received != Received::kNotSent) {
       ReportErrno("NetworkClient::ConfirmDisconnect - recv failed");
     }
     return false;
@@ -157,15 +156,14 @@ int NetworkClient::Get(eParam_t param, unsigned int& value) {
   Exchange exchange(*this);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
-  if (!exchange.Send(request)) {
-    ReportErrno("NetworkClient::Get");
-    Report("NetworkClient::Get - send failed\n");
-    return 0;
-  }
   ReceivedRecord answer;
-  switch (exchange.Receive(sizeof answer.header, false, kAnswerMs, answer)) {
+  switch (exchange.Ask(request, sizeof answer.header, false, kAnswerMs, answer)) {
     case Received::kAnswer:
       break;
+    case Received::kNotSent:
+      ReportErrno("NetworkClient::Get");
+      Report("NetworkClient::Get - send failed\n");
+      return 0;
     case Received::kTimeout:
       Report("NetworkClient::Get - select failed on port %d (PID:%d)\n", _socket->get_port(),
              static_cast<int>(::getpid()));
@@ -200,14 +198,13 @@ int NetworkClient::Get(eParam_t param, std::string& value) {
   Exchange exchange(*this);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
-  if (!exchange.Send(request)) {
-    ReportErrno("NetworkClient::Get - socket send failed");
-    return 0;
-  }
   ReceivedRecord answer;
-  switch (exchange.Receive(sizeof answer.header, true, kAnswerMs, answer)) {
+  switch (exchange.Ask(request, sizeof answer.header, true, kAnswerMs, answer)) {
     case Received::kAnswer:
       break;
+    case Received::kNotSent:
+      ReportErrno("NetworkClient::Get - socket send failed");
+      return 0;
     case Received::kTimeout:
       Report("NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
              _socket->get_port(), static_cast<int>(::getpid()));

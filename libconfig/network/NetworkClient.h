@@ -81,8 +81,9 @@ class LIBCONFIG_API NetworkClient : public Config {
   class Exchange;
   struct Events;
 
-  // Waits for the answer to the request that has just been sent. REQUIRES: the request lock.
-  virtual Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) = 0;
+  // Sends the request and waits for its answer. REQUIRES: the request lock.
+  virtual Received Ask(const void* request, std::size_t length, const ExpectedAnswer& expected,
+                       ReceivedRecord& answer) = 0;
   // The bytes behind the record that ProcessEvents is working on.
   virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream) = 0;
   // Takes the request lock for a thread that may have something else to do meanwhile.
@@ -90,6 +91,8 @@ class LIBCONFIG_API NetworkClient : public Config {
 
   // For the destructor of each derived class, whose operations the events thread uses.
   void LeaveEventsThread();
+
+  bool SendRequest(const void* record, std::size_t length);
 
   Socket& GetSocket() { return *_socket; }
   const std::shared_ptr<Events>& GetEvents() const { return _events; }
@@ -99,7 +102,6 @@ class LIBCONFIG_API NetworkClient : public Config {
  private:
   static void* thread_start(void* argument);
   bool StartEventsThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  bool SendRequest(const void* record, std::size_t length);
   XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
   int Deliver(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);

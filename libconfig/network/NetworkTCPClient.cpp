@@ -33,8 +33,13 @@ NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eC
 
 NetworkTCPClient::~NetworkTCPClient() { LeaveEventsThread(); }
 
-Received NetworkTCPClient::ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) {
-  return _router->ReceiveAnswer(expected, answer);
+// The answer may be read by the events thread, and before this one gets to wait for it.
+Received NetworkTCPClient::Ask(const void* request, std::size_t length,
+                               const ExpectedAnswer& expected, ReceivedRecord& answer) {
+  _router->Expect(expected);
+  if (SendRequest(request, length)) return _router->ReceiveAnswer(answer);
+  _router->ExpectNothing();
+  return Received::kNotSent;
 }
 
 bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& stream) {
@@ -46,10 +51,14 @@ bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& str
 // The events thread must not wait for an exchange whose answer it has to read itself.
 void NetworkTCPClient::TakeRequestLock() {
   if (!_router->IsReader()) {
+    _router->LetReaderGoFirst();
     NetworkClient::TakeRequestLock();
     return;
   }
+  if (::sem_trywait(GetRequestLock()) == 0) return;
+  _router->SetReaderQueues(true);
   while (::sem_trywait(GetRequestLock()) != 0) _router->ServeExchange();
+  _router->SetReaderQueues(false);
 }
 
 bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
@@ -68,16 +77,19 @@ bool NetworkTCPClient::RegisterForEvents() { return RegisterForEvents(eParamID_N
 
 bool NetworkTCPClient::UnregisterForEvents() {
   Exchange exchange(*this);
-  if (!exchange.Send(MakeListenerRequest(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST,
-                                         exchange.NextRequestID(), eParamID_None))) {
-    ReportErrno("NetworkTCPClient::UnregisterForEvents");
-    Report("NetworkTCPClient::UnregisterForEvents - send failed\n");
-    return false;
-  }
+  const auto request = MakeListenerRequest(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST,
+                                           exchange.NextRequestID(), eParamID_None);
   ReceivedRecord answer;
-  if (exchange.Receive(sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kUnregisterMs, answer) !=
-      Received::kAnswer) {
-    return false;
+  switch (exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kUnregisterMs,
+                       answer)) {
+    case Received::kAnswer:
+      break;
+    case Received::kNotSent:
+      ReportErrno("NetworkTCPClient::UnregisterForEvents");
+      Report("NetworkTCPClient::UnregisterForEvents - send failed\n");
+      return false;
+    default:
+      return false;
   }
   if (answer.header.msgtype != XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE) {
     Report(

@@ -24,7 +24,8 @@ class LIBCONFIG_API NetworkTCPClient : public NetworkClient {
   void ProcessEvents() override;
 
  protected:
-  Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) override;
+  Received Ask(const void* request, std::size_t length, const ExpectedAnswer& expected,
+               ReceivedRecord& answer) override;
   bool ReceiveStream(unsigned int length, std::vector<char>& stream) override;
   void TakeRequestLock() override;
 

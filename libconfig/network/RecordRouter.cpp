@@ -15,7 +15,7 @@ using Result = StreamReader::Result;
 namespace {
 
 // How long the events thread looks for records before it asks for the request lock again.
-constexpr int kServeMs = 10;
+constexpr int kServeMs = 1;
 
 // The size of a record by its first word; 0 for a word that is no response.
 std::size_t SizeOf(uint32_t type) {
@@ -64,9 +64,20 @@ void RecordRouter::SetReceiveTimeout(int milliseconds) {
   _receiveTimeoutMs = milliseconds;
 }
 
-Received RecordRouter::ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) {
-  return _hasReader && !IsReader() ? AwaitAnswer(expected, answer)
-                                   : ReadUntilAnswer(expected, answer);
+void RecordRouter::Expect(const ExpectedAnswer& expected) {
+  MutexLock lock(_mutex);
+  _waiting = true;
+  _answered = false;
+  _expected = expected;
+}
+
+void RecordRouter::ExpectNothing() {
+  MutexLock lock(_mutex);
+  _waiting = false;
+}
+
+Received RecordRouter::ReceiveAnswer(ReceivedRecord& answer) {
+  return _hasReader && !IsReader() ? AwaitAnswer(answer) : ReadUntilAnswer(answer);
 }
 
 // One record, its stream included. Without a whole record the result tells why, and `failure` what
@@ -138,13 +149,15 @@ void RecordRouter::Keep(ReceivedRecord record) {
   _kept.push_back(std::move(record));
 }
 
-Received RecordRouter::ReadUntilAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) {
+Received RecordRouter::ReadUntilAnswer(ReceivedRecord& answer) {
+  ExpectedAnswer expected;
   {
     MutexLock lock(_mutex);
-    if (_ended) return _ending;
-    _waiting = true;
-    _answered = false;
-    _expected = expected;
+    expected = _expected;
+    if (_ended) {
+      _waiting = false;
+      return _ending;
+    }
   }
   SetReceiveTimeout(expected.timeoutMs);
   const auto deadline = Clock::now() + std::chrono::milliseconds(expected.timeoutMs);
@@ -179,24 +192,19 @@ Received RecordRouter::ReadUntilAnswer(const ExpectedAnswer& expected, ReceivedR
   return outcome;
 }
 
-Received RecordRouter::AwaitAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer) {
-  const auto deadline = Clock::now() + std::chrono::milliseconds(expected.timeoutMs);
-  {
-    MutexLock lock(_mutex);
-    _waiting = true;
-    _answered = false;
-    _expected = expected;
-    while (!_answered && !_ended && _changed.WaitUntil(_mutex, deadline)) {
-    }
-    _waiting = false;
-    if (!_answered) {
-      if (_ended) return _ending;
-      Abandon(expected.requestID);
-      return Received::kTimeout;
-    }
-    answer = std::move(_answer);
+Received RecordRouter::AwaitAnswer(ReceivedRecord& answer) {
+  MutexLock lock(_mutex);
+  const auto deadline = Clock::now() + std::chrono::milliseconds(_expected.timeoutMs);
+  while (!_answered && !_ended && _changed.WaitUntil(_mutex, deadline)) {
   }
-  return answer.size < expected.size ? Received::kFailed : Received::kAnswer;
+  _waiting = false;
+  if (!_answered) {
+    if (_ended) return _ending;
+    Abandon(_expected.requestID);
+    return Received::kTimeout;
+  }
+  answer = std::move(_answer);
+  return answer.size < _expected.size ? Received::kFailed : Received::kAnswer;
 }
 
 // Gives an answer to the exchange that waits for it. False when the record is nobody's.
@@ -252,6 +260,18 @@ bool RecordRouter::NextEvent(ReceivedRecord& record, int& result) {
     End(failure);
     return false;
   }
+}
+
+void RecordRouter::SetReaderQueues(bool queues) {
+  MutexLock lock(_mutex);
+  _readerQueues = queues;
+  _changed.Broadcast();
+}
+
+void RecordRouter::LetReaderGoFirst() {
+  if (!_hasReader) return;
+  MutexLock lock(_mutex);
+  while (_readerQueues) _changed.Wait(_mutex);
 }
 
 void RecordRouter::ServeExchange() {

@@ -41,6 +41,7 @@ struct ExpectedAnswer {
 
 enum class Received {
   kAnswer,
+  kNotSent,  // the request could not be sent
   kTimeout,
   kFailed,     // closed, cut or broken: the connection is at its end
   kTooLong,    // it announced a stream beyond all limits: at its end as well
@@ -51,8 +52,11 @@ class RecordRouter {
  public:
   explicit RecordRouter(Socket& socket);
 
-  // Waits for the answer. An answer that comes too late is recognised by its number and dropped.
-  Received ReceiveAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
+  // Call Expect before the request is sent, then ReceiveAnswer to wait, or ExpectNothing. An answer
+  // that comes too late is recognised by its number and dropped.
+  void Expect(const ExpectedAnswer& expected);
+  Received ReceiveAnswer(ReceivedRecord& answer);
+  void ExpectNothing();
 
   // From now on only the thread that calls BecomeReader reads.
   void ExpectReader();
@@ -65,13 +69,17 @@ class RecordRouter {
 
   // For the reader, while it waits for the request lock: serves whoever holds it.
   void ServeExchange();
+  // Whether it waits for the lock. Others then leave it to the reader, which could wait for ever
+  // behind exchanges that follow each other.
+  void SetReaderQueues(bool queues);
+  void LetReaderGoFirst();
 
  private:
   enum class Kind { kEvent, kStale, kAnswer, kUnsolicited };
 
   StreamReader::Result ReadRecord(ReceivedRecord& record, Received& failure);
-  Received ReadUntilAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
-  Received AwaitAnswer(const ExpectedAnswer& expected, ReceivedRecord& answer);
+  Received ReadUntilAnswer(ReceivedRecord& answer);
+  Received AwaitAnswer(ReceivedRecord& answer);
   Kind Sort(const ReceivedRecord& record);
   bool HandOver(ReceivedRecord& record);
   void Keep(ReceivedRecord record);
@@ -91,6 +99,7 @@ class RecordRouter {
 
   qel::config::Mutex _mutex;
   qel::config::Condition _changed;
+  bool _readerQueues LIBCONFIG_GUARDED_BY(_mutex) = false;
   bool _waiting LIBCONFIG_GUARDED_BY(_mutex) = false;   // an exchange expects _expected
   bool _answered LIBCONFIG_GUARDED_BY(_mutex) = false;  // and has it in _answer
   bool _ended LIBCONFIG_GUARDED_BY(_mutex) = false;     // nothing more will come

@@ -1,0 +1,247 @@
+// What every Config does, whatever it takes to reach the store. Where a way stands apart, the table
+// of ways says so.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "libconfig/access/ConfigCache.h"
+#include "libconfig/access/ConfigEvent.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/descriptors/IntegerDescriptor.h"
+#include "libconfig/descriptors/StringDescriptor.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/RecordingListener.h"
+#include "tests/testing/TestServer.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing_support::Eventually;
+using testing_support::RecordingListener;
+using testing_support::TestServer;
+
+namespace {
+
+struct Way {
+  const char* name;
+  // Where a Config of this way is asked for; %s is the server's URI.
+  const char* uri;
+  bool answersSets;            // Set tells whether the store refused
+  bool keepsDuplicates;        // a listener that is added twice is called twice
+  bool lendsValues;            // GetSerializable hands out the value itself
+  bool takesRules;             // preconditions can be added
+  bool cached;                 // is given back by deleting it, and registered for its own events
+  bool livesWithoutListeners;  // removing the last listener leaves the connection usable
+};
+
+constexpr Way kWays[] = {
+    {"InProcess", "local:", true, true, true, true, false, true},
+    {"Tcp", "%s", false, false, false, false, false, false},
+    {"CachedTcp", "%s/caching=true", false, false, false, false, true, false},
+};
+
+void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
+
+class Configs : public testing::TestWithParam<Way> {
+ protected:
+  void SetUp() override {
+    static int number = 1000;
+    _number = ++number;
+    _config = Connect();
+    _store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(_number));
+    ASSERT_NE(nullptr, _config);
+  }
+
+  void TearDown() override {
+    GiveBack(_config);
+    ConfigFactoryImpl::GetInstance()->Disconnect(_store);
+  }
+
+  Config* Connect() {
+    std::string uri = GetParam().uri;
+    const std::size_t place = uri.find("%s");
+    if (place != std::string::npos) uri.replace(place, 2, _server.GetURI());
+    uri += "/configid=" + std::to_string(_number);
+    return ConfigFactoryImpl::GetInstance()->Connect(uri);
+  }
+
+  void GiveBack(Config* config) {
+    if (GetParam().cached) {
+      delete config;
+    } else {
+      EXPECT_EQ(1, ConfigFactoryImpl::GetInstance()->Disconnect(config));
+    }
+  }
+
+  // A change over the network takes its time to get to the store.
+  std::string StoredText() {
+    std::string text;
+    _store->Get(eParamID_SysName, text);
+    return text;
+  }
+
+  TestServer _server;
+  int _number = 0;
+  Config* _config = nullptr;
+  Config* _store = nullptr;  // the store itself, to look at and to change behind the way's back
+};
+
+std::string NameOf(const testing::TestParamInfo<Way>& info) { return info.param.name; }
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Ways, Configs, testing::ValuesIn(kWays), NameOf);
+
+TEST_P(Configs, BeginWithTheFactoryDefaults) {
+  EXPECT_EQ(_number, _config->GetConfigID());
+  for (const eParam_t id : GetParamIDs()) {
+    const ParamDescriptor* const descriptor = GetDescriptor(id);
+    if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(descriptor)) {
+      unsigned int value = 4711;
+      EXPECT_EQ(1, _config->Get(id, value)) << descriptor->GetParamIDName();
+      EXPECT_EQ(number->GetFactoryDefault(), value) << descriptor->GetParamIDName();
+      EXPECT_EQ(value, _config->Get(id));
+    } else if (const auto* const text = dynamic_cast<const StringDescriptor*>(descriptor)) {
+      std::string value = "none";
+      EXPECT_EQ(1, _config->Get(id, value)) << descriptor->GetParamIDName();
+      EXPECT_EQ(text->GetFactoryDefault(), value) << descriptor->GetParamIDName();
+    }
+  }
+}
+
+TEST_P(Configs, KnowTheCatalogue) {
+  EXPECT_EQ(GetParamIDs(), _config->GetParamIDs());
+  EXPECT_EQ(GetDescriptor(eParamID_IPConfig), _config->GetParamDescriptor(eParamID_IPConfig));
+  EXPECT_EQ(GetDescriptor(eParamID_IPConfig), _config->GetParamDescriptor("eParamID_IPConfig"));
+  EXPECT_EQ(nullptr, _config->GetParamDescriptor("eParamID_NoSuchThing"));
+}
+
+TEST_P(Configs, ReadBackWhatTheySet) {
+  EXPECT_EQ(1, _config->Set(eParamID_IPConfig, 2U));
+  EXPECT_EQ(2U, _config->Get(eParamID_IPConfig));
+  for (const std::string& text : {std::string(), std::string("Edit 7"),
+                                  std::string("\xC3\xA4 \"quoted\"\n"), std::string(8000, 'x')}) {
+    EXPECT_EQ(1, _config->Set(eParamID_SysName, text));
+    std::string value = "none";
+    EXPECT_EQ(1, _config->Get(eParamID_SysName, value));
+    EXPECT_EQ(text, value);
+    EXPECT_TRUE(Eventually([&] { return StoredText() == text; }));
+  }
+}
+
+TEST_P(Configs, LeaveARefusedValueUnstored) {
+  RecordingListener listener;
+  _store->AddConfigEventListener(&listener);
+  EXPECT_EQ(GetParam().answersSets ? 0 : 1, _config->Set(eParamID_IPConfig, 77U));
+  EXPECT_EQ(GetParam().answersSets ? 0 : 1, _config->Set(static_cast<eParam_t>(0x01020304), 1U));
+  EXPECT_EQ(GetParam().answersSets ? 0 : 1,
+            _config->Set(static_cast<eParam_t>(0x01020304), std::string("x")));
+  // The answer to this says that all of them have been worked on.
+  std::string reel;
+  EXPECT_EQ(1, _config->Get(eParamID_ReelName, reel));
+  EXPECT_EQ(0U, _store->Get(eParamID_IPConfig));
+  EXPECT_THAT(listener.GetHeard(), IsEmpty());
+  EXPECT_EQ(nullptr, FindDescriptor(static_cast<eParam_t>(0x01020304)));
+  _store->RemoveConfigEventListener(&listener);
+}
+
+TEST_P(Configs, AnnounceChangesInTheOrderInWhichTheyWereStored) {
+  RecordingListener listener;
+  ASSERT_EQ(1, _config->AddConfigEventListener(&listener));
+  _config->Set(eParamID_IPConfig, 1U);
+  ASSERT_EQ(1, _config->Set(eParamID_SysName, std::string("Edit 7")));
+  ASSERT_TRUE(Eventually([&] { return StoredText() == "Edit 7"; }));
+  _store->Set(eParamID_SysName, std::string("behind its back"));
+  ASSERT_TRUE(listener.WaitFor(eParamID_SysName, "behind its back"));
+  EXPECT_THAT(listener.GetValues(eParamID_SysName), ElementsAre("Edit 7", "behind its back"));
+  // The change itself first, then those that depend on it, each with its current value.
+  const auto heard = listener.GetHeard();
+  const auto dependents = GetDescriptor(eParamID_IPConfig)->GetDependentParamIDs();
+  ASSERT_GE(heard.size(), 1 + dependents.size());
+  EXPECT_EQ(std::make_pair(eParamID_IPConfig, std::string("1")), heard[0]);
+  for (std::size_t i = 0; i < dependents.size(); ++i) {
+    EXPECT_EQ(dependents[i], heard[i + 1].first);
+    EXPECT_EQ(std::to_string(_store->Get(dependents[i])), heard[i + 1].second);
+  }
+  EXPECT_EQ(1, _config->RemoveConfigEventListener(&listener));
+}
+
+TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
+  RecordingListener listener;
+  RecordingListener last;
+  ASSERT_EQ(1, _config->AddConfigEventListener(&listener));
+  ASSERT_EQ(1, _config->AddConfigEventListener(&listener));
+  ASSERT_EQ(1, _config->AddConfigEventListener(&last));
+  // A registration is not answered; what is answered after it says that it has arrived.
+  std::string reel;
+  ASSERT_EQ(1, _config->Get(eParamID_ReelName, reel));
+  _store->Set(eParamID_MediaUpdated, 1U);
+  ASSERT_TRUE(last.WaitFor(eParamID_MediaUpdated, "1"));
+  EXPECT_EQ(GetParam().keepsDuplicates ? 2U : 1U, listener.GetHeard().size());
+  EXPECT_EQ(1, _config->RemoveConfigEventListener(&listener));
+  EXPECT_EQ(GetParam().keepsDuplicates ? 1 : 0, _config->RemoveConfigEventListener(&listener));
+  const std::size_t before = listener.GetHeard().size();
+  _store->Set(eParamID_MediaUpdated, 2U);
+  ASSERT_TRUE(last.WaitFor(eParamID_MediaUpdated, "2"));
+  EXPECT_EQ(before, listener.GetHeard().size());
+  EXPECT_EQ(1, _config->RemoveConfigEventListener(&last));
+  unsigned value;
+  EXPECT_EQ(GetParam().livesWithoutListeners ? 1 : 0, _config->Get(eParamID_MediaUpdated, value));
+}
+
+TEST_P(Configs, ShowEachOtherTheirChanges) {
+  Config* const other = Connect();
+  RecordingListener listener;
+  ASSERT_EQ(1, other->AddConfigEventListener(&listener));
+  // A cache only hears of changes when it listens itself.
+  if (GetParam().cached) {
+    auto* const cache = dynamic_cast<ConfigCache*>(other);
+    ASSERT_NE(nullptr, cache);
+    ASSERT_EQ(1, other->AddConfigEventListener(cache));
+    other->Get(eParamID_IPConfig);
+  }
+  _config->Set(eParamID_IPConfig, 2U);
+  ASSERT_TRUE(listener.WaitFor(eParamID_IPConfig, "2"));
+  EXPECT_TRUE(Eventually([&] { return other->Get(eParamID_IPConfig) == 2U; }));
+  GiveBack(other);
+}
+
+TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {
+  std::string data;
+  unsigned int transaction;
+  ConfigEvent event;
+  EXPECT_EQ(0, _config->SetSerializable(eParamID_IPConfig, nullptr));
+  EXPECT_EQ(0, _config->GetData(eParamID_IPConfig, data));
+  EXPECT_EQ(0, _config->SetData(eParamID_IPConfig, data));
+  EXPECT_EQ(0, _config->WaitForConfigEvent(event, 0, 0));
+  EXPECT_THAT(_config->GetDescriptorsByClassName("volatile"), IsEmpty());
+  EXPECT_EQ(0, _config->Lock(eParamID_IPConfig, Config::eParamLock_Exclusive));
+  EXPECT_EQ(0, _config->Unlock(eParamID_IPConfig));
+  EXPECT_EQ(0, _config->StartTransaction({eParamID_IPConfig}, transaction));
+  EXPECT_EQ(0, _config->Commit(0));
+  EXPECT_EQ(0, _config->Rollback(0));
+  EXPECT_EQ(GetParam().lendsValues, _config->GetSerializable(eParamID_IPConfig) != nullptr);
+  EXPECT_EQ(GetParam().takesRules ? 1 : 0, _config->AddUpdatePrecondition(nullptr));
+  EXPECT_EQ(GetParam().takesRules ? 1 : 0, _config->RemoveUpdatePrecondition(nullptr));
+}
+
+TEST_P(Configs, BearManyThreads) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (unsigned i = 0; i < 200; ++i) {
+        ASSERT_EQ(1, _config->Set(eParamID_IPConfig, i % 3));
+        unsigned number;
+        ASSERT_EQ(1, _config->Get(eParamID_IPConfig, number));
+        ASSERT_LE(number, 2U);
+        ASSERT_EQ(1, _config->Set(eParamID_SysName, std::string(i, static_cast<char>('a' + t))));
+        std::string text;
+        ASSERT_EQ(1, _config->Get(eParamID_SysName, text));
+        // Whole texts, whoever set them.
+        ASSERT_EQ(std::string::npos, text.find_first_not_of(text.empty() ? 'a' : text[0]));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
