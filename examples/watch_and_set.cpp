@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <string>
 
 #include "libconfig/libconfig.h"
 
@@ -8,11 +7,12 @@ struct Printer : ConfigEventListener {
   void ParamChanged(eParam_t param, unsigned value, timeval) override {
     std::printf("%s is now %u\n", GetDescriptor(param)->GetName().c_str(), value);
   }
+  void ParamChanged(eParam_t, std::string, timeval) override {}
 };
 
 int main(int argc, char** argv) {
+  const char* uri = argc > 1 ? argv[1] : "tcp://127.0.0.1:43110";
   Printer printer;
-  const std::string uri = argc > 1 ? argv[1] : "tcp://127.0.0.1:43110";
   Config* config = ConfigFactoryImpl::GetInstance()->Connect(uri);
   if (config == nullptr || !config->AddConfigEventListener(&printer)) return 1;
   std::printf("IP Config is %u\n", config->Get(eParamID_IPConfig));

@@ -66,7 +66,11 @@ class PlayedServer {
                                                   request[4], request[5], 0}));
           play(peer);
         }) {}
-  ~PlayedServer() { _thread.join(); }
+  ~PlayedServer() { WaitUntilPlayed(); }
+
+  void WaitUntilPlayed() {
+    if (_thread.joinable()) _thread.join();
+  }
 
   std::string GetURI() const { return _listener.GetURI(); }
 
@@ -146,8 +150,9 @@ TEST(TcpClient, AsksInTheRecordsOfTheProtocol) {
     requests.push_back(peer.Record(10));
     stream = peer.Receive(requests.back()[8]);
     requests.push_back(peer.Record(7));
-    peer.Record(7);
-    requests.push_back(peer.Record(6));
+    requests.push_back(peer.Record(7));
+    const auto& remove = requests.back();
+    peer.Send(Words(std::array<uint32_t, 7>{65, remove[1], remove[2], 0, 0, 4096, 0}));
   });
   const auto client = server.Connect();
   ASSERT_NE(nullptr, client);
@@ -159,9 +164,8 @@ TEST(TcpClient, AsksInTheRecordsOfTheProtocol) {
   RecordingListener listener;
   EXPECT_EQ(1, client->AddConfigEventListener(&listener));
   EXPECT_EQ(1, client->AddConfigEventListener(&listener));
-  // Half an answer to Remove, and the end.
-  std::thread remover([&] { client->RemoveConfigEventListener(&listener); });
-  remover.join();
+  EXPECT_EQ(1, client->RemoveConfigEventListener(&listener));
+  server.WaitUntilPlayed();
   const uint32_t id = requests[0][1];
   EXPECT_EQ(static_cast<uint32_t>(::getpid()) & 0xFFFF, id & 0xFFFF);
   EXPECT_THAT(requests[0],
@@ -172,6 +176,7 @@ TEST(TcpClient, AsksInTheRecordsOfTheProtocol) {
               ElementsAre(113U, id, 3U, 0U, 0U, 4096U, uint32_t(eParamID_SysName), 0U, 20U, 3072U));
   EXPECT_EQ(StringValueBytes(eParamID_SysName, "abc"), stream);
   EXPECT_THAT(requests[3], ElementsAre(48U, id, 4U, 0U, 0U, 4096U, 0U));
+  EXPECT_THAT(requests[4], ElementsAre(49U, id, 5U, 0U, 0U, 4096U, 0U));
   EXPECT_FALSE(client->IsConnected());
   EXPECT_EQ(0, client->AddConfigEventListener(&listener));
 }
