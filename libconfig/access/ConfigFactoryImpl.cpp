@@ -102,6 +102,12 @@ Config* ConnectStore(eConfigID_t id) {
   }
 }
 
+Config* ConnectLivingStore(eConfigID_t id) {
+  const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
+  ConfigFactoryImpl* const factory = ConfigFactoryImpl::s_theSingleton;
+  return factory == nullptr ? nullptr : factory->_local_factory->ConnectLiving(id);
+}
+
 void DisconnectStore(Config* store) {
   const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
   ConfigFactoryImpl* const factory = ConfigFactoryImpl::s_theSingleton;

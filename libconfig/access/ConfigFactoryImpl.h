@@ -3,6 +3,8 @@
 //   local:configid=N             a store of this process
 //   tcp://HOST:PORT              a server, HOST a dotted address
 //   tcp://HOST:PORT/configid=N   another configuration of that server
+//   udp://HOST:PORT              the same with datagrams
+//   multicast://127.0.0.1:63110  hears what is changed over UDP on this device, and no more
 //   …/caching=true               a ConfigCache around it
 //
 // GetInstance makes the factory, and the catalogue with it, on first use; any thread may call it.
@@ -19,6 +21,7 @@
 
 namespace qel::config {
 Config* ConnectStore(eConfigID_t id);
+Config* ConnectLivingStore(eConfigID_t id);
 void DisconnectStore(Config* store);
 }  // namespace qel::config
 namespace qel::config::access {
@@ -46,6 +49,7 @@ class LIBCONFIG_API ConfigFactoryImpl : public ConfigFactory {
  private:
   // The process's own servers, which must not lose the factory while they are inside it.
   friend Config* qel::config::ConnectStore(eConfigID_t id);
+  friend Config* qel::config::ConnectLivingStore(eConfigID_t id);
   friend void qel::config::DisconnectStore(Config* store);
 
   ConfigFactoryImpl();

@@ -5,17 +5,21 @@
 namespace qel::config {
 
 ListenerList::Delivery::Delivery(ListenerList& list)
-    : _list(list),
-      _nested(list._owner.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
+    : _list(list), _nested(list.IsMine()) {
   if (_nested) return;
   SemaphoreHelper::Wait(_list._lock.Get());
   _list._owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
 }
 
 ListenerList::Delivery::~Delivery() {
-  if (_nested) return;
-  _list._owner.store({}, std::memory_order_relaxed);
-  SemaphoreHelper::Post(_list._lock.Get());
+  if (!_nested) _list.QuitDelivery();
+}
+
+void ListenerList::QuitDelivery() {
+  if (!IsMine()) return;
+  _end = 0;
+  _owner.store({}, std::memory_order_relaxed);
+  SemaphoreHelper::Post(_lock.Get());
 }
 
 void ListenerList::Add(ConfigEventListener* listener, Duplicates duplicates) {

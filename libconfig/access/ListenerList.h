@@ -25,6 +25,9 @@ class ListenerList {
   // Removes the first entry of `listener`, and tells whether there was one.
   bool Remove(ConfigEventListener* listener);
   void RemoveAll();
+  // Ends the delivery that the calling thread is inside of, if any: it reaches no further listener,
+  // and the list is free for other threads at once. For who is about to wait for such a thread.
+  void QuitDelivery();
   // Does not wait for a running delivery.
   bool IsEmpty() const { return _count.load(std::memory_order_relaxed) == 0; }
 
@@ -44,7 +47,10 @@ class ListenerList {
     template <typename Call>
     void ToAll(Call call) {
       const Run run(_list);
-      while (ConfigEventListener* const listener = _list.Next()) call(*listener);
+      while (ConfigEventListener* const listener = _list.Next()) {
+        call(*listener);
+        if (!_list.IsMine()) return;
+      }
     }
 
    private:
@@ -59,10 +65,16 @@ class ListenerList {
       list._next = 0;
       list._end = list._listeners.size();
     }
-    ~Run() { list._end = 0; }
+    ~Run() {
+      if (list.IsMine()) list._end = 0;
+    }
     ListenerList& list;
   };
 
+  // Whether the calling thread is inside a delivery.
+  bool IsMine() const {
+    return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+  }
   ConfigEventListener* Next() { return _next < _end ? _listeners[_next++] : nullptr; }
 
   Semaphore _lock;

@@ -11,6 +11,9 @@ namespace qel::config {
 // The store of that number, to be given back with DisconnectStore; null when it cannot be had.
 Config* ConnectStore(eConfigID_t id);
 
+// The same, but only while somebody else is connected to the store.
+Config* ConnectLivingStore(eConfigID_t id);
+
 // Null is allowed.
 void DisconnectStore(Config* store);
 

@@ -18,6 +18,10 @@ constexpr std::size_t kUnknownClasses = 1024;
 // TCP peers that one server serves at a time.
 constexpr std::size_t kTcpPeers = 512;
 
+// Configurations that one datagram server reaches, and peers that share each of them.
+constexpr std::size_t kUdpConfigurations = 64;
+constexpr std::size_t kUdpUsers = 1024;
+
 // Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
 constexpr std::size_t kOutbox = 256 * 1024;
 

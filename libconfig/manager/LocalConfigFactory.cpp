@@ -53,6 +53,14 @@ Config* LocalConfigFactory::Connect(std::string address) {
   return found->second.get();
 }
 
+Config* LocalConfigFactory::ConnectLiving(eConfigID_t id) {
+  SemaphoreHelper lock(_lock);
+  const auto found = _stores.find(id);
+  if (found == _stores.end()) return nullptr;
+  found->second->IncrementUseCount();
+  return found->second.get();
+}
+
 bool LocalConfigFactory::Disconnect(Config* config) {
   if (config == nullptr) return false;
   std::shared_ptr<ConfigManager> last;

@@ -44,6 +44,9 @@ class LIBCONFIG_API LocalConfigFactory {
   // The store of that number; null when it cannot be made.
   Config* Connect(std::string address);
 
+  // The same for a store that is there already; null when nobody is connected to it.
+  Config* ConnectLiving(eConfigID_t id);
+
   // False for a pointer that is no living store, or, with a message, for a store that another
   // factory made.
   bool Disconnect(Config* config);

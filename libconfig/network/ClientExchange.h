@@ -13,7 +13,7 @@ namespace qel::vorlane::config::access {
 class NetworkClient::Exchange {
  public:
   explicit Exchange(NetworkClient& client) : _client(client) { client.TakeRequestLock(); }
-  ~Exchange() { SemaphoreHelper::Post(_client.GetRequestLock()); }
+  ~Exchange() { SemaphoreHelper::Post(_client._requestLock.Get()); }
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
 
@@ -23,14 +23,29 @@ class NetworkClient::Exchange {
     return _client.SendRequest(&record, sizeof record);
   }
 
-  // Sends the request and waits for its answer, a record of `size` bytes.
+  // Sends a request whose answer is a record of `size` bytes. The answer may be read by the events
+  // thread, and before this one gets to wait for it.
+  template <typename Record>
+  bool Request(const Record& record, std::size_t size, bool withStream, int timeoutMs) {
+    _client._router->Expect({record.requestID, size, withStream, timeoutMs});
+    if (Send(record)) return true;
+    _client._router->ExpectNothing();
+    return false;
+  }
+
+  // REQUIRES: an exchange of this thread, whose request is sent.
+  static Received Receive(NetworkClient& client, ReceivedRecord& answer) {
+    const Received received = client._router->ReceiveAnswer(answer);
+    if (received == Received::kTimeout) Socket::ReportNothingToRead(0);
+    return received;
+  }
+
+  // Both.
   template <typename Record>
   Received Ask(const Record& record, std::size_t size, bool withStream, int timeoutMs,
                ReceivedRecord& answer) {
-    const ExpectedAnswer expected = {record.requestID, size, withStream, timeoutMs};
-    const Received received = _client.Ask(&record, sizeof record, expected, answer);
-    if (received == Received::kTimeout) Socket::ReportNothingToRead(0);
-    return received;
+    if (!Request(record, size, withStream, timeoutMs)) return Received::kNotSent;
+    return Receive(_client, answer);
   }
 
   uint32_t NextRequestID() { return _client._requestCounter++; }

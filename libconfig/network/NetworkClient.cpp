@@ -37,11 +37,13 @@ constexpr std::size_t kLargestSetStream = 8192;
 
 }  // namespace
 
-NetworkClient::NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
+NetworkClient::NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID,
+                             std::shared_ptr<RecordRouter> router)
     : _socket(socket),
       _connectionID(connectionID),
       _configID(configID),
-      _events(std::make_shared<Events>()) {
+      _events(std::make_shared<Events>()),
+      _router(std::move(router)) {
   LiveConfigs<NetworkClient>::Instance().Add(this);
 }
 
@@ -51,7 +53,20 @@ NetworkClient::~NetworkClient() {
   _events->listeners.RemoveAll();
 }
 
-void NetworkClient::TakeRequestLock() { SemaphoreHelper::Wait(_requestLock.Get()); }
+// The events thread must not wait for an exchange whose answer it has to read itself.
+void NetworkClient::TakeRequestLock() {
+  if (!_router->IsReader()) {
+    _router->LetReaderGoFirst();
+    SemaphoreHelper::Wait(_requestLock.Get());
+    return;
+  }
+  if (::sem_trywait(_requestLock.Get()) == 0) return;
+  _router->SetReaderQueues(true);
+  while (::sem_trywait(_requestLock.Get()) != 0) _router->ServeExchange();
+  _router->SetReaderQueues(false);
+}
+
+bool NetworkClient::ReceiveStream(unsigned int, std::vector<char>&) { return false; }
 
 // Sends all of it. Half a request would spoil all that follow, and ends the connection.
 bool NetworkClient::SendRequest(const void* record, std::size_t length) {
@@ -361,6 +376,8 @@ void NetworkClient::StopEventsThread() {
     _hasThread = false;
     thread = _eventsThread;
   }
+  // The thread may be waiting for the delivery that this one is inside of.
+  _events->listeners.QuitDelivery();
   if (::pthread_join(thread, nullptr) != 0) {
     Report("NetworkClient::StopEventsThread - thread join failed");
   }

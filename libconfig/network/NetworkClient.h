@@ -26,14 +26,10 @@ class Socket;
 
 namespace qel::vorlane::config::access {
 
-enum class Received;
-struct ExpectedAnswer;
-struct ReceivedRecord;
+class RecordRouter;
 
 class LIBCONFIG_API NetworkClient : public Config {
  public:
-  // Takes over `socket`, which is connected to the server.
-  NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID);
   ~NetworkClient() override;
 
   using Config::AddConfigEventListener;
@@ -81,28 +77,28 @@ class LIBCONFIG_API NetworkClient : public Config {
   class Exchange;
   struct Events;
 
-  // Sends the request and waits for its answer. REQUIRES: the request lock.
-  virtual Received Ask(const void* request, std::size_t length, const ExpectedAnswer& expected,
-                       ReceivedRecord& answer) = 0;
-  // The bytes behind the record that ProcessEvents is working on.
-  virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream) = 0;
-  // Takes the request lock for a thread that may have something else to do meanwhile.
-  virtual void TakeRequestLock();
+  // Takes over `socket`. `router` reads it.
+  NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID,
+                std::shared_ptr<RecordRouter> router);
+
+  // The bytes behind the record that ProcessEvents is working on; none unless overridden.
+  virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream);
 
   // For the destructor of each derived class, whose operations the events thread uses.
   void LeaveEventsThread();
 
   bool SendRequest(const void* record, std::size_t length);
+  XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
 
   Socket& GetSocket() { return *_socket; }
   const std::shared_ptr<Events>& GetEvents() const { return _events; }
+  const std::shared_ptr<RecordRouter>& GetRouter() const { return _router; }
   unsigned int GetConnectionID() const { return _connectionID; }
-  sem_t* GetRequestLock() { return _requestLock.Get(); }
 
  private:
   static void* thread_start(void* argument);
   bool StartEventsThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
+  void TakeRequestLock();
   int Deliver(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
   timeval NoteUpdate();
@@ -110,8 +106,9 @@ class LIBCONFIG_API NetworkClient : public Config {
   const std::unique_ptr<Socket> _socket;
   const unsigned int _connectionID;
   const eConfigID_t _configID;
-  // The listeners, and what else the events thread needs although the client may be gone.
+  // What the events thread needs although the client may be gone: the listeners, and the reader.
   const std::shared_ptr<Events> _events;
+  const std::shared_ptr<RecordRouter> _router;
 
   // Held for an exchange.
   Semaphore _requestLock;

@@ -10,6 +10,7 @@
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/network/ConnectionUtilities.h"
 #include "libconfig/network/NetworkTCPClient.h"
+#include "libconfig/network/NetworkUDPClient.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/network/Url.h"
 
@@ -42,22 +43,31 @@ NetworkClient* NetworkFactory::Connect(std::string uri) {
   if (url.port.empty()) return nullptr;
   const int port = static_cast<int>(std::strtol(url.port.c_str(), nullptr, 10));
   const eConfigID_t configID = ReadConfigID(uri);
-  if (!Contains(uri, "tcp")) {
+  const bool stream = Contains(uri, "tcp");
+  const bool multicast = Contains(uri, "multicast");
+  if (!stream && !multicast && !Contains(uri, "udp")) {
     Report("NetworkFactory::Connect - The transport for %s is not supported\n", uri.c_str());
     return nullptr;
   }
-  auto socket = std::make_unique<Socket>(AF_INET, SOCK_STREAM);
+  auto socket = std::make_unique<Socket>(AF_INET, stream ? SOCK_STREAM : SOCK_DGRAM);
   if (!socket->create()) {
     Report("NetworkFactory::Connect - failed to create socket\n");
     return nullptr;
   }
-  if (!socket->connect(url.host, port)) {
+  if (multicast) {
+    socket->bind(port);
+  } else if (!socket->connect(url.host, port)) {
     Report("NetworkFactory::Connect - failed to connect to host %s, port %d\n", url.host.c_str(),
            port);
     return nullptr;
   }
-  auto client = std::make_unique<NetworkTCPClient>(connectionID, socket.release(), configID);
-  if (!client->ConfirmConnection()) {
+  std::unique_ptr<NetworkClient> client;
+  if (stream) {
+    client = std::make_unique<NetworkTCPClient>(connectionID, socket.release(), configID);
+  } else {
+    client = std::make_unique<NetworkUDPClient>(connectionID, socket.release(), configID);
+  }
+  if (!multicast && !client->ConfirmConnection()) {
     Report("NetworkFactory::Connect - failed to confirm connection with host %s\n",
            url.host.c_str());
     return nullptr;

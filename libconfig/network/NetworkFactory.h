@@ -1,5 +1,6 @@
-// Connects to configurations by network URI: "tcp://HOST:PORT", HOST a dotted address, with options
-// such as "/configid=3" behind it. Any thread.
+// Connects to configurations by network URI: "tcp://HOST:PORT" or "udp://HOST:PORT", HOST a dotted
+// address, with options such as "/configid=3" behind it. "multicast://HOST:PORT" makes a client
+// that only hears the changes which a server of this device announces to that port. Any thread.
 #pragma once
 
 #include <string>

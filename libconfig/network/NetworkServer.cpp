@@ -12,6 +12,7 @@
 #include "libconfig/base/Mutex.h"
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/NetworkTCPConnection.h"
+#include "libconfig/network/NetworkUDPConnection.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
@@ -22,8 +23,11 @@ using qel::config::ReportErrno;
 
 namespace {
 
-// While accepting fails, for want of descriptors say, there is no hurry to try again.
+// While accepting or receiving fails, for want of descriptors say, there is no hurry to try again.
 constexpr std::chrono::milliseconds kPauseAfterFailure(50);
+
+constexpr int kDatagramBuffer = 786432;
+constexpr std::size_t kLargestDatagram = 8192;
 
 }  // namespace
 
@@ -107,6 +111,44 @@ void* NetworkServer::pthread_start(void* object) {
 }
 
 void NetworkServer::Run() {
+  if (_type == SOCK_STREAM) {
+    ServeConnections();
+  } else {
+    ServeDatagrams();
+  }
+}
+
+void NetworkServer::ServeDatagrams() {
+  if (!_socket->set_buffer_size(SO_SNDBUF, kDatagramBuffer) ||
+      !_socket->set_buffer_size(SO_RCVBUF, kDatagramBuffer)) {
+    return;
+  }
+  _udpConnection = std::make_unique<NetworkUDPConnection>(_socket.get());
+  while (!_stop) WaitForDatagram();
+  _udpConnection.reset();
+  Report("NetworkServer::Run - exiting\n");
+}
+
+bool NetworkServer::WaitForDatagram() {
+  char datagram[kLargestDatagram];
+  sockaddr_in from = {};
+  const ssize_t length = _socket->recvfrom_some(datagram, sizeof datagram, from);
+  if (length == 0) {
+    Report("NetworkServer::WaitForDatagram - recvfrom shutting down normally\n");
+    return false;
+  }
+  if (length < 0) {
+    if (_stop) return false;
+    ReportErrno("NetworkServer::WaitForDatagram");
+    Report("NetworkServer::WaitForDatagram - recvfrom error condition\n");
+    std::this_thread::sleep_for(kPauseAfterFailure);
+    return false;
+  }
+  _udpConnection->ProcessMessages(datagram, static_cast<int>(length), from);
+  return true;
+}
+
+void NetworkServer::ServeConnections() {
   while (!_stop) {
     std::unique_ptr<NetworkTCPConnection> connection(WaitForConnection());
     if (connection == nullptr) {

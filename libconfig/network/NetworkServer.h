@@ -1,5 +1,6 @@
-// Lets other processes reach the stores of this one. A server owns one listening socket and one
-// thread; each peer that connects gets a NetworkTCPConnection of its own.
+// Lets other processes reach the stores of this one. A server owns one socket and one thread. On a
+// stream socket each peer that connects gets a NetworkTCPConnection of its own; on a datagram
+// socket one NetworkUDPConnection serves everybody.
 //
 // Life: construct, Init, Start, Stop. Until Start the server belongs to its maker. From a
 // successful Start on it belongs to its thread, which deletes it some time after Stop: call Stop
@@ -20,11 +21,13 @@ class Socket;
 namespace qel::vorlane::config::access {
 
 class NetworkTCPConnection;
+class NetworkUDPConnection;
 
 class LIBCONFIG_API NetworkServer {
  public:
-  // `family` is AF_INET or AF_UNIX, `type` SOCK_STREAM. Port 0 lets the system choose. `address` is
-  // the dotted address of the interface to serve; the empty one is every interface.
+  // `family` is AF_INET or AF_UNIX, `type` SOCK_STREAM or SOCK_DGRAM. Port 0 lets the system
+  // choose. `address` is the dotted address of the interface to serve; the empty one is every
+  // interface.
   NetworkServer(int family, int type, int port, std::string address = "");
   ~NetworkServer();
   NetworkServer(const NetworkServer&) = delete;
@@ -43,7 +46,10 @@ class LIBCONFIG_API NetworkServer {
 
   static void* pthread_start(void* server);
   void Run();
+  void ServeConnections();
+  void ServeDatagrams();
   NetworkTCPConnection* WaitForConnection();
+  bool WaitForDatagram();
   std::shared_ptr<void> TakeSlot();
 
   std::atomic<bool> _stop{false};
@@ -56,6 +62,7 @@ class LIBCONFIG_API NetworkServer {
   // Peers being served. Connections hold a part of it, as they may outlive the server.
   const std::shared_ptr<std::atomic<std::size_t>> _peers;
   const std::shared_ptr<Ending> _ending;
+  std::unique_ptr<NetworkUDPConnection> _udpConnection;
 };
 
 }  // namespace qel::vorlane::config::access

@@ -7,8 +7,8 @@
 #include "libconfig/network/ClientEvents.h"
 #include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
-#include "libconfig/network/RecordRouter.h"
 #include "libconfig/network/Socket.h"
+#include "libconfig/network/StreamRouter.h"
 
 namespace qel::vorlane::config::access {
 
@@ -24,8 +24,7 @@ constexpr int kUnregisterMs = 12000;
 }  // namespace
 
 NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
-    : NetworkClient(connectionID, socket, configID),
-      _router(std::make_shared<RecordRouter>(*socket)) {
+    : NetworkClient(connectionID, socket, configID, std::make_shared<StreamRouter>(*socket)) {
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
   socket->set_send_timeout(kSendMs);
@@ -33,32 +32,10 @@ NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eC
 
 NetworkTCPClient::~NetworkTCPClient() { LeaveEventsThread(); }
 
-// The answer may be read by the events thread, and before this one gets to wait for it.
-Received NetworkTCPClient::Ask(const void* request, std::size_t length,
-                               const ExpectedAnswer& expected, ReceivedRecord& answer) {
-  _router->Expect(expected);
-  if (SendRequest(request, length)) return _router->ReceiveAnswer(answer);
-  _router->ExpectNothing();
-  return Received::kNotSent;
-}
-
 bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& stream) {
   stream = std::move(_eventStream);
   _eventStream.clear();
   return stream.size() == length;
-}
-
-// The events thread must not wait for an exchange whose answer it has to read itself.
-void NetworkTCPClient::TakeRequestLock() {
-  if (!_router->IsReader()) {
-    _router->LetReaderGoFirst();
-    NetworkClient::TakeRequestLock();
-    return;
-  }
-  if (::sem_trywait(GetRequestLock()) == 0) return;
-  _router->SetReaderQueues(true);
-  while (::sem_trywait(GetRequestLock()) != 0) _router->ServeExchange();
-  _router->SetReaderQueues(false);
 }
 
 bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
@@ -69,7 +46,7 @@ bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
     return false;
   }
   // Whoever has the next exchange leaves the reading to the events thread.
-  _router->ExpectReader();
+  GetRouter()->ExpectReader();
   return true;
 }
 
@@ -117,7 +94,7 @@ XCONFIGMGR_EVENT_HANDLER_REQUEST_T NetworkTCPClient::MakeListenerRequest(uint32_
 
 // A listener may delete this client: the thread holds what it needs to find that out.
 void NetworkTCPClient::ProcessEvents() {
-  const std::shared_ptr<RecordRouter> router = _router;
+  const std::shared_ptr<RecordRouter> router = GetRouter();
   const std::shared_ptr<Events> events = GetEvents();
   router->BecomeReader();
   ReceivedRecord record;

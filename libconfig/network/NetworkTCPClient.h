@@ -1,16 +1,13 @@
-// A client over TCP. Answers and events share one stream; a RecordRouter tells them apart, so that
-// one client can both poll and listen.
+// A client over TCP. Answers and events share one stream and are told apart, so that one client can
+// both poll and listen.
 #pragma once
 
-#include <memory>
 #include <vector>
 
 #include "libconfig/base/Export.h"
 #include "libconfig/network/NetworkClient.h"
 
 namespace qel::vorlane::config::access {
-
-class RecordRouter;
 
 class LIBCONFIG_API NetworkTCPClient : public NetworkClient {
  public:
@@ -24,17 +21,12 @@ class LIBCONFIG_API NetworkTCPClient : public NetworkClient {
   void ProcessEvents() override;
 
  protected:
-  Received Ask(const void* request, std::size_t length, const ExpectedAnswer& expected,
-               ReceivedRecord& answer) override;
   bool ReceiveStream(unsigned int length, std::vector<char>& stream) override;
-  void TakeRequestLock() override;
 
  private:
   XCONFIGMGR_EVENT_HANDLER_REQUEST_T MakeListenerRequest(uint32_t type, uint32_t requestID,
                                                          eParam_t param);
 
-  // Shared with the events thread, which may outlive the client by a moment.
-  const std::shared_ptr<RecordRouter> _router;
   std::vector<char> _eventStream;  // of the events thread
 };
 

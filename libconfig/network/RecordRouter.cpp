@@ -10,44 +10,27 @@ namespace qel::vorlane::config::access {
 
 using qel::config::MutexLock;
 using Clock = std::chrono::steady_clock;
-using Result = StreamReader::Result;
 
 namespace {
 
 // How long the events thread looks for records before it asks for the request lock again.
 constexpr int kServeMs = 1;
 
-// The size of a record by its first word; 0 for a word that is no response.
-std::size_t SizeOf(uint32_t type) {
-  switch (type) {
-    case XCFG_CONNECT_RESPONSE:
-    case XCFG_DISCONNECT_RESPONSE:
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE:
-      return sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T);
-    case XCFG_GET_PARAM_RESPONSE:
-    case XCFG_SET_PARAM_RESPONSE:
-    case XCFG_GET_STREAM_PARAM_RESPONSE:
-    case XCFG_SET_STREAM_PARAM_RESPONSE:
-    case XCFG_PARAM_CHANGED_EVENT:
-    case XCFG_PARAM_STREAM_CHANGED_EVENT:
-      return sizeof(XCONFIGMGR_RESPONSE_T);
-    default:
-      return 0;
-  }
-}
+}  // namespace
 
-bool CarriesStream(uint32_t type) {
-  return type == XCFG_GET_STREAM_PARAM_RESPONSE || type == XCFG_SET_STREAM_PARAM_RESPONSE ||
-         type == XCFG_PARAM_STREAM_CHANGED_EVENT;
-}
+RecordRouter::RecordRouter(Socket& socket) : _socket(socket) {}
 
-bool IsEvent(uint32_t type) {
+RecordRouter::~RecordRouter() = default;
+
+bool RecordRouter::IsEvent(uint32_t type) {
   return type == XCFG_PARAM_CHANGED_EVENT || type == XCFG_PARAM_STREAM_CHANGED_EVENT;
 }
 
-}  // namespace
-
-RecordRouter::RecordRouter(Socket& socket) : _socket(socket), _reader(socket, nullptr) {}
+bool RecordRouter::GetExpected(ExpectedAnswer& expected) {
+  MutexLock lock(_mutex);
+  if (_waiting) expected = _expected;
+  return _waiting;
+}
 
 void RecordRouter::ExpectReader() { _hasReader = true; }
 
@@ -78,50 +61,6 @@ void RecordRouter::ExpectNothing() {
 
 Received RecordRouter::ReceiveAnswer(ReceivedRecord& answer) {
   return _hasReader && !IsReader() ? AwaitAnswer(answer) : ReadUntilAnswer(answer);
-}
-
-// One record, its stream included. Without a whole record the result tells why, and `failure` what
-// it means for an exchange.
-Result RecordRouter::ReadRecord(ReceivedRecord& record, Received& failure) {
-  record = {};
-  failure = Received::kFailed;
-  _reader.BeginRecord();
-  char* const bytes = reinterpret_cast<char*>(&record.header);
-  Result result = _reader.recv_exact(bytes, sizeof record.header.msgtype);
-  if (result == Result::kTimeout) failure = Received::kTimeout;
-  if (result != Result::kWhole) return result;
-
-  bool streamExpected;
-  record.size = SizeOf(record.header.msgtype);
-  {
-    MutexLock lock(_mutex);
-    if (record.size == 0) {
-      record.size = _waiting ? _expected.size : sizeof(XCONFIGMGR_RESPONSE_T);
-    }
-    streamExpected = _waiting && _expected.withStream;
-  }
-  constexpr std::size_t kType = sizeof record.header.msgtype;
-  result = _reader.recv_exact(bytes + kType, record.size - kType);
-  if (result != Result::kWhole) return result;
-
-  const bool stream = (CarriesStream(record.header.msgtype) ||
-                       (streamExpected && !IsEvent(record.header.msgtype))) &&
-                      record.header.error == 0;
-  if (!stream) return Result::kWhole;
-  const std::size_t length = record.header.streamLength;
-  if (length > qel::config::limits::kStreamPayload) {
-    failure = Received::kTooLong;
-    return Result::kError;
-  }
-  failure = Received::kStreamCut;
-  // What a peer only announces takes no memory.
-  constexpr std::size_t kPiece = 64 * 1024;
-  while (result == Result::kWhole && record.stream.size() < length) {
-    const std::size_t before = record.stream.size();
-    record.stream.resize(std::min(length, before + kPiece));
-    result = _reader.recv_exact(record.stream.data() + before, record.stream.size() - before);
-  }
-  return result;
 }
 
 RecordRouter::Kind RecordRouter::Sort(const ReceivedRecord& record) {
@@ -162,33 +101,28 @@ Received RecordRouter::ReadUntilAnswer(ReceivedRecord& answer) {
   SetReceiveTimeout(expected.timeoutMs);
   const auto deadline = Clock::now() + std::chrono::milliseconds(expected.timeoutMs);
   Received outcome = Received::kTimeout;
-  for (bool reading = true; reading;) {
-    const Result result = ReadRecord(answer, outcome);
-    if (result != Result::kWhole) break;
-    switch (Sort(answer)) {
-      case Kind::kEvent:
-        // Without an events thread nobody listens.
-        if (IsReader()) Keep(std::move(answer));
-        break;
-      case Kind::kAnswer:
-        outcome = answer.size < expected.size ? Received::kFailed : Received::kAnswer;
-        reading = false;
-        break;
-      case Kind::kStale:
-      case Kind::kUnsolicited:
-        break;
+  bool ended = false;
+  for (;;) {
+    int result;
+    const Reading read = ReadRecord(answer, outcome, result);
+    ended = read == Reading::kEnd;
+    if (read != Reading::kRecord && read != Reading::kSkipped) break;
+    const Kind kind = read == Reading::kRecord ? Sort(answer) : Kind::kStale;
+    if (kind == Kind::kAnswer) {
+      outcome = answer.size < expected.size ? Received::kFailed : Received::kAnswer;
+      break;
     }
-    if (reading && Clock::now() >= deadline) {
-      outcome = Received::kTimeout;
-      reading = false;
-    }
+    // Without an events thread nobody listens.
+    if (kind == Kind::kEvent && IsReader()) Keep(std::move(answer));
+    outcome = Received::kTimeout;
+    if (Clock::now() >= deadline) break;
   }
   {
     MutexLock lock(_mutex);
     _waiting = false;
     if (outcome == Received::kTimeout) Abandon(expected.requestID);
   }
-  if (outcome != Received::kTimeout && outcome != Received::kAnswer) End(outcome);
+  if (ended) End(outcome);
   return outcome;
 }
 
@@ -242,23 +176,18 @@ bool RecordRouter::NextEvent(ReceivedRecord& record, int& result) {
   }
   for (;;) {
     Received failure;
-    switch (ReadRecord(record, failure)) {
-      case Result::kWhole:
+    switch (ReadRecord(record, failure, result)) {
+      case Reading::kRecord:
         if (HandOver(record)) continue;
         return true;
-      case Result::kTimeout:
+      case Reading::kSkipped:
+      case Reading::kTimeout:
+      case Reading::kTrouble:
         continue;
-      case Result::kClosed:
-      case Result::kCut:
-        result = 0;
-        break;
-      case Result::kStalled:
-      case Result::kError:
-        result = -1;
-        break;
+      case Reading::kEnd:
+        End(failure);
+        return false;
     }
-    End(failure);
-    return false;
   }
 }
 
@@ -275,14 +204,20 @@ void RecordRouter::LetReaderGoFirst() {
 }
 
 void RecordRouter::ServeExchange() {
-  if (!_reader.HasBuffered() && _socket.wait_readable(kServeMs) == 0) return;
+  if (!HasBuffered() && _socket.wait_readable(kServeMs) == 0) return;
   ReceivedRecord record;
   Received failure;
-  const Result result = ReadRecord(record, failure);
-  if (result == Result::kWhole) {
-    if (!HandOver(record)) Keep(std::move(record));
-  } else if (result != Result::kTimeout) {
-    End(failure);
+  int result;
+  switch (ReadRecord(record, failure, result)) {
+    case Reading::kRecord:
+      if (!HandOver(record)) Keep(std::move(record));
+      break;
+    case Reading::kSkipped:
+    case Reading::kTimeout:
+    case Reading::kTrouble:
+      break;
+    case Reading::kEnd:
+      End(failure);
   }
 }
 

@@ -1,5 +1,6 @@
-// The client's end of a TCP stream: takes the records in and gives each to whom it belongs, answers
-// to the exchange that waits for them, events to the listeners. Internal.
+// The client's end of a connection: takes the records in and gives each to whom it belongs, answers
+// to the exchange that waits for them, events to the listeners. A derived class knows how a record
+// is read. Internal.
 //
 // One thread reads at a time. Without an events thread that is whoever waits for an answer; from
 // ExpectReader on it is the events thread alone, and an exchange on another thread waits until its
@@ -18,7 +19,6 @@
 
 #include "libconfig/base/Mutex.h"
 #include "libconfig/network/NetworkRecords.h"
-#include "libconfig/network/StreamReader.h"
 
 class Socket;
 
@@ -29,6 +29,7 @@ struct ReceivedRecord {
   XCONFIGMGR_RESPONSE_T header = {};
   std::size_t size = 0;  // bytes of the header that the record has
   std::vector<char> stream;
+  uint64_t sender = 0;  // of a datagram: its address and port, as one number
 };
 
 // What an exchange waits for.
@@ -43,14 +44,15 @@ enum class Received {
   kAnswer,
   kNotSent,  // the request could not be sent
   kTimeout,
-  kFailed,     // closed, cut or broken: the connection is at its end
-  kTooLong,    // it announced a stream beyond all limits: at its end as well
-  kStreamCut,  // the record came and its stream did not: at its end as well
+  kFailed,     // closed, cut or broken
+  kTooLong,    // it announced a stream beyond all limits
+  kStreamCut,  // the record came and its stream did not
 };
 
 class RecordRouter {
  public:
   explicit RecordRouter(Socket& socket);
+  virtual ~RecordRouter();
 
   // Call Expect before the request is sent, then ReceiveAnswer to wait, or ExpectNothing. An answer
   // that comes too late is recognised by its number and dropped.
@@ -63,8 +65,8 @@ class RecordRouter {
   void BecomeReader();
   bool IsReader() const;
 
-  // For the reader: the next record that no exchange waits for. False when the stream has ended,
-  // with the result of the system's receive in `result`.
+  // For the reader: the next record that no exchange waits for. False when the connection has
+  // ended, with the result of the system's receive in `result`.
   bool NextEvent(ReceivedRecord& record, int& result);
 
   // For the reader, while it waits for the request lock: serves whoever holds it.
@@ -74,10 +76,30 @@ class RecordRouter {
   void SetReaderQueues(bool queues);
   void LetReaderGoFirst();
 
+ protected:
+  enum class Reading {
+    kRecord,
+    kSkipped,  // something came that nobody waits for
+    kTimeout,
+    kTrouble,  // nothing was read, and the next may well be
+    kEnd,      // the connection is at its end
+  };
+
+  // Waits as long as the socket's own time-out says. Without a record `failure` is what it means
+  // for an exchange. `result` is the system's, for kTrouble and kEnd.
+  virtual Reading ReadRecord(ReceivedRecord& record, Received& failure, int& result) = 0;
+  // Whether something is at hand that was received already.
+  virtual bool HasBuffered() const { return false; }
+
+  Socket& GetSocket() { return _socket; }
+  // What the waiting exchange expects, if there is one.
+  bool GetExpected(ExpectedAnswer& expected);
+
+  static bool IsEvent(uint32_t type);
+
  private:
   enum class Kind { kEvent, kStale, kAnswer, kUnsolicited };
 
-  StreamReader::Result ReadRecord(ReceivedRecord& record, Received& failure);
   Received ReadUntilAnswer(ReceivedRecord& answer);
   Received AwaitAnswer(ReceivedRecord& answer);
   Kind Sort(const ReceivedRecord& record);
@@ -90,7 +112,6 @@ class RecordRouter {
   Socket& _socket;
 
   // Of the thread that reads.
-  StreamReader _reader;
   std::deque<ReceivedRecord> _kept;  // events that came during the reader's own exchange
   int _receiveTimeoutMs = 0;
 

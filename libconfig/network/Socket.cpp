@@ -366,12 +366,16 @@ int Socket::sendto(void* data, unsigned length, const sockaddr_in& to) {
   return 1;
 }
 
-int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
+ssize_t Socket::recvfrom_some(void* data, std::size_t length, sockaddr_in& from) {
   Use use(*this);
-  const ssize_t count = Retry([&] {
+  return Retry([&] {
     socklen_t size = sizeof from;
     return ::recvfrom(use.fd, data, length, 0, reinterpret_cast<sockaddr*>(&from), &size);
   });
+}
+
+int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
+  const ssize_t count = recvfrom_some(data, length, from);
   if (count == -1) {
     ReportErrno("Socket::recvfrom - failed");
     return 0;
@@ -502,6 +506,7 @@ int Socket::drop_membership(const std::string& group, const std::string& interfa
 }
 
 bool Socket::is_peer_gone() {
+  if (_type != SOCK_STREAM) return false;
   Use use(*this);
   char byte;
   const ssize_t count =

@@ -63,9 +63,11 @@ class LIBCONFIG_API Socket {
   int sendto(void* data, unsigned length, const sockaddr_in& to);
   int recvfrom(void* data, unsigned length, sockaddr_in& from);
 
-  // The system's own calls, without a report and with errno set: one receive; one send, which does
+  // The system's own calls, without a report and with errno set: one receive, with its sender or
+  // without; one send, which does
   // not wait when `wait` is false.
   ssize_t recv_some(void* data, std::size_t length);
+  ssize_t recvfrom_some(void* data, std::size_t length, sockaddr_in& from);
   ssize_t send_some(const void* data, std::size_t length, bool wait);
 
   // 1 when the socket becomes readable within the milliseconds. A time-out is reported at length.

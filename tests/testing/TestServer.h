@@ -13,7 +13,10 @@ namespace testing_support {
 
 class TestServer {
  public:
-  TestServer() : _server(new Server(AF_INET, SOCK_STREAM, 0, "127.0.0.1")) {
+  // `type` is SOCK_STREAM or SOCK_DGRAM.
+  explicit TestServer(int type = SOCK_STREAM)
+      : _server(new Server(AF_INET, type, 0, "127.0.0.1")),
+        _scheme(type == SOCK_STREAM ? "tcp" : "udp") {
     ConfigFactoryImpl::GetInstance();
     EXPECT_TRUE(_server->Init());
     _port = _server->GetPort();
@@ -24,11 +27,12 @@ class TestServer {
   TestServer& operator=(const TestServer&) = delete;
 
   int GetPort() const { return _port; }
-  std::string GetURI() const { return "tcp://127.0.0.1:" + std::to_string(_port); }
+  std::string GetURI() const { return _scheme + "://127.0.0.1:" + std::to_string(_port); }
 
  private:
   using Server = qel::vorlane::config::access::NetworkServer;
   Server* const _server;
+  const std::string _scheme;
   int _port = 0;
 };
 

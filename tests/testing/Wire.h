@@ -165,6 +165,62 @@ class WirePeer : public Wire {
   }
 };
 
+// A datagram socket of the test's own, connected to a server or bound to a port.
+class Datagrams {
+ public:
+  explicit Datagrams(int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    const sockaddr_in address = Loopback(port);
+    EXPECT_EQ(0, ::connect(_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  }
+  // Hears what is sent to the group on the loopback interface.
+  Datagrams(const char* group, int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    const int on = 1;
+    ::setsockopt(_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address = Loopback(port);
+    address.sin_addr.s_addr = INADDR_ANY;
+    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    ip_mreq member = {};
+    ::inet_pton(AF_INET, group, &member.imr_multiaddr);
+    member.imr_interface.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(0, ::setsockopt(_fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &member, sizeof member));
+  }
+  ~Datagrams() { ::close(_fd); }
+  Datagrams(const Datagrams&) = delete;
+  Datagrams& operator=(const Datagrams&) = delete;
+
+  void Send(const Bytes& bytes) { ::send(_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+
+  // Empty when none comes in time.
+  Bytes Receive(int milliseconds = 60000) {
+    pollfd wanted = {_fd, POLLIN, 0};
+    if (::poll(&wanted, 1, milliseconds) <= 0) return {};
+    Bytes bytes(65536);
+    const ssize_t count = ::recv(_fd, bytes.data(), bytes.size(), 0);
+    bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+    return bytes;
+  }
+
+  // The words that a datagram begins with.
+  std::vector<uint32_t> Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds)); }
+
+  static std::vector<uint32_t> ToWords(const Bytes& bytes) {
+    std::vector<uint32_t> words(std::min<std::size_t>(bytes.size() / 4, 11));
+    if (!words.empty()) std::memcpy(words.data(), bytes.data(), words.size() * 4);
+    return words;
+  }
+
+ private:
+  static sockaddr_in Loopback(int port) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+  }
+
+  const int _fd;
+};
+
 // A listening socket that a test answers on by itself.
 class WireListener {
  public:

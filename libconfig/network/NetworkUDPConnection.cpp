@@ -1,0 +1,343 @@
+#include "libconfig/network/NetworkUDPConnection.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+
+#include <cstring>
+#include <vector>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/StoreAccess.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
+#include "libconfig/manager/ConfigManager.h"
+#include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/Multicast.h"
+#include "libconfig/network/Socket.h"
+#include "libconfig/values/ValueStream.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::Report;
+using qel::config::ReportErrno;
+
+union NetworkUDPConnection::Request {
+  uint32_t msgtype;
+  XCONFIGMGR_CONNECTION_REQUEST_T connection;
+  XCONFIGMGR_REQUEST_T param;
+};
+
+namespace {
+
+constexpr int kSendBuffer = 786432;
+
+// The size of a request by its first word; 0 for a word that is none.
+std::size_t SizeOf(uint32_t type) {
+  switch (type) {
+    case XCFG_CONNECT_REQUEST:
+    case XCFG_DISCONNECT_REQUEST:
+      return sizeof(XCONFIGMGR_CONNECTION_REQUEST_T);
+    case XCFG_GET_PARAM_REQUEST:
+    case XCFG_SET_PARAM_REQUEST:
+    case XCFG_GET_STREAM_PARAM_REQUEST:
+    case XCFG_SET_STREAM_PARAM_REQUEST:
+      return sizeof(XCONFIGMGR_REQUEST_T);
+    default:
+      return 0;
+  }
+}
+
+template <typename Request>
+XCONFIGMGR_RESPONSE_T ResponseTo(const Request& request, uint32_t type) {
+  XCONFIGMGR_RESPONSE_T response = {};
+  response.msgtype = type;
+  response.connectionID = request.connectionID;
+  response.requestID = request.requestID;
+  response.configID = request.configID;
+  response.priority = request.priority;
+  response.result = kResultWord;
+  return response;
+}
+
+XCONFIGMGR_RESPONSE_T ParamResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
+  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, type);
+  response.paramID = request.paramID;
+  return response;
+}
+
+XCONFIGMGR_RESPONSE_T Event(uint32_t type, unsigned int configID, eParam_t param) {
+  XCONFIGMGR_RESPONSE_T event = {};
+  event.msgtype = type;
+  event.configID = configID;
+  event.result = kResultWord;
+  event.paramID = param;
+  event.streamFormat = eSerializationFormat_Network;
+  return event;
+}
+
+// `header` with `length` bytes behind it.
+std::vector<char> Datagram(const XCONFIGMGR_RESPONSE_T& header, const char* data,
+                           std::size_t length) {
+  std::vector<char> bytes(sizeof header + length);
+  std::memcpy(bytes.data(), &header, sizeof header);
+  if (length > 0) std::memcpy(bytes.data() + sizeof header, data, length);
+  return bytes;
+}
+
+std::unique_ptr<Socket> OpenMulticastSocket() {
+  auto socket = std::make_unique<Socket>(AF_INET, SOCK_DGRAM);
+  if (!socket->create()) {
+    Report("NetworkUDPConnection - failed to create multicast Socket\n");
+    return nullptr;
+  }
+  if (!socket->bind(multicast::kInterface, 0)) {
+    ReportErrno("SocketConnect multicast");
+    Report("NetworkUDPConnection - failed to bind multicast Socket\n");
+    return nullptr;
+  }
+  socket->set_buffer_size(SO_SNDBUF, kSendBuffer);
+  return socket;
+}
+
+}  // namespace
+
+// The store that a request names, for as long as the request is worked on.
+class NetworkUDPConnection::StoreUse {
+ public:
+  StoreUse(NetworkUDPConnection& connection, uint32_t configID) {
+    const auto found = connection._instances.find(configID);
+    if (found != connection._instances.end()) {
+      _borrowed = found->second.store == nullptr;
+      _store = _borrowed ? qel::config::ConnectLivingStore(static_cast<eConfigID_t>(configID))
+                         : found->second.store;
+      if (_store == nullptr) connection._instances.erase(found);
+    }
+    if (_store == nullptr) {
+      Report("NetworkUDPConnection::GetConfig - ConfigID %d instance not present\n",
+             static_cast<int>(configID));
+    }
+  }
+  ~StoreUse() {
+    if (_borrowed) qel::config::DisconnectStore(_store);
+  }
+  StoreUse(const StoreUse&) = delete;
+  StoreUse& operator=(const StoreUse&) = delete;
+
+  // Null when there is none.
+  Config* Get() const { return _store; }
+
+ private:
+  Config* _store = nullptr;
+  bool _borrowed = false;
+};
+
+NetworkUDPConnection::NetworkUDPConnection(Socket* serverSocket)
+    : _multicastSocket(OpenMulticastSocket()), _serverSocket(*serverSocket) {
+  _multicastAddress.sin_family = AF_INET;
+  _multicastAddress.sin_port = htons(multicast::kPort);
+  ::inet_pton(AF_INET, multicast::kGroup, &_multicastAddress.sin_addr);
+}
+
+NetworkUDPConnection::~NetworkUDPConnection() {
+  for (auto& entry : _instances) qel::config::DisconnectStore(entry.second.store);
+}
+
+void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& from) {
+  const Working working(this);
+  const auto received = static_cast<std::size_t>(length < 0 ? 0 : length);
+  Request request = {};
+  std::size_t size = sizeof request.msgtype;
+  if (received >= size) {
+    std::memcpy(&request.msgtype, data, sizeof request.msgtype);
+    size = SizeOf(request.msgtype);
+    if (size == 0) {
+      Report(
+          "NetworkUDPConnection::ProcessDatagramMessages - Unknown message type \"%s\" (0x%X )\n",
+          ConnectionUtilities::GetMessageName(request.msgtype).c_str(), request.msgtype);
+      return;
+    }
+  }
+  if (received < size) {
+    Report("NetworkUDPConnection::ProcessDatagramMessages - insufficient message length\n");
+    return;
+  }
+  std::memcpy(&request, data, size);
+  _peer = from;
+  _connectionID = request.connection.connectionID;
+  switch (request.msgtype) {
+    case XCFG_CONNECT_REQUEST:
+      return ProcessConnectRequest(request.connection);
+    case XCFG_DISCONNECT_REQUEST:
+      return ProcessDisconnectRequest(request.connection);
+    default:
+      break;
+  }
+  ConnectionUtilities::Dump(&request.param);
+  switch (request.msgtype) {
+    case XCFG_GET_PARAM_REQUEST:
+      return ProcessGetRequest(request.param);
+    case XCFG_SET_PARAM_REQUEST:
+      return ProcessSetRequest(request.param);
+    case XCFG_GET_STREAM_PARAM_REQUEST:
+      return ProcessGetStreamRequest(request.param);
+    default:
+      break;
+  }
+  if (request.param.streamLength == 0 || request.param.streamLength > received - size) {
+    Report("NetworkUDPConnection::ProcessSetStreamMessage - invalid streamLength\n");
+    return;
+  }
+  ProcessSetStreamRequest(request.param.configID, data + size, request.param.streamLength);
+}
+
+// Those whose peers have all left. Stores that others keep may then no longer be asked for without
+// a Connect, which is the price of having room for those that are wanted.
+void NetworkUDPConnection::ForgetUnusedInstances() {
+  for (auto entry = _instances.begin(); entry != _instances.end();) {
+    entry = entry->second.users.empty() ? _instances.erase(entry) : std::next(entry);
+  }
+}
+
+bool NetworkUDPConnection::AddUser(uint32_t configID, uint32_t connectionID) {
+  if (_instances.count(configID) == 0 &&
+      _instances.size() >= qel::config::limits::kUdpConfigurations) {
+    ForgetUnusedInstances();
+    if (_instances.size() >= qel::config::limits::kUdpConfigurations) return false;
+  }
+  Instance& instance = _instances[configID];
+  if (instance.users.count(connectionID) != 0) return true;
+  if (instance.users.size() >= qel::config::limits::kUdpUsers) return false;
+  if (instance.store == nullptr) {
+    instance.store = qel::config::ConnectStore(static_cast<eConfigID_t>(configID));
+  }
+  if (instance.store == nullptr) {
+    _instances.erase(configID);
+    return false;
+  }
+  instance.users.insert(connectionID);
+  return true;
+}
+
+void NetworkUDPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
+  if (!AddUser(request.configID, request.connectionID)) {
+    Report("NetworkUDPConnection::ProcessConnectRequest - unable to connect to the config\n");
+    return;
+  }
+  // A client reads the first 28 bytes of this, where the error has another place: both are zero.
+  const XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_CONNECT_RESPONSE);
+  SendTo(&response, sizeof response);
+}
+
+void NetworkUDPConnection::ProcessDisconnectRequest(
+    const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
+  const auto found = _instances.find(request.configID);
+  if (found == _instances.end()) {
+    Report("NetworkUDPConnection::ProcessDisconnectRequest - Unable to find instance to %s\n",
+           ("local:configid=" + std::to_string(static_cast<int>(request.configID))).c_str());
+  } else {
+    Instance& instance = found->second;
+    if (instance.users.erase(request.connectionID) != 0 && instance.users.empty()) {
+      auto* const store = dynamic_cast<ConfigManager*>(instance.store);
+      const bool lastUse = store != nullptr && store->GetUseCount() == 1;
+      if (store == nullptr) {
+        Report(
+            "NetworkUDPConnection::ProcessDisconnectRequest - Unable to get ConfigManger for "
+            "ConfigID %d\n",
+            static_cast<int>(request.configID));
+      }
+      qel::config::DisconnectStore(instance.store);
+      instance.store = nullptr;
+      if (lastUse) _instances.erase(found);
+    }
+  }
+  const XCONFIGMGR_CONNECTION_RESPONSE_T response = {
+      XCFG_DISCONNECT_RESPONSE, request.connectionID, request.requestID, request.configID,
+      request.priority,         kResultWord,          eNetworkError_None};
+  if (!SendTo(&response, sizeof response)) {
+    ReportErrno("NetworkUDPConnection::ProcessDisconnectRequest - unable to send response");
+    Report("NetworkUDPConnection::ProcessDisconnectRequest: unable to send response\n");
+  }
+}
+
+void NetworkUDPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request) {
+  const StoreUse store(*this, request.configID);
+  if (store.Get() == nullptr) return;
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_GET_PARAM_RESPONSE);
+  response.value = store.Get()->Get(static_cast<eParam_t>(request.paramID));
+  SendTo(&response, sizeof response);
+}
+
+void NetworkUDPConnection::ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request) {
+  const StoreUse store(*this, request.configID);
+  if (store.Get() == nullptr) return;
+  const auto param = static_cast<eParam_t>(request.paramID);
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_SET_PARAM_RESPONSE);
+  if (store.Get()->Set(param, request.value) == 0) response.error = eNetworkError_Refused;
+  SendTo(&response, sizeof response);
+  if (response.error == 0) ParamChanged(param, request.configID, store.Get()->Get(param));
+}
+
+void NetworkUDPConnection::ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request) {
+  const StoreUse store(*this, request.configID);
+  if (store.Get() == nullptr) return;
+  // The type is the request's own; clients have always been answered so.
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_GET_STREAM_PARAM_REQUEST);
+  auto* const value = dynamic_cast<ConfigValue*>(
+      store.Get()->GetSerializable(static_cast<eParam_t>(request.paramID)));
+  std::vector<char> bytes;
+  if (value == nullptr) {
+    response.error = eNetworkError_NoValue;
+  } else {
+    bytes = qel::config::EncodeValue(*value, eSerializationFormat_Network, 0);
+    response.streamLength = static_cast<uint32_t>(bytes.size());
+    response.streamFormat = eSerializationFormat_Network;
+  }
+  const std::vector<char> datagram = Datagram(response, bytes.data(), bytes.size());
+  if (!SendTo(datagram.data(), datagram.size())) {
+    Report("NetworkUDPConnection::ProcessGetStreamRequest - sendto failed\n");
+  }
+}
+
+void NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* data,
+                                                   unsigned int length) {
+  const StoreUse store(*this, configID);
+  if (store.Get() == nullptr) return;
+  const auto value = qel::config::DecodeValue(data, length, eSerializationFormat_Network);
+  if (value == nullptr || !DoSetRequest(store.Get(), value.get())) return;
+  ParamChanged(value->GetParamID(), configID, data, length);
+}
+
+bool NetworkUDPConnection::SendTo(const void* record, std::size_t length) {
+  return _serverSocket.sendto(const_cast<void*>(record), static_cast<unsigned>(length), _peer) != 0;
+}
+
+void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, unsigned int value) {
+  if (_multicastSocket == nullptr) return;
+  XCONFIGMGR_RESPONSE_T event = Event(XCFG_PARAM_CHANGED_EVENT, configID, param);
+  event.requestID = _sequence++;
+  event.value = value;
+  if (!_multicastSocket->sendto(&event, sizeof event, _multicastAddress)) {
+    ReportErrno("NetworkUDPConnection::ParamChanged");
+  }
+}
+
+void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, char* data,
+                                        unsigned int length) {
+  if (_multicastSocket == nullptr) return;
+  XCONFIGMGR_RESPONSE_T event = Event(XCFG_PARAM_STREAM_CHANGED_EVENT, configID, param);
+  event.streamLength = length;
+  std::vector<char> datagram = Datagram(event, data, length);
+  if (!_multicastSocket->sendto(datagram.data(), static_cast<unsigned>(datagram.size()),
+                                _multicastAddress)) {
+    ReportErrno("NetworkUDPConnection::ParamChanged");
+  }
+}
+
+std::string NetworkUDPConnection::GetPeerName() {
+  char address[INET_ADDRSTRLEN] = "";
+  ::inet_ntop(AF_INET, &_peer.sin_addr, address, sizeof address);
+  return ConnectionUtilities::DescribePeer(
+      _connectionID, std::string(address) + ":" + std::to_string(ntohs(_peer.sin_port)));
+}
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,79 @@
+// Serves every peer of a datagram server: answers each request to its sender, and multicasts the
+// changes that were made through it. Changes that reach a store by other ways are not multicast, so
+// it listens to no store.
+//
+// Peers share one connection to a store for each configuration number, which is given back with the
+// Disconnect of the last of them. A peer is known by the identifier in its records. Made and used
+// by the server's thread alone.
+#pragma once
+
+#include <netinet/in.h>
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "libconfig/base/Export.h"
+#include "libconfig/network/NetworkConnection.h"
+#include "libconfig/network/NetworkRecords.h"
+
+class Config;
+class Socket;
+
+namespace qel::vorlane::config::access {
+
+class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
+ public:
+  // Answers on `serverSocket`, which stays the caller's. Without a multicast socket, for which
+  // there is a message, changes are not announced.
+  explicit NetworkUDPConnection(Socket* serverSocket);
+  ~NetworkUDPConnection() override;
+
+  // One datagram and its sender. What is no whole request is dropped with a message.
+  void ProcessMessages(char* data, int length, sockaddr_in& from);
+
+  // Announce a change.
+  void ParamChanged(eParam_t param, unsigned int configID, unsigned int value);
+  void ParamChanged(eParam_t param, unsigned int configID, char* data, unsigned int length);
+
+  // Never called, as this listens to no store.
+  using NetworkConnection::ParamChanged;
+  void ParamChanged(eParam_t, unsigned int, timeval) override {}
+  void ParamChanged(eParam_t, std::string, timeval) override {}
+
+  std::string GetPeerName() override;
+
+ private:
+  union Request;
+  class StoreUse;
+
+  // A store, and the peers that have connected to it. Without peers the connection to the store is
+  // given back; the entry then only says that the store may be used as long as others keep it.
+  struct Instance {
+    Config* store = nullptr;
+    std::set<uint32_t> users;
+  };
+
+  void ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
+  void ProcessDisconnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
+  void ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request);
+  void ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request);
+  void ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request);
+  void ProcessSetStreamRequest(unsigned int configID, char* data, unsigned int length);
+  bool AddUser(uint32_t configID, uint32_t connectionID);
+  void ForgetUnusedInstances();
+  bool SendTo(const void* record, std::size_t length);
+
+  std::unique_ptr<Socket> _multicastSocket;
+  sockaddr_in _multicastAddress = {};
+  std::map<uint32_t, Instance> _instances;  // by configuration number
+  Socket& _serverSocket;
+  uint32_t _sequence = 0;  // of the next number event
+
+  // Of the request that is being worked on.
+  sockaddr_in _peer = {};
+  uint32_t _connectionID = 0;
+};
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,246 @@
+// What a datagram server says to peers that speak the protocol, and to those that do not.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <numeric>
+#include <string>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/manager/ConfigManager.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/TestServer.h"
+#include "tests/testing/Wire.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing_support::BigWord;
+using testing_support::Bytes;
+using testing_support::Datagrams;
+using testing_support::Eventually;
+using testing_support::StringValueBytes;
+using testing_support::TestServer;
+using testing_support::WirePeer;
+using testing_support::Words;
+using testing_support::operator+;
+
+namespace {
+
+constexpr uint32_t kPeer = 0x00077777;
+constexpr int kNoAnswerMs = 100;
+
+uint32_t g_request = 100;
+
+Bytes Connection(uint32_t type, uint32_t config, uint32_t peer = kPeer) {
+  return Words(std::array<uint32_t, 6>{type, peer, ++g_request, config, 3, 7});
+}
+
+Bytes Request(uint32_t type, uint32_t config, uint32_t param, uint32_t value = 0,
+              uint32_t length = 0) {
+  return Words(
+      std::array<uint32_t, 10>{type, kPeer, ++g_request, config, 3, 7, param, value, length, 3072});
+}
+
+// Configuration numbers of this process, as all processes of a device hear each other's multicasts.
+uint32_t Own(uint32_t number) { return static_cast<uint32_t>(::getpid()) % 100000 * 100 + number; }
+
+class UdpServer : public testing::Test {
+ protected:
+  uint32_t Get(uint32_t config, uint32_t param) {
+    _peer.Send(Request(80, config, param));
+    const auto answer = _peer.Record(kNoAnswerMs * 50);
+    return answer.size() < 11 ? 0xDEADDEAD : answer[8];
+  }
+
+  void Connect(uint32_t config, uint32_t peer = kPeer) {
+    _peer.Send(Connection(16, config, peer));
+    ASSERT_EQ(11U, _peer.Record().size());
+  }
+
+  void Disconnect(uint32_t config, uint32_t peer = kPeer) {
+    _peer.Send(Connection(17, config, peer));
+    ASSERT_EQ(7U, _peer.Record().size());
+  }
+
+  bool IsAnswered(uint32_t config) {
+    _peer.Send(Request(80, config, eParamID_IPConfig));
+    return !_peer.Receive(kNoAnswerMs).empty();
+  }
+
+  TestServer _server{SOCK_DGRAM};
+  Datagrams _peer{_server.GetPort()};
+};
+
+}  // namespace
+
+TEST_F(UdpServer, AnswersEachRequestWithItsRecord) {
+  const uint32_t config = Own(1);
+  _peer.Send(Connection(16, config));
+  EXPECT_THAT(_peer.Record(),
+              ElementsAre(32U, kPeer, g_request, config, 3U, 4096U, 0U, 0U, 0U, 0U, 0U));
+  _peer.Send(Request(81, config, eParamID_IPConfig, 1));
+  EXPECT_THAT(_peer.Record(), ElementsAre(97U, kPeer, g_request, config, 3U, 4096U,
+                                          uint32_t(eParamID_IPConfig), 0U, 0U, 0U, 0U));
+  _peer.Send(Request(81, config, eParamID_IPConfig, 77));
+  EXPECT_NE(0U, _peer.Record().at(7));
+  _peer.Send(Request(80, config, eParamID_IPConfig));
+  EXPECT_THAT(_peer.Record(), ElementsAre(96U, kPeer, g_request, config, 3U, 4096U,
+                                          uint32_t(eParamID_IPConfig), 0U, 1U, 0U, 0U));
+  const Bytes text = StringValueBytes(eParamID_SysName, "Edit 7");
+  _peer.Send(Request(113, config, eParamID_SysName, 0, static_cast<uint32_t>(text.size())) + text);
+  _peer.Send(Request(112, config, eParamID_SysName));
+  const Bytes answer = _peer.Receive();
+  EXPECT_THAT(Datagrams::ToWords(answer),
+              ElementsAre(112U, kPeer, g_request, config, 3U, 4096U, uint32_t(eParamID_SysName), 0U,
+                          0U, uint32_t(text.size()), 3072U));
+  // The value is the store's, with the store's own configuration number.
+  const Bytes stored = BigWord(1) + BigWord(config) + BigWord(eParamID_SysName) + BigWord(12) +
+                       Bytes{'E', 'd', 'i', 't', ' ', '7', '\0'};
+  EXPECT_EQ(stored, Bytes(answer.begin() + 44, answer.end()));
+  _peer.Send(Request(112, config, 0x01020304));
+  const auto missing = _peer.Record();
+  EXPECT_THAT(missing,
+              ElementsAre(112U, kPeer, g_request, config, 3U, 4096U, 0x01020304U, 60U, 0U, 0U, 0U));
+  _peer.Send(Connection(17, config));
+  EXPECT_THAT(_peer.Record(), ElementsAre(33U, kPeer, g_request, config, 3U, 4096U, 0U));
+  EXPECT_FALSE(IsAnswered(config));
+}
+
+TEST_F(UdpServer, DropsWhatIsNoWholeRequest) {
+  const uint32_t config = Own(2);
+  Connect(config);
+  testing::internal::CaptureStderr();
+  Bytes pattern(64);
+  std::iota(pattern.begin(), pattern.end(), '\x01');
+  for (const uint32_t type :
+       {0U, 16U, 17U, 48U, 49U, 80U, 81U, 96U, 112U, 113U, 114U, 0xFFFFFFFFU}) {
+    for (std::size_t length = 0; length <= 64; ++length) {
+      Bytes datagram = Words(std::array<uint32_t, 1>{type}) + pattern;
+      datagram.resize(length);
+      _peer.Send(datagram);
+    }
+  }
+  // Lengths that lie, and values that are none.
+  const Bytes text = StringValueBytes(eParamID_SysName, "overlong");
+  const auto size = static_cast<uint32_t>(text.size());
+  for (const uint32_t length : {0U, size + 1, 8192U, 0x7FFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFD8U}) {
+    _peer.Send(Request(113, config, eParamID_SysName, 0, length) + text);
+  }
+  _peer.Send(Request(113, config, eParamID_SysName, 0, size - 1) + text);  // without its zero
+  _peer.Send(Request(113, config, eParamID_SysName, 0, 4) + BigWord(4711));
+  _peer.Send(Request(113, config, eParamID_SysName, 0, 4) + BigWord(1));
+  // Full requests of other configurations among the patterns were not answered either.
+  EXPECT_EQ(0U, Get(config, eParamID_IPConfig));
+  const std::string report = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - "
+                                         "insufficient message length\n"));
+  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - Unknown "
+                                         "message type \"N/A\" (0xFFFFFFFF )\n"));
+  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessSetStreamMessage - invalid "
+                                         "streamLength\n"));
+  Config* const store =
+      ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(config));
+  std::string name;
+  EXPECT_EQ(1, store->Get(eParamID_SysName, name));
+  EXPECT_EQ("Vantor Rack", name);
+  ConfigFactoryImpl::GetInstance()->Disconnect(store);
+}
+
+TEST_F(UdpServer, HoldsAStoreUntilTheLastOfItsPeersLeaves) {
+  const uint32_t config = Own(3);
+  Connect(config);
+  Connect(config);  // the same peer is no second use
+  Connect(config, kPeer + 1);
+  _peer.Send(Request(81, config, eParamID_MediaUpdated, 5));
+  _peer.Record();
+  Disconnect(config);
+  Disconnect(config);
+  EXPECT_EQ(5U, Get(config, eParamID_MediaUpdated));
+  Disconnect(config, kPeer + 1);
+  EXPECT_FALSE(IsAnswered(config));
+  // A store of its own again.
+  Connect(config);
+  EXPECT_EQ(0U, Get(config, eParamID_MediaUpdated));
+  Disconnect(config);
+}
+
+TEST_F(UdpServer, SurvivesAStoreThatOthersLetGo) {
+  const uint32_t config = Own(4);
+  TestServer streams;
+  Connect(config);
+  {
+    WirePeer other(streams.GetPort(), config);
+    Disconnect(config);
+    // Somebody keeps the store, so that it can still be asked.
+    EXPECT_EQ(0U, Get(config, eParamID_IPConfig));
+    Disconnect(config);
+    EXPECT_TRUE(IsAnswered(config));
+  }
+  EXPECT_TRUE(Eventually([&] { return !IsAnswered(config); }));
+  EXPECT_FALSE(IsAnswered(config));
+}
+
+TEST_F(UdpServer, HasRoomForACertainNumberOfConfigurationsAndPeers) {
+  testing::internal::CaptureStderr();
+  for (uint32_t i = 0; i < 64; ++i) Connect(Own(10) * 100 + i);
+  _peer.Send(Connection(16, Own(5)));
+  EXPECT_THAT(_peer.Receive(kNoAnswerMs), IsEmpty());
+  Disconnect(Own(10) * 100);
+  for (uint32_t i = 0; i < 1024; ++i) Connect(Own(5), 1000 + i);
+  _peer.Send(Connection(16, Own(5)));
+  EXPECT_THAT(_peer.Receive(kNoAnswerMs), IsEmpty());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::HasSubstr("NetworkUDPConnection::ProcessConnectRequest - unable to connect "
+                                 "to the config\n"));
+}
+
+TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
+  const uint32_t config = Own(6);
+  Datagrams group("239.81.69.76", 63110);
+  const auto next = [&] {
+    for (;;) {
+      Bytes event = group.Receive();
+      const auto words = Datagrams::ToWords(event);
+      if (words.empty() || (words.size() == 11 && words[3] == config)) return event;
+    }
+  };
+  Connect(config);
+  TestServer streams;
+  WirePeer other(streams.GetPort(), config);
+  other.Send(testing_support::ParamRequest(81, eParamID_MediaUpdated, 1));  // not announced
+  other.Get(eParamID_MediaUpdated);
+  uint32_t number = 0;
+  for (const uint32_t value : {2U, 3U, 3U}) {
+    _peer.Send(Request(81, config, eParamID_MediaUpdated, value));
+    const auto event = Datagrams::ToWords(next());
+    if (value == 2U) number = event.at(2);
+    EXPECT_THAT(event, ElementsAre(144U, 0U, number++, config, 0U, 4096U,
+                                   uint32_t(eParamID_MediaUpdated), 0U, value, 0U, 3072U));
+  }
+  // A text as the setter sent it, whatever stands behind it.
+  const Bytes text = StringValueBytes(eParamID_SysName, "Edit 7");
+  const auto size = static_cast<uint32_t>(text.size());
+  _peer.Send(Request(113, config, eParamID_MediaUpdated, 0, size) + text +
+             Bytes{'m', 'o', 'r', 'e'});
+  const Bytes event = next();
+  EXPECT_THAT(Datagrams::ToWords(event),
+              ElementsAre(145U, 0U, 0U, config, 0U, 4096U, uint32_t(eParamID_SysName), 0U, 0U, size,
+                          3072U));
+  EXPECT_EQ(text, Bytes(event.begin() + 44, event.end()));
+}
+
+TEST_F(UdpServer, IsStartedAndStoppedOverAndOver) {
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 300; ++i) {
+    TestServer server(SOCK_DGRAM);
+    if (i % 3 == 0) {
+      Datagrams peer(server.GetPort());
+      peer.Send(Connection(16, Own(7)));
+      if (i % 2 == 0) {
+        EXPECT_EQ(11U, peer.Record().size());
+      }
+    }
+  }
+  testing::internal::GetCapturedStderr();
+}
