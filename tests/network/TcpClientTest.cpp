@@ -10,6 +10,7 @@
 #include "libconfig/network/NetworkFactory.h"
 #include "libconfig/network/NetworkTCPClient.h"
 #include "libconfig/network/Socket.h"
+#include "tests/testing/ActingListener.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/RecordingListener.h"
 #include "tests/testing/TestServer.h"
@@ -21,6 +22,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
+using testing_support::ActingListener;
 using testing_support::Bytes;
 using testing_support::Eventually;
 using testing_support::RecordingListener;
@@ -81,30 +83,6 @@ class PlayedServer {
  private:
   WireListener _listener;
   std::thread _thread;
-};
-
-// Does something from inside the first call that a listener gets.
-class ActingListener : public RecordingListener {
- public:
-  explicit ActingListener(std::function<void()> action) : _action(std::move(action)) {}
-
-  using RecordingListener::ParamChanged;
-  void ParamChanged(eParam_t param, unsigned int value, timeval when) override {
-    RecordingListener::ParamChanged(param, value, when);
-    if (!_acted.exchange(true)) {
-      _action();
-      _done = true;
-    }
-  }
-
-  bool WaitUntilDone() {
-    return Eventually([this] { return _done.load(); });
-  }
-
- private:
-  const std::function<void()> _action;
-  std::atomic<bool> _acted{false};
-  std::atomic<bool> _done{false};
 };
 
 }  // namespace

@@ -1,0 +1,164 @@
+// Events as a queue that a thread waits on.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <time.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/network/NetworkEventListener.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/TestServer.h"
+
+using qel::vorlane::config::access::NetworkEventListener;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+using testing_support::Eventually;
+using testing_support::TestServer;
+
+namespace {
+
+class Store {
+ public:
+  explicit Store(int number)
+      : config(ConfigFactoryImpl::GetInstance()->Connect("local:configid=" +
+                                                         std::to_string(number))) {}
+  ~Store() { ConfigFactoryImpl::GetInstance()->Disconnect(config); }
+  Config* const config;
+};
+
+Config* Connect(int number) {
+  return ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(number));
+}
+
+// The values of MediaUpdated that are queued.
+std::vector<unsigned> Drain(NetworkEventListener& listener) {
+  std::vector<unsigned> values;
+  listener.SetTimeoutInMS(0);
+  CaptureStderr();
+  ConfigEvent event;
+  while (listener.WaitForConfigEvent(event)) values.push_back(event.value);
+  EXPECT_EQ("NetworkEventListener::WaitForConfigEvent - Timed out\n", GetCapturedStderr());
+  return values;
+}
+
+}  // namespace
+
+TEST(NetworkEventListener, QueuesTheNewestEvents) {
+  const Store store(71);
+  NetworkEventListener listener;
+  ASSERT_TRUE(listener.Open(Connect(71)));
+  const auto change = [&](unsigned first, unsigned last) {
+    for (unsigned i = first; i <= last; ++i) store.config->Set(eParamID_MediaUpdated, i);
+  };
+  change(1, 150);
+  const auto newest = Drain(listener);
+  ASSERT_EQ(100U, newest.size());
+  EXPECT_EQ(51U, newest.front());
+  EXPECT_EQ(150U, newest.back());
+  listener.SetMaximumQueueSize(2);
+  change(1, 3);
+  EXPECT_THAT(Drain(listener), testing::ElementsAre(2U, 3U));
+  listener.SetMaximumQueueSize(0);
+  change(4, 5);
+  EXPECT_THAT(Drain(listener), testing::IsEmpty());
+}
+
+TEST(NetworkEventListener, HandsOutEventsAsTheyWere) {
+  NetworkEventListener listener;
+  ConfigEvent event;
+  EXPECT_FALSE(listener.WaitForConfigEvent(event));  // at once, as it is closed
+  EXPECT_FALSE(listener.Open(nullptr));
+  EXPECT_FALSE(listener.Open(std::string("nowhere:")));
+  ASSERT_TRUE(listener.Open(Connect(72)));
+  EXPECT_FALSE(listener.Open(std::string("local:configid=72")));
+  const Store store(72);
+  EXPECT_FALSE(listener.Open(store.config));
+  store.config->Set(eParamID_MediaUpdated, 7U);
+  store.config->Set(eParamID_ReelName, std::string("Reel 7"));
+  ASSERT_TRUE(listener.WaitForConfigEvent(event));
+  EXPECT_EQ(eParamID_MediaUpdated, event.param);
+  EXPECT_EQ(eParamType_Enum, event.type);
+  EXPECT_EQ(7U, event.value);
+  ASSERT_TRUE(listener.WaitForConfigEvent(event));
+  EXPECT_EQ(eParamID_ReelName, event.param);
+  EXPECT_EQ(eParamType_String, event.type);
+  EXPECT_EQ("Reel 7", event.stringValue);
+}
+
+TEST(NetworkEventListener, WaitsUntilTheWholeSecondPlusItsTime) {
+  NetworkEventListener listener;
+  ASSERT_TRUE(listener.Open(Connect(73)));
+  listener.SetTimeoutInMS(1500);
+  timespec start;
+  ::clock_gettime(CLOCK_REALTIME, &start);
+  ConfigEvent event;
+  CaptureStderr();
+  EXPECT_FALSE(listener.WaitForConfigEvent(event));
+  EXPECT_EQ("NetworkEventListener::WaitForConfigEvent - Timed out\n", GetCapturedStderr());
+  timespec end;
+  ::clock_gettime(CLOCK_REALTIME, &end);
+  // Not sooner than half a second into the next second after the one it started in.
+  const auto ms = [](const timespec& t) { return t.tv_sec * 1000LL + t.tv_nsec / 1000000; };
+  EXPECT_GE(ms(end), start.tv_sec * 1000LL + 1500);
+}
+
+TEST(NetworkEventListener, LetsItsWaitersGo) {
+  NetworkEventListener listener;
+  for (const bool close : {false, true}) {
+    ASSERT_TRUE(close || listener.Open(Connect(74)));
+    std::atomic<int> returned{0};
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 4; ++i) {
+      waiters.emplace_back([&] {
+        ConfigEvent event;
+        EXPECT_FALSE(listener.WaitForConfigEvent(event));
+        ++returned;
+      });
+    }
+    if (close) {
+      listener.Close();
+    } else {
+      EXPECT_TRUE(Eventually([&] {
+        listener.Signal();
+        return returned == 4;
+      }));
+    }
+    for (auto& waiter : waiters) waiter.join();
+  }
+  listener.Close();
+}
+
+TEST(NetworkEventListener, IsClosedUnderTraffic) {
+  TestServer server;
+  const Store store(75);
+  std::atomic<bool> stop{false};
+  std::thread traffic([&] {
+    for (unsigned i = 0; !stop; ++i) store.config->Set(eParamID_MediaUpdated, i);
+  });
+  CaptureStderr();
+  for (int i = 0; i < 60; ++i) {
+    NetworkEventListener listener;
+    const std::string uri = i % 3 == 0   ? "local:"
+                            : i % 3 == 1 ? server.GetURI()
+                                         : server.GetURI() + "/caching=true";
+    ASSERT_TRUE(listener.Open(uri + "/configid=75")) << uri;
+    std::thread waiter([&] {
+      ConfigEvent event;
+      while (listener.WaitForConfigEvent(event)) {
+      }
+    });
+    // One waiter may find that the other has taken what woke it.
+    ConfigEvent event;
+    EXPECT_TRUE(Eventually([&] { return listener.WaitForConfigEvent(event); }));
+    listener.Close();
+    waiter.join();
+  }
+  stop = true;
+  traffic.join();
+  GetCapturedStderr();
+}
