@@ -1,0 +1,170 @@
+// The registry of classes. It is one for the process, so that each test works on a process of its
+// own, in which nobody has used it yet.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "libconfig/base/Limits.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/StringValue.h"
+#include "tests/serialization/Record.h"
+#include "tests/testing/Threads.h"
+
+namespace {
+
+using testing_support::OnThreads;
+
+class ClassFactoryTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ::testing::GTEST_FLAG(death_test_style) = "threadsafe"; }
+};
+
+// Runs `body` in a fresh process, which must write exactly `messages` to standard error.
+#define EXPECT_IN_FRESH_PROCESS(body, messages)         \
+  EXPECT_EXIT(                                          \
+      {                                                 \
+        body();                                         \
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0); \
+      },                                                \
+      ::testing::ExitedWithCode(0), ::testing::Eq(std::string(messages)))
+
+constexpr auto kNoClass = static_cast<eClassID_t>(3);
+constexpr auto kOwnClass = static_cast<eClassID_t>(300);
+
+int g_deleted = 0;
+
+class CountingFactory : public ClassFactory {
+ public:
+  explicit CountingFactory(eClassID_t classID, Serializable* product = nullptr)
+      : ClassFactory(classID), _product(product) {
+    Register(this);
+  }
+  ~CountingFactory() override { ++g_deleted; }
+  Serializable* Create() override { return _product; }
+
+ private:
+  Serializable* const _product;
+};
+
+TEST_F(ClassFactoryTest, RegistersTheLibrarysClassesOnFirstUse) {
+  EXPECT_IN_FRESH_PROCESS(
+      [] {
+        EXPECT_EQ(0U, ClassFactory::GetRegistrySize());
+        Serializable* const number = ClassFactory::Create(eClassID_IntegerValue);
+        EXPECT_NE(nullptr, dynamic_cast<IntegerValue*>(number));
+        EXPECT_EQ(eClassID_IntegerValue, number->GetClassID());
+        EXPECT_EQ(number, ClassFactory::Create(eClassID_IntegerValue)) << "one prototype for all";
+        EXPECT_TRUE(ClassFactory::IsShared(eClassID_IntegerValue));
+        Serializable* const text = ClassFactory::Create(eClassID_StringValue);
+        EXPECT_NE(nullptr, dynamic_cast<StringValue*>(text));
+        EXPECT_EQ(eClassID_StringValue, text->GetClassID());
+        EXPECT_TRUE(ClassFactory::IsShared(eClassID_StringValue));
+        const std::size_t size = ClassFactory::GetRegistrySize();
+        ClassFactory::InitFactories();
+        EXPECT_EQ(size, ClassFactory::GetRegistrySize());
+      },
+      "");
+}
+
+TEST_F(ClassFactoryTest, RegistersNothingOfItsOwnBesideWhatIsThereAlready) {
+  EXPECT_IN_FRESH_PROCESS(
+      [] {
+        new CountingFactory(kOwnClass);
+        EXPECT_EQ(nullptr, ClassFactory::Create(eClassID_IntegerValue));
+      },
+      "Unable to find class factory for classID = 0\n");
+}
+
+TEST_F(ClassFactoryTest, RemembersUnknownClassesWithoutMakingThem) {
+  EXPECT_IN_FRESH_PROCESS(
+      [] {
+        ClassFactory::InitFactories();
+        const std::size_t size = ClassFactory::GetRegistrySize();
+        EXPECT_EQ(nullptr, ClassFactory::Create(kNoClass));
+        EXPECT_EQ(nullptr, ClassFactory::Create(kNoClass));
+        EXPECT_EQ(size + 1, ClassFactory::GetRegistrySize());
+        EXPECT_FALSE(ClassFactory::IsShared(kNoClass));
+        Serializable object;
+        new CountingFactory(kNoClass, &object);
+        EXPECT_EQ(&object, ClassFactory::Create(kNoClass));
+        EXPECT_EQ(kNoClass, object.GetClassID());
+        EXPECT_EQ(size + 1, ClassFactory::GetRegistrySize());
+      },
+      "Unable to find class factory for classID = 3\n"
+      "Unable to find class factory for classID = 3\n");
+}
+
+TEST_F(ClassFactoryTest, RemembersOnlySoManyUnknownClasses) {
+  ClassFactory::InitFactories();
+  const std::size_t size = ClassFactory::GetRegistrySize();
+  ::testing::internal::CaptureStderr();
+  for (int id = -2000; id < 0; ++id) {
+    EXPECT_EQ(nullptr, ClassFactory::Create(static_cast<eClassID_t>(id)));
+  }
+  const std::string messages = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(2000, std::count(messages.begin(), messages.end(), '\n')) << "each is reported";
+  EXPECT_LE(ClassFactory::GetRegistrySize(), size + qel::config::limits::kUnknownClasses);
+  new CountingFactory(kOwnClass);
+  EXPECT_NE(nullptr, ClassFactory::Create(eClassID_StringValue));
+  EXPECT_EQ(nullptr, ClassFactory::Create(kOwnClass)) << "a factory may have nothing to give";
+}
+
+TEST_F(ClassFactoryTest, LetsALaterFactoryTakeThePlaceOfAnEarlierOne) {
+  EXPECT_IN_FRESH_PROCESS(
+      [] {
+        ClassFactory::InitFactories();
+        const std::size_t size = ClassFactory::GetRegistrySize();
+        Serializable first;
+        Serializable second;
+        new CountingFactory(eClassID_StringValue, &first);
+        new CountingFactory(eClassID_StringValue, &second);
+        EXPECT_EQ(&second, ClassFactory::Create(eClassID_StringValue));
+        EXPECT_EQ(eClassID_StringValue, second.GetClassID());
+        EXPECT_FALSE(ClassFactory::IsShared(eClassID_StringValue));
+        EXPECT_EQ(size, ClassFactory::GetRegistrySize());
+        EXPECT_EQ(0, g_deleted) << "the earlier one is forgotten, not deleted";
+      },
+      "");
+}
+
+TEST_F(ClassFactoryTest, MakesNothingAnyMoreOnceItsFactoriesAreDestroyed) {
+  EXPECT_IN_FRESH_PROCESS(
+      [] {
+        ClassFactory::InitFactories();
+        new CountingFactory(kOwnClass);
+        const std::size_t size = ClassFactory::GetRegistrySize();
+        ClassFactory::DestroyFactories();
+        ClassFactory::DestroyFactories();
+        EXPECT_EQ(1, g_deleted);
+        EXPECT_EQ(size, ClassFactory::GetRegistrySize());
+        ClassFactory::InitFactories();
+        EXPECT_EQ(nullptr, ClassFactory::Create(eClassID_IntegerValue));
+        EXPECT_EQ(nullptr, ClassFactory::Create(kOwnClass));
+        EXPECT_FALSE(ClassFactory::IsShared(eClassID_IntegerValue));
+        EXPECT_EQ(size, ClassFactory::GetRegistrySize());
+        Serializable object;
+        new CountingFactory(kOwnClass, &object);
+        EXPECT_EQ(&object, ClassFactory::Create(kOwnClass));
+      },
+      "Unable to find class factory for classID = 0\n"
+      "Unable to find class factory for classID = 300\n");
+}
+
+TEST_F(ClassFactoryTest, ServesManyThreadsAtOnce) {
+  ClassFactory::InitFactories();
+  ::testing::internal::CaptureStderr();
+  OnThreads(4, [](int thread) {
+    auto* const own = new CountingFactory(static_cast<eClassID_t>(5000 + thread));
+    for (int i = 0; i < 200; ++i) {
+      ClassFactory::Create(i % 2 == 0 ? eClassID_IntegerValue : eClassID_StringValue);
+      ClassFactory::Create(static_cast<eClassID_t>(1000 + i));
+      ClassFactory::Register(own);
+    }
+  });
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(nullptr, ClassFactory::Create(eClassID_IntegerValue));
+}
+
+}  // namespace

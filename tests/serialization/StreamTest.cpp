@@ -1,0 +1,438 @@
+// The streams that values travel in: the bytes of every type, and what a reader makes of streams
+// that are cut, damaged or hostile.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <random>
+#include <type_traits>
+#include <utility>
+
+#include "libconfig/base/Limits.h"
+#include "libconfig/descriptors/ParamIDs.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/StringValue.h"
+#include "tests/serialization/Record.h"
+
+namespace {
+
+using namespace testing_support;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+using Bytes = std::vector<char>;
+
+std::string Hex(const Bytes& bytes) {
+  std::string text;
+  for (const char byte : bytes) {
+    char digits[4];
+    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned char>(byte));
+    text += digits;
+  }
+  return text;
+}
+
+std::string Packed(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+  return text;
+}
+
+Bytes FromHex(const std::string& spaced) {
+  const std::string text = Packed(spaced);
+  Bytes bytes;
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+    bytes.push_back(static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+template <typename T>
+std::string HexOf(T value) {
+  return Hex(Written([&](Serializer& serializer) { serializer.Write("Key", value); }));
+}
+
+// Deletes what a reader hands over, prototypes aside.
+struct UnlessShared {
+  void operator()(Serializable* object) const {
+    if (!ClassFactory::IsShared(object->GetClassID())) delete object;
+  }
+};
+
+// A reader over a heap copy of exactly these bytes, so that a read beyond them is caught.
+struct Reader {
+  explicit Reader(const Bytes& bytes) : Reader(bytes, bytes.size()) {}
+  Reader(const Bytes& bytes, std::size_t length)
+      : copy(new char[length]),
+        stream(eSerializationFormat_Network, copy.get(), copy.get() + length, false) {
+    std::copy_n(bytes.begin(), length, copy.get());
+  }
+
+  long Position() { return stream.GetPos() - copy.get(); }
+  std::unique_ptr<Serializable, UnlessShared> ReadObject() {
+    Serializable* object = nullptr;
+    stream.Read("Object", object);
+    return std::unique_ptr<Serializable, UnlessShared>(object);
+  }
+
+  std::unique_ptr<char[]> copy;
+  MemoryDeSerializer stream;
+};
+
+class StreamTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { RegisterTestClasses(); }
+  void TearDown() override { EXPECT_EQ(_aliveBefore, g_alive); }
+
+ private:
+  const int _aliveBefore = g_alive;
+};
+
+// A record that holds a record that holds a text.
+std::unique_ptr<Record> MakeRecord() {
+  auto middle = std::make_unique<Record>();
+  middle->text = "inside";
+  middle->inner = ClassFactory::Create(eClassID_StringValue);
+  static_cast<StringValue*>(middle->inner)->Set("leaf");
+  auto outer = std::make_unique<Record>();
+  outer->flag = true;
+  outer->number = -2;
+  outer->word = 0x01020304;
+  outer->text = "abc";
+  outer->block = {'x', 0, 'y'};
+  outer->inner = middle.release();
+  return outer;
+}
+
+TEST_F(StreamTest, WritesEveryTypeInItsBytes) {
+  EXPECT_EQ("ab", HexOf(static_cast<unsigned char>(0xab)));
+  EXPECT_EQ("fffffffe", HexOf(-2L));
+  EXPECT_EQ("12345678", HexOf(0x12345678L));
+  EXPECT_EQ("0000beef", HexOf(true));
+  EXPECT_EQ("0000dead", HexOf(false));
+  EXPECT_EQ("89abcdef", HexOf(0x89abcdefU));
+  EXPECT_EQ("80000001", HexOf(-0x7fffffff));
+  EXPECT_EQ("61c3a400", HexOf(std::string("a\xc3\xa4")));
+  EXPECT_EQ("00", HexOf(std::string()));
+  EXPECT_EQ("", HexOf(static_cast<Serializable*>(nullptr)));
+
+  char block[] = {1, 0, 2};
+  EXPECT_EQ("00000003010002", Hex(Written([&](Serializer& s) { s.Write("Block", block, 3); })));
+  EXPECT_EQ("00000000", Hex(Written([&](Serializer& s) { s.Write("Block", nullptr, 0); })));
+  ClassFactoryHeader header{eClassID_PackageHeader};
+  EXPECT_EQ("0000000e", Hex(Written([&](Serializer& s) { s.Write(header); })));
+}
+
+TEST_F(StreamTest, WritesObjectsBehindTheirClass) {
+  IntegerValue number(static_cast<eConfigID_t>(2), eParamID_IPConfig, eParamType_Enum, 0xfffffff0);
+  EXPECT_EQ(Packed("00000000 00000002 32010000 00000003 fffffff0"), Hex(WrittenObject(number)));
+  StringValue text(static_cast<eConfigID_t>(-1), eParamID_SysName, eParamType_String, "abc");
+  EXPECT_EQ(Packed("00000001 ffffffff 32050000 0000000c 61626300"), Hex(WrittenObject(text)));
+  EXPECT_EQ(Packed("000000c8 0000beef fffffffe 01020304 61626300 00000003780079 0000beef "
+                   "000000c8 0000dead 00000000 00000000 696e7369646500 00000000 0000beef "
+                   "00000001 00000000 00000000 00000000 6c65616600"),
+            Hex(WrittenObject(*MakeRecord())));
+}
+
+TEST_F(StreamTest, MeasuresAnObjectForTheWriterToCome) {
+  MemorySerializer serializer(eSerializationFormat_Queue, nullptr, nullptr, false);
+  IntegerValue number;
+  EXPECT_EQ(20U, MemorySerializerSizer::GetSize(&number, &serializer));
+  EXPECT_EQ(0U, MemorySerializerSizer::GetSize(nullptr, &serializer));
+}
+
+template <typename Value, typename = void>
+struct IsWritable : std::false_type {};
+template <typename Value>
+struct IsWritable<Value, std::void_t<decltype(std::declval<Serializer&>().Write(
+                             std::string(), std::declval<Value>()))>> : std::true_type {};
+static_assert(IsWritable<std::string>::value && !IsWritable<const char*>::value,
+              "a text literal must not turn into a bool");
+
+TEST_F(StreamTest, ReadsNumbersAndTexts) {
+  Reader in(FromHex("80000000 fffffffe 0000beef 0000dead 00000001 616200 00"));
+  unsigned int word = 0;
+  int number = 0;
+  bool flag = false;
+  std::string text = "before";
+  in.stream.Read("Word", word);
+  EXPECT_EQ(0x80000000U, word);
+  in.stream.Read("Number", number);
+  EXPECT_EQ(-2, number);
+  in.stream.Read("Flag", flag);
+  EXPECT_TRUE(flag);
+  in.stream.Read("Flag", flag);
+  EXPECT_FALSE(flag);
+  flag = true;
+  in.stream.Read("Flag", flag);
+  EXPECT_FALSE(flag) << "only one word is true";
+  in.stream.Read("Text", text);
+  EXPECT_EQ("ab", text);
+  in.stream.Read("Text", text);
+  EXPECT_EQ("", text);
+  EXPECT_TRUE(in.stream.IsEndOfSector());
+  EXPECT_FALSE(in.stream.IsOverrun());
+  EXPECT_EQ(0, in.stream.Available());
+}
+
+TEST_F(StreamTest, LeavesThePositionBeforeCharsAndLongs) {
+  Reader in(FromHex("fffffff0aa"));
+  for (int i = 0; i < 2; ++i) {
+    unsigned char byte = 0;
+    long number = 0;
+    in.stream.Read("Byte", byte);
+    in.stream.Read("Long", number);
+    EXPECT_EQ(0xff, byte);
+    EXPECT_EQ(-16L, number);
+    EXPECT_EQ(0, in.Position());
+  }
+  in.stream.SetPos(in.stream.GetSectorStart() + 4);
+  unsigned char byte = 0;
+  in.stream.Read("Byte", byte);
+  EXPECT_EQ(0xaa, byte);
+}
+
+TEST_F(StreamTest, ReadsBlocksIntoBuffersAndArrays) {
+  const Bytes bytes = FromHex("00000004 61626364");
+  char buffer[4] = {};
+  unsigned int length = 77;
+
+  Reader small(bytes);
+  small.stream.Read("Block", buffer, 3, length);
+  EXPECT_EQ(0U, length);
+  EXPECT_EQ(4, small.Position()) << "the bytes of a refused block come next";
+  EXPECT_FALSE(small.stream.IsOverrun());
+
+  Reader fitting(bytes);
+  fitting.stream.Read("Block", buffer, 4, length);
+  EXPECT_EQ(4U, length);
+  EXPECT_EQ("abcd", std::string(buffer, 4));
+
+  Reader allocating(bytes);
+  char* data = nullptr;
+  length = 0;
+  allocating.stream.Read("Block", data, length);
+  ASSERT_EQ(4U, length);
+  EXPECT_EQ("abcd", std::string(data, 4));
+  delete[] data;
+
+  char* const untouched = buffer;
+  data = untouched;
+  length = 77;
+  Reader empty(FromHex("0000000000000000"));
+  empty.stream.Read("Block", buffer, 4, length);
+  EXPECT_EQ(77U, length) << "an empty block leaves a bounded read's length alone";
+  empty.stream.Read("Block", data, length);
+  EXPECT_EQ(0U, length);
+  EXPECT_EQ(untouched, data);
+}
+
+// Reads a field whose whole bytes are given, and tells whether the target is as it was.
+struct Field {
+  const char* bytes;
+  std::function<bool(MemoryDeSerializer&)> leavesTarget;
+};
+
+template <typename T>
+std::function<bool(MemoryDeSerializer&)> Reading(T before) {
+  return [before](MemoryDeSerializer& stream) {
+    T target = before;
+    stream.Read("Key", target);
+    return target == before;
+  };
+}
+
+std::vector<Field> Fields() {
+  return {
+      {"00", Reading<unsigned char>(7)},
+      {"00000000", Reading(7L)},
+      {"00000000", Reading(true)},
+      {"00000000", Reading(7U)},
+      {"00000000", Reading(7)},
+      {"61626300", Reading<std::string>("before")},
+      {"00000003616263",
+       [](MemoryDeSerializer& stream) {
+         char* data = nullptr;
+         unsigned int length = 7;
+         stream.Read("Key", data, length);
+         const bool left = data == nullptr && length == 7;
+         delete[] data;
+         return left;
+       }},
+      {"00000003616263",
+       [](MemoryDeSerializer& stream) {
+         char buffer[3] = {'-', '-', '-'};
+         unsigned int length = 7;
+         stream.Read("Key", buffer, sizeof buffer, length);
+         return std::string(buffer, 3) == "---" && length == 7;
+       }},
+      {"00000001",
+       [](MemoryDeSerializer& stream) {
+         ClassFactoryHeader header;
+         stream.Read(header);
+         return header.classID == eClassID_None;
+       }},
+  };
+}
+
+TEST_F(StreamTest, ReadsNothingFromAFieldThatIsCut) {
+  for (const Field& field : Fields()) {
+    const Bytes bytes = FromHex(field.bytes);
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+      SCOPED_TRACE(std::string(field.bytes) + ", " + std::to_string(length) + " bytes of it");
+      Reader in(bytes, length);
+      const bool cut = length < bytes.size();
+      EXPECT_EQ(cut, field.leavesTarget(in.stream));
+      EXPECT_EQ(cut, in.stream.IsOverrun());
+      if (!cut) continue;
+      EXPECT_TRUE(in.stream.IsEndOfSector());
+      EXPECT_EQ(0, in.stream.Available());
+      for (const Field& other : Fields()) EXPECT_TRUE(other.leavesTarget(in.stream));
+      EXPECT_EQ(nullptr, in.ReadObject());
+      in.stream.SetPos(in.stream.GetSectorStart());
+      EXPECT_FALSE(in.stream.IsOverrun()) << "a new position is a new start";
+    }
+  }
+}
+
+TEST_F(StreamTest, AllocatesNothingForLengthsThatCannotBe) {
+  for (const char* const length : {"ffffffff", "7fffffff", "80000000", "00000004"}) {
+    Reader in(FromHex(std::string(length) + "616263"));
+    char* data = nullptr;
+    unsigned int size = 7;
+    in.stream.Read("Block", data, size);
+    EXPECT_EQ(nullptr, data) << length;
+    EXPECT_EQ(7U, size) << length;
+    EXPECT_TRUE(in.stream.IsOverrun()) << length;
+  }
+}
+
+TEST_F(StreamTest, TrustsACallerWhoGivesNoEnd) {
+  Bytes bytes = FromHex("00000005 616200 00000001 7a");
+  MemoryDeSerializer stream(eSerializationFormat_Queue, bytes.data(), nullptr, false);
+  unsigned int word = 0;
+  std::string text;
+  char* data = nullptr;
+  stream.Read("Word", word);
+  stream.Read("Text", text);
+  stream.Read("Block", data, word);
+  EXPECT_EQ("ab", text);
+  ASSERT_EQ(1U, word);
+  EXPECT_EQ('z', *data);
+  EXPECT_FALSE(stream.IsOverrun());
+  delete[] data;
+}
+
+TEST_F(StreamTest, ReadsObjectsBackAsTheyWereWritten) {
+  const Bytes bytes = WrittenObject(*MakeRecord());
+  Reader in(bytes);
+  const auto object = in.ReadObject();
+  ASSERT_NE(nullptr, object);
+  EXPECT_EQ(kRecordClass, object->GetClassID());
+  EXPECT_EQ(Hex(bytes), Hex(WrittenObject(*object)));
+  EXPECT_TRUE(in.stream.IsEndOfSector());
+  EXPECT_TRUE(in.stream.IsEndOfStream());
+  Serializable* none = object.get();
+  EXPECT_EQ(0, in.stream.Read(none));
+}
+
+TEST_F(StreamTest, GivesNoObjectForAnyPrefixOfOne) {
+  IntegerValue number(eConfigID_Default, eParamID_IPConfig, eParamType_Enum, 1);
+  StringValue text(eConfigID_Default, eParamID_SysName, eParamType_String, "some name");
+  CaptureStderr();
+  for (const Bytes& bytes :
+       {WrittenObject(number), WrittenObject(text), WrittenObject(*MakeRecord())}) {
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+      Reader in(bytes, length);
+      EXPECT_EQ(nullptr, in.ReadObject()) << length;
+      EXPECT_TRUE(in.stream.IsOverrun()) << length;
+    }
+  }
+  EXPECT_EQ("", GetCapturedStderr());
+}
+
+TEST_F(StreamTest, GivesNoObjectForAnUnknownClassOrAThrowingOne) {
+  CaptureStderr();
+  Reader unknown(FromHex("00000003 00000001"));
+  EXPECT_EQ(nullptr, unknown.ReadObject());
+  EXPECT_EQ(
+      "Unable to find class factory for classID = 3\n"
+      "pValue == NULL after ClassFactory::Create() for classID = 3\n",
+      GetCapturedStderr());
+  EXPECT_EQ(4, unknown.Position());
+  EXPECT_FALSE(unknown.stream.IsOverrun());
+
+  Reader negative(FromHex("ffffffff"));
+  CaptureStderr();
+  EXPECT_EQ(nullptr, negative.ReadObject());
+  EXPECT_EQ(
+      "Unable to find class factory for classID = -1\n"
+      "pValue == NULL after ClassFactory::Create() for classID = -1\n",
+      GetCapturedStderr());
+
+  Reader thrower(FromHex("000000c9"));
+  EXPECT_EQ(nullptr, thrower.ReadObject());
+  for (int i = 0; i < 2; ++i) {
+    Reader shared(FromHex("000000ca"));
+    EXPECT_EQ(nullptr, shared.ReadObject()) << "and the prototype lives on";
+  }
+}
+
+TEST_F(StreamTest, RefusesObjectsNestedDeeperThanItsLimit) {
+  static_assert(qel::config::limits::kNesting == 16);
+  auto nested = std::make_unique<Record>();
+  for (int depth = 2; depth <= 17; ++depth) {
+    auto outer = std::make_unique<Record>();
+    outer->inner = nested.release();
+    nested = std::move(outer);
+    CaptureStderr();
+    Reader in(WrittenObject(*nested));
+    const auto object = in.ReadObject();
+    EXPECT_EQ(depth <= 16, object != nullptr) << depth;
+    EXPECT_EQ(depth > 16, in.stream.IsOverrun()) << depth;
+    EXPECT_EQ("", GetCapturedStderr());
+  }
+}
+
+// Whatever comes, a reader stays inside its bytes, and what it hands out is whole: written again,
+// it takes no more than what was read.
+TEST_F(StreamTest, StaysInsideItsBytesWhateverTheyAre) {
+  std::mt19937 random(20240229);
+  const auto below = [&random](std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+  };
+  const Bytes whole = WrittenObject(*MakeRecord());
+  int readable = 0;
+  CaptureStderr();
+  for (int round = 0; round < 20000; ++round) {
+    Bytes bytes = whole;
+    for (std::size_t wounds = 1 + below(4); wounds > 0; --wounds) {
+      const std::size_t at = below(bytes.size());
+      const auto where = bytes.begin() + static_cast<long>(at);
+      const char byte = static_cast<char>(random());
+      switch (below(4)) {
+        case 0:
+          bytes[at] = byte;
+          break;
+        case 1:
+          bytes[at] = static_cast<char>(bytes[at] ^ 1 << below(8));
+          break;
+        case 2:
+          bytes.insert(where, byte);
+          break;
+        default:
+          bytes.erase(where);
+      }
+    }
+    Reader in(bytes);
+    const auto object = in.ReadObject();
+    ASSERT_LE(0, in.Position());
+    ASSERT_LE(in.Position(), static_cast<long>(bytes.size()));
+    if (object == nullptr) continue;
+    ++readable;
+    ASSERT_LE(WrittenObject(*object).size(), static_cast<std::size_t>(in.Position()));
+  }
+  GetCapturedStderr();
+  EXPECT_GT(readable, 1000) << "most of the damage must reach behind the first words";
+}
+
+}  // namespace
