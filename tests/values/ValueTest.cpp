@@ -1,0 +1,244 @@
+// The values of parameters: what changes them, what makes them equal, and how they travel.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/descriptors/IntegerDescriptor.h"
+#include "libconfig/serialization/MemoryDeSerializer.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/StringValue.h"
+#include "libconfig/values/ValueStream.h"
+#include "tests/testing/Threads.h"
+
+namespace {
+
+using testing_support::OnThreads;
+
+constexpr auto kConfig = static_cast<eConfigID_t>(7);
+constexpr auto kUnknownParam = static_cast<eParam_t>(0x01020304);
+
+unsigned int NumberOf(IntegerValue& value) {
+  unsigned int number = 0xDEAD;
+  value.Get(number);
+  return number;
+}
+
+std::string TextOf(StringValue& value) {
+  std::string text = "unread";
+  value.Get(text);
+  return text;
+}
+
+TEST(Value, IsOfNoClassAndNoParameterUntilItIsTold) {
+  IntegerValue number;
+  StringValue text;
+  EXPECT_EQ(eClassID_None, number.GetClassID());
+  EXPECT_EQ(eClassID_None, text.GetClassID());
+  EXPECT_EQ(0U, number.GetParamID());
+  EXPECT_EQ("", TextOf(text));
+  EXPECT_FALSE(number.IsDirty());
+  const std::unique_ptr<IntegerValue> created(
+      IntegerValue::Create(eParamID_IPConfig, eParamType_Enum, 2));
+  EXPECT_EQ(eClassID_IntegerValue, created->GetClassID());
+  EXPECT_EQ(eConfigID_Default, created->GetConfigID());
+  EXPECT_FALSE(created->IsDirty());
+}
+
+TEST(Value, BecomesDirtyOnlyByARealChange) {
+  IntegerValue number(kConfig, eParamID_IPConfig, eParamType_Enum, 5);
+  StringValue text(kConfig, eParamID_SysName, eParamType_String, "");
+  number.Set(5);
+  number.SetConfigID(kConfig);
+  number.SetParamID(eParamID_IPConfig);
+  number.SetParamType(eParamType_Enum);
+  text.Set("");
+  EXPECT_FALSE(number.IsDirty());
+  EXPECT_FALSE(text.IsDirty());
+
+  const auto becomesDirty = [](ConfigValue& value, auto change) {
+    value.SetDirty(false);
+    change();
+    return value.IsDirty();
+  };
+  EXPECT_TRUE(becomesDirty(number, [&] { number.Set(6); }));
+  EXPECT_TRUE(becomesDirty(number, [&] { number.SetConfigID(eConfigID_Default); }));
+  EXPECT_TRUE(becomesDirty(number, [&] { number.SetParamID(eParamID_GenLock); }));
+  EXPECT_TRUE(becomesDirty(number, [&] { number.SetParamType(eParamType_Integer); }));
+  EXPECT_TRUE(becomesDirty(text, [&] { text.Set(std::string("a\0b", 3)); }));
+  EXPECT_TRUE(becomesDirty(text, [&] { text.Set(std::string("a\0c", 3)); }));
+  EXPECT_EQ(6U, NumberOf(number));
+}
+
+TEST(Value, EqualsAnotherInEveryFieldAndTheDirtyFlag) {
+  const auto make = [] {
+    return std::make_unique<IntegerValue>(kConfig, eParamID_IPConfig, eParamType_Enum, 5);
+  };
+  const auto differs = [&](auto change) {
+    const auto one = make();
+    const auto other = make();
+    EXPECT_TRUE(one->IsEqual(other.get()));
+    change(*other);
+    return !one->IsEqual(other.get()) && !other->IsEqual(one.get());
+  };
+  EXPECT_TRUE(differs([](IntegerValue& v) { v.SetClassID(eClassID_StringValue); }));
+  EXPECT_TRUE(differs([](IntegerValue& v) { v.SetConfigID(eConfigID_Default); }));
+  EXPECT_TRUE(differs([](IntegerValue& v) { v.SetParamID(eParamID_GenLock); }));
+  EXPECT_TRUE(differs([](IntegerValue& v) { v.SetParamType(eParamType_Integer); }));
+  EXPECT_TRUE(differs([](IntegerValue& v) { v.SetDirty(true); }));
+  EXPECT_TRUE(differs([](IntegerValue& v) {
+    v.Set(6);
+    v.SetDirty(false);
+  }));
+  const auto number = make();
+  EXPECT_FALSE(number->IsEqual(nullptr));
+  StringValue impostor(kConfig, eParamID_IPConfig, eParamType_Enum, "5");
+  impostor.SetClassID(eClassID_IntegerValue);
+  EXPECT_FALSE(number->IsEqual(&impostor));
+  EXPECT_FALSE(impostor.IsEqual(number.get()));
+  Serializable stranger(eClassID_IntegerValue);
+  EXPECT_FALSE(number->IsEqual(&stranger));
+}
+
+TEST(Value, ClonesIntoACleanObjectOfItsOwn) {
+  StringValue text(kConfig, eParamID_SysName, eParamType_String, "old");
+  text.Set("new");
+  const std::unique_ptr<ConfigValue> clone(text.Clone());
+  EXPECT_FALSE(clone->IsDirty());
+  EXPECT_FALSE(clone->IsEqual(&text)) << "for the source is dirty";
+  text.SetDirty(false);
+  EXPECT_TRUE(clone->IsEqual(&text));
+  text.Set("newer");
+  EXPECT_EQ("new", TextOf(dynamic_cast<StringValue&>(*clone)));
+}
+
+TEST(Value, CopiesConfigurationAndPayloadButNotTheParameter) {
+  IntegerValue source(kConfig, eParamID_GenLock, eParamType_Enum, 2);
+  IntegerValue target(eConfigID_Default, eParamID_IntervalTime, eParamType_Integer, 10);
+  target.CopyValue(source);
+  EXPECT_EQ(2U, NumberOf(target));
+  EXPECT_EQ(eConfigID_Default, target.GetConfigID());
+  target.Copy(source);
+  EXPECT_EQ(kConfig, target.GetConfigID());
+  EXPECT_EQ(eParamID_IntervalTime, target.GetParamID());
+  EXPECT_EQ(eParamType_Integer, target.GetParamType());
+  EXPECT_TRUE(target.IsDirty());
+  target.Copy(target);
+  EXPECT_EQ(2U, NumberOf(target));
+
+  StringValue text(kConfig, eParamID_SysName, eParamType_String, "text");
+  target.CopyValue(text);
+  text.CopyValue(target);
+  EXPECT_EQ(2U, NumberOf(target));
+  EXPECT_EQ("text", TextOf(text));
+}
+
+TEST(Value, ResetsToTheCataloguesDefault) {
+  CreateDescriptors();
+  IntegerValue number(kConfig, eParamID_IntervalTime, eParamType_Integer, 77);
+  number.ResetToFactory();
+  EXPECT_EQ(10U, NumberOf(number));
+  EXPECT_TRUE(number.IsDirty());
+  StringValue text(kConfig, eParamID_ReelName, eParamType_String, "mine");
+  text.ResetToFactory();
+  EXPECT_EQ("001", TextOf(text));
+
+  for (const eParam_t unfit : {eParamID_SysName, kUnknownParam, eParamID_None}) {
+    IntegerValue kept(kConfig, unfit, eParamType_Integer, 77);
+    kept.ResetToFactory();
+    EXPECT_EQ(77U, NumberOf(kept)) << unfit;
+    EXPECT_FALSE(kept.IsDirty()) << unfit;
+  }
+  StringValue kept(kConfig, eParamID_IntervalTime, eParamType_String, "mine");
+  kept.ResetToFactory();
+  EXPECT_EQ("mine", TextOf(kept));
+}
+
+TEST(Value, TellsWhatItIsInOneLine) {
+  EXPECT_EQ(
+      "configID = 0, paramID = 0x1A, paramType = 3, value = 26 = 0X1a",
+      IntegerValue(eConfigID_Default, static_cast<eParam_t>(26), eParamType_Enum, 26).ToString());
+  EXPECT_EQ(
+      "configID = -2147483648, paramID = 0xFFFFFFFF, paramType = -2147483648, "
+      "value = -1 = 0Xffffffff",
+      IntegerValue(static_cast<eConfigID_t>(INT32_MIN), static_cast<eParam_t>(0xffffffff),
+                   static_cast<eParamType_t>(INT32_MIN), 0xffffffff)
+          .ToString());
+  EXPECT_EQ("configID = 7, paramID = 0x32050000, paramType = 12, value = 100% \"name\"",
+            StringValue(kConfig, eParamID_SysName, eParamType_String, "100% \"name\"").ToString());
+}
+
+TEST(Value, TakesAStreamsFieldsWithoutBecomingDirty) {
+  char bytes[] = "\xff\xff\xff\xfe\x09\x03\x00\x00\x00\x00\x00\x01\x00\x01\x51\x80";
+  MemoryDeSerializer whole(eSerializationFormat_Network, bytes, bytes + 16, false);
+  IntegerValue number(kConfig, eParamID_IPConfig, eParamType_Enum, 5);
+  number.Deserialize(&whole);
+  EXPECT_EQ(static_cast<eConfigID_t>(-2), number.GetConfigID());
+  EXPECT_EQ(eParamID_IntervalTime, number.GetParamID());
+  EXPECT_EQ(eParamType_Integer, number.GetParamType());
+  EXPECT_EQ(86400U, NumberOf(number));
+  EXPECT_FALSE(number.IsDirty());
+
+  MemoryDeSerializer cut(eSerializationFormat_Network, bytes, bytes + 7, false);
+  StringValue text(kConfig, eParamID_SysName, eParamType_String, "kept");
+  text.Deserialize(&cut);
+  EXPECT_EQ(static_cast<eConfigID_t>(-2), text.GetConfigID());
+  EXPECT_EQ(eParamID_SysName, text.GetParamID());
+  EXPECT_EQ("kept", TextOf(text));
+}
+
+TEST(ValueStream, DecodesIntoPrivateObjects) {
+  StringValue one(kConfig, eParamID_SysName, eParamType_String, "one");
+  StringValue two(eConfigID_Default, eParamID_ReelName, eParamType_String, "two");
+  auto first = qel::config::EncodeValue(one, eSerializationFormat_Network, 3);
+  auto second = qel::config::EncodeValue(two, eSerializationFormat_Network, 0);
+  ASSERT_EQ(3 + 20U, first.size()) << "with room left in front";
+  const auto decode = [](std::vector<char>& bytes, std::size_t from, std::size_t length) {
+    return qel::config::DecodeValue(bytes.data() + from, static_cast<unsigned int>(length),
+                                    eSerializationFormat_Network);
+  };
+  const auto decodedOne = decode(first, 3, 20);
+  const auto decodedTwo = decode(second, 0, 20);
+  ASSERT_NE(nullptr, decodedOne);
+  ASSERT_NE(nullptr, decodedTwo);
+  EXPECT_TRUE(decodedOne->IsEqual(&one));
+  EXPECT_TRUE(decodedTwo->IsEqual(&two));
+  for (std::size_t length = 0; length < 20; ++length) {
+    EXPECT_EQ(nullptr, decode(first, 3, length)) << length;
+  }
+}
+
+TEST(ValueStream, NeverMixesWhatSeveralThreadsDecode) {
+  std::atomic<int> mixed{0};
+  OnThreads(4, [&](int thread) {
+    StringValue own(kConfig, eParamID_SysName, eParamType_String,
+                    std::string(1000, static_cast<char>('a' + thread)));
+    auto bytes = qel::config::EncodeValue(own, eSerializationFormat_Network, 0);
+    for (int i = 0; i < 30000; ++i) {
+      const auto decoded = qel::config::DecodeValue(
+          bytes.data(), static_cast<unsigned int>(bytes.size()), eSerializationFormat_Network);
+      if (decoded == nullptr || !decoded->IsEqual(&own)) ++mixed;
+    }
+  });
+  EXPECT_EQ(0, mixed);
+}
+
+// Changes as soon as somebody has looked at it.
+class Growing : public StringValue {
+ public:
+  using StringValue::StringValue;
+  void Serialize(Serializer* serializer) override {
+    StringValue::Serialize(serializer);
+    Set(std::string(5000, 'l'));
+  }
+};
+
+TEST(ValueStream, EncodesAValueThatChangesMeanwhileAsItWasOnce) {
+  Growing growing(kConfig, eParamID_SysName, eParamType_String, "s");
+  const auto bytes = qel::config::EncodeValue(growing, eSerializationFormat_Network, 0);
+  EXPECT_EQ(18U, bytes.size());
+  EXPECT_EQ("s", std::string(bytes.data() + 16, bytes.data() + bytes.size() - 1));
+}
+
+}  // namespace
