@@ -1,0 +1,156 @@
+// What a descriptor keeps, apart from the catalogue.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "libconfig/descriptors/EnumDescriptor.h"
+#include "libconfig/descriptors/ParamIDs.h"
+#include "tests/testing/Threads.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(Descriptor, BeginsWithTheDocumentedDefaults) {
+  EnumDescriptor number;
+  EXPECT_EQ(0U, number.GetParamID());
+  EXPECT_EQ(0, number.GetParamType());
+  EXPECT_EQ(3, number.GetFeatureType());
+  EXPECT_EQ(0, number.GetPersistenceType());
+  EXPECT_EQ(0, number.GetRegisterType());
+  EXPECT_EQ(1, number.GetFactoryResetType());
+  EXPECT_EQ(0, number.GetAccessType());
+  EXPECT_EQ(0U, number.GetMinValue());
+  EXPECT_EQ(0xFFFFFFFFU, number.GetMaxValue());
+  EXPECT_EQ(0U, number.GetFactoryDefault());
+  EXPECT_EQ(1U, number.GetAdjustBy());
+  EXPECT_EQ(1U, number.GetScaleBy());
+  EXPECT_EQ(0U, number.GetOffsetBy());
+  EXPECT_EQ(0U, number.GetDisplayPrecision());
+  EXPECT_EQ("", number.GetUnits() + number.GetUnits2() + number.GetRegEx());
+  EXPECT_THAT(number.GetOrderedEnumValueDescriptors(), IsEmpty());
+  number.SetShortName("short");
+  EXPECT_EQ("short", number.GetShortName(7));
+}
+
+TEST(Descriptor, KeepsEachClassNameOnceInTheOrderOfTheLastAddition) {
+  ParamDescriptor descriptor;
+  for (const char* const name : {"x", "y", "x"}) descriptor.AddClassName(name);
+  EXPECT_THAT(descriptor.GetClassNames(), ElementsAre("y", "x"));
+  EXPECT_FALSE(descriptor.HasClassName("X"));
+  EXPECT_FALSE(descriptor.RemoveClassName("absent"));
+  descriptor.ToggleClassName("y");
+  EXPECT_THAT(descriptor.GetClassNames(), ElementsAre("x"));
+  descriptor.ToggleClassName("y");
+  EXPECT_THAT(descriptor.GetClassNames(), ElementsAre("x", "y"));
+  EXPECT_TRUE(descriptor.RemoveClassName("x"));
+  EXPECT_THAT(descriptor.GetClassNames(), ElementsAre("y"));
+}
+
+TEST(Descriptor, TogglesClassNamesThroughItsVirtualOperations) {
+  struct Hooked : ParamDescriptor {
+    void AddClassName(std::string name) override { ParamDescriptor::AddClassName(name + "!"); }
+  } descriptor;
+  descriptor.ToggleClassName("x");
+  EXPECT_THAT(descriptor.GetClassNames(), ElementsAre("x!"));
+}
+
+TEST(Descriptor, KeepsDependenciesAndRelations) {
+  const auto a = eParamID_IPConfig;
+  const auto b = eParamID_GenLock;
+  ParamDescriptor descriptor;
+  for (const eParam_t id : {a, b, a}) {
+    descriptor.AddDependentParamID(id);
+    descriptor.AddDependsOnParamID(id);
+  }
+  EXPECT_THAT(descriptor.GetDependentParamIDs(), ElementsAre(b, a));
+  EXPECT_THAT(descriptor.GetDependsOnParamIDs(), ElementsAre(b, a));
+  EXPECT_TRUE(descriptor.RemoveDependentParamID(b));
+  EXPECT_FALSE(descriptor.RemoveDependentParamID(b));
+  EXPECT_THAT(descriptor.GetDependsOnParamIDs(), ElementsAre(b, a)) << "a list of its own";
+  descriptor.SetDependsOnParamIDs({a, a});
+  EXPECT_THAT(descriptor.GetDependsOnParamIDs(), ElementsAre(a, a)) << "taken as it is";
+  EXPECT_TRUE(descriptor.RemoveDependsOnParamID(a));
+  EXPECT_THAT(descriptor.GetDependsOnParamIDs(), ElementsAre(a));
+
+  descriptor.AddRelation("enabled_by", a, 1);
+  descriptor.AddRelation("enabled_by", a, 1);
+  EXPECT_EQ(2U, descriptor.GetRelation("enabled_by").size());
+  EXPECT_THAT(descriptor.GetRelation("absent"), IsEmpty());
+  EXPECT_EQ(1U, descriptor.GetRelations().size()) << "asking leaves nothing behind";
+}
+
+TEST(Descriptor, KeepsNumbersAndTextsOfOneKeyApart) {
+  ParamDescriptor descriptor;
+  descriptor.AddAttribute("key", 1U);
+  descriptor.AddAttribute("key", std::string("one"));
+  descriptor.AddAttribute("key", 2U);
+  unsigned int number = 0;
+  std::string text;
+  EXPECT_TRUE(descriptor.GetAttribute("key", number));
+  EXPECT_TRUE(descriptor.GetAttribute("key", text));
+  EXPECT_EQ(2U, number);
+  EXPECT_EQ("one", text);
+  EXPECT_FALSE(descriptor.GetAttribute("missing", text));
+  EXPECT_FALSE(descriptor.GetAttribute("missing", number));
+  EXPECT_EQ("one", text);
+  EXPECT_EQ(2U, number);
+  std::map<std::string, unsigned int> numbers = {{"old", 9}};
+  descriptor.GetAttributes(numbers);
+  EXPECT_THAT(numbers, ElementsAre(std::make_pair("key", 2U)));
+}
+
+std::vector<std::string> OrderedNames(EnumDescriptor& choices) {
+  std::vector<std::string> names;
+  for (const auto& choice : choices.GetOrderedEnumValueDescriptors()) {
+    names.push_back(std::to_string(choice.value) + choice.name + "/" + choice.shortName);
+  }
+  return names;
+}
+
+TEST(EnumDescriptor, ListsAChoiceAsOftenAsItWasAddedWithItsLatestNames) {
+  EnumDescriptor choices;
+  choices.AddNameValuePair(1, "A");
+  choices.AddNameValuePair(0, "B", "b");
+  choices.AddNameValuePair(1, "C", "c");
+  EXPECT_THAT(OrderedNames(choices), ElementsAre("1C/c", "0B/b", "1C/c"));
+  EXPECT_EQ(2U, choices.GetEnumValueDescriptors().size());
+  choices.AddNameValuePair(2, "D");
+  EXPECT_EQ("D", choices.GetEnumValueDescriptor(2).shortName);
+
+  choices.SetEnumValueDescriptors({{7, {7, "only", "o"}}});
+  EXPECT_EQ("99999Invalid/Invalid", OrderedNames(choices).front());
+  EXPECT_EQ(4U, choices.GetEnumValueDescriptors().size()) << "the dropped ones are defaults now";
+  EXPECT_TRUE(choices.HasValue(1));
+
+  EnumDescriptor unordered;
+  unordered.SetEnumValueDescriptors({{7, {7, "only", "o"}}});
+  EXPECT_THAT(OrderedNames(unordered), IsEmpty());
+}
+
+TEST(EnumDescriptor, NamesAbsentValuesAsPointersArePrinted) {
+  EnumDescriptor choices;
+  choices.AddNameValuePair(5, "five");
+  EXPECT_EQ("five", choices.GetEnumValue(5));
+  EXPECT_EQ("0x2a", choices.GetEnumValue(42));
+  EXPECT_EQ("0xffffffff", choices.GetEnumValue(0xffffffff));
+  EXPECT_EQ("(nil)", choices.GetEnumValue(0));
+  const EnumValueDescriptor absent = choices.GetEnumValueDescriptor(42);
+  EXPECT_EQ(99999U, absent.value);
+  EXPECT_EQ("Invalid", absent.name);
+  EXPECT_EQ("Invalid", absent.shortName);
+  EXPECT_EQ(1U, choices.GetEnumValueDescriptors().size());
+  EXPECT_FALSE(choices.HasValue(42));
+}
+
+TEST(EnumDescriptor, MayFillItsGapsOnSeveralThreads) {
+  EnumDescriptor choices;
+  for (unsigned int i = 0; i < 50; ++i) choices.AddNameValuePair(i, "choice");
+  choices.SetEnumValueDescriptors({});
+  testing_support::OnThreads(4, [&](int) {
+    EXPECT_EQ(50U, choices.GetOrderedEnumValueDescriptors().size());
+    EXPECT_EQ("Invalid", choices.GetEnumValueDescriptor(49).name);
+  });
+}
+
+}  // namespace
