@@ -1,0 +1,130 @@
+// The process-wide factory: which URI leads where.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "libconfig/access/ConfigCache.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/access/ConfigURI.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/manager/ConfigManager.h"
+#include "libconfig/network/NetworkTCPClient.h"
+#include "tests/testing/Threads.h"
+#include "tests/testing/Wire.h"
+
+namespace {
+
+using qel::vorlane::config::access::NetworkTCPClient;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+
+// A connection, and what was said while it was made.
+struct Connected {
+  explicit Connected(const std::string& uri) {
+    CaptureStderr();
+    config = ConfigFactoryImpl::GetInstance()->Connect(uri);
+    messages = GetCapturedStderr();
+  }
+  Config* config;
+  std::string messages;
+};
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+TEST(ConfigURI, NamesTheDevicesOwnService) {
+  EXPECT_EQ("socket://127.0.0.1:43110/caching=true", GetConfigURI("socket"));
+  EXPECT_EQ("socket://127.0.0.1:43110", GetEventsURI("socket"));
+  EXPECT_EQ("udp://127.0.0.1:43110", GetConfigURI("udp"));
+  EXPECT_EQ("multicast://127.0.0.1:63110", GetEventsURI("udp"));
+  EXPECT_EQ("tcp://127.0.0.1:43110", GetConfigURI("tcp"));
+  EXPECT_EQ("tcp://127.0.0.1:43110", GetEventsURI("tcp"));
+  for (const char* const other : {"TCP", "", "tcp ", "multicast"}) {
+    EXPECT_EQ("INVALID_URI", GetConfigURI(other)) << other;
+    EXPECT_EQ("INVALID_URI", GetEventsURI(other)) << other;
+  }
+}
+
+TEST(ConfigFactory, LeadsLocalURIsToTheStoresOfTheProcess) {
+  ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
+  EXPECT_TRUE(IsValidParamID(eParamID_IPConfig)) << "the catalogue comes with the factory";
+  const Connected local("local:configid=6");
+  EXPECT_NE(nullptr, dynamic_cast<ConfigManager*>(local.config));
+  EXPECT_EQ(6, local.config->GetConfigID());
+  EXPECT_EQ(local.config, Connected("anything local: configid=6/caching=true").config);
+  EXPECT_EQ(1, factory->Disconnect(local.config));
+  EXPECT_EQ(1, factory->Disconnect(local.config));
+  EXPECT_EQ(0, factory->Disconnect(local.config));
+  EXPECT_EQ(0, factory->Disconnect(nullptr));
+}
+
+TEST(ConfigFactory, RefusesWhatItDoesNotKnowWithoutAWord) {
+  for (const std::string uri : {"", "socket://127.0.0.1:43110", "LOCAL:", "tcp", "INVALID_URI"}) {
+    const Connected none(uri);
+    EXPECT_EQ(nullptr, none.config) << uri;
+    EXPECT_EQ("", none.messages) << uri;
+  }
+}
+
+// A service that lets clients connect and disconnect, and knows nothing else.
+void Welcome(int fd) {
+  testing_support::Wire peer(fd);
+  for (auto r = peer.Record(6); !r.empty(); r = peer.Record(6)) {
+    peer.Send(testing_support::Words(
+        std::array<uint32_t, 7>{r[0] + 16, r[1], r[2], r[3], r[4], r[5], 0}));
+  }
+}
+
+TEST(ConfigFactory, LeadsNetworkURIsToAClientOrACacheAroundOne) {
+  testing_support::WireListener listener;
+  std::thread service([&] {
+    Welcome(listener.Accept());
+    Welcome(listener.Accept());
+  });
+  ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
+  const Connected client(listener.GetURI() + "/local:");
+  EXPECT_NE(nullptr, dynamic_cast<NetworkTCPClient*>(client.config)) << "the network comes first";
+  EXPECT_EQ(1, factory->Disconnect(client.config));
+  EXPECT_EQ(0, factory->Disconnect(client.config)) << "gone, and not to be touched";
+
+  const Connected cached(listener.GetURI() + "/caching=true");
+  std::unique_ptr<ConfigCache> cache(dynamic_cast<ConfigCache*>(cached.config));
+  ASSERT_NE(nullptr, cache);
+  EXPECT_EQ(0, factory->Disconnect(cache.get())) << "a cache is given back by deleting it";
+  EXPECT_EQ(eConfigID_Default, cache->GetConfigID());
+  cache.reset();
+  service.join();
+}
+
+TEST(ConfigFactory, ReportsANetworkConnectionThatFails) {
+  const std::string failed = "ConfigFactoryImpl::Connect - _network_factory->Connect() failed\n";
+  for (const std::string uri : {"tcp:", "tcp://127.0.0.1", "tcp://127.0.0.1:0", "local:tcp:"}) {
+    const Connected none(uri);
+    EXPECT_EQ(nullptr, none.config) << uri;
+    EXPECT_TRUE(EndsWith(none.messages, failed)) << none.messages;
+  }
+  const Connected wrapped("tcp:/caching=true");
+  EXPECT_FALSE(EndsWith(wrapped.messages, failed));
+  const std::unique_ptr<ConfigCache> cache(dynamic_cast<ConfigCache*>(wrapped.config));
+  ASSERT_NE(nullptr, cache);
+  EXPECT_EQ(0, cache->Set(eParamID_IntervalTime, 1U));
+}
+
+TEST(ConfigFactory, IsOneForAllThreadsAndLeavesStoresUsableWhenItGoes) {
+  ConfigFactoryImpl::DestroyInstance();
+  ConfigFactoryImpl::DestroyInstance();
+  ConfigFactoryImpl* seen[4] = {};
+  testing_support::OnThreads(4, [&](int i) { seen[i] = ConfigFactoryImpl::GetInstance(); });
+  for (ConfigFactoryImpl* const factory : seen) EXPECT_EQ(seen[0], factory);
+  Config* const store = Connected("local:configid=8").config;
+  ConfigFactoryImpl::DestroyInstance();
+  EXPECT_EQ(1, store->Set(eParamID_IntervalTime, 3U));
+  EXPECT_NE(store, Connected("local:configid=8").config);
+  CaptureStderr();
+  EXPECT_EQ(0, ConfigFactoryImpl::GetInstance()->Disconnect(store));
+  EXPECT_EQ("LocalConfigFactory::Disconnect - This instance not tracking configID 8\n",
+            GetCapturedStderr());
+}
+
+}  // namespace
