@@ -1,0 +1,178 @@
+// Stopwatch, arithmetic on times, and the trace of time stamps.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <limits>
+
+#include "libconfig/support/CTimeVal.h"
+#include "libconfig/support/TimeTrace.h"
+#include "tests/support/TestClock.h"
+
+namespace {
+
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+using testing_support::AdvanceClock;
+using testing_support::SetClock;
+
+struct Time : timeval {
+  Time(long seconds, long microseconds) : timeval{seconds, microseconds} {}
+  explicit Time(const timeval& time) : timeval(time) {}
+  bool operator==(const Time& other) const {
+    return tv_sec == other.tv_sec && tv_usec == other.tv_usec;
+  }
+};
+std::ostream& operator<<(std::ostream& out, const Time& time) {
+  return out << time.tv_sec << " s " << time.tv_usec << " us";
+}
+
+Time Added(Time time, unsigned long microseconds) {
+  EXPECT_EQ(&time, CTimeVal::timeval_add_usec(&time, microseconds));
+  return time;
+}
+
+TEST(CTimeVal, CarriesOnlyBeyondAWholeSecond) {
+  EXPECT_EQ(Time(5, 1000000), Added({5, 999999}, 1)) << "exactly a second stays where it is";
+  EXPECT_EQ(Time(6, 1), Added({5, 999999}, 2));
+  EXPECT_EQ(Time(5, 0), Added({5, 0}, 0));
+  EXPECT_EQ(Time(5, 1000000), Added({5, 1000000}, 0));
+  EXPECT_EQ(Time(6, 1000000), Added({5, 1000000}, 1000000));
+  EXPECT_EQ(Time(4294, 967295), Added({0, 0}, 4294967295UL));
+  // The same as one second at a time.
+  for (unsigned long added :
+       {0UL, 1UL, 999999UL, 1000000UL, 1000001UL, 1999999UL, 2000000UL, 2000001UL, 7500000UL}) {
+    for (const long before : {-1500000L, -1L, 0L, 1L, 999999L, 1000000L, 1000001L, 3000000L}) {
+      Time expected(5, before + static_cast<long>(added));
+      while (expected.tv_usec > 1000000) {
+        ++expected.tv_sec;
+        expected.tv_usec -= 1000000;
+      }
+      EXPECT_EQ(expected, Added({5, before}, added)) << before << " + " << added;
+    }
+  }
+
+  Time sum(1, 600000);
+  Time more(2, 400000);
+  CTimeVal::timeval_addto(&sum, &more);
+  EXPECT_EQ(Time(3, 1000000), sum);
+  Time result(9, 9);
+  Time last(1, 600001);
+  CTimeVal::timeval_add(&result, &last, &more);
+  EXPECT_EQ(Time(4, 1), result);
+}
+
+TEST(CTimeVal, SubtractsWithBorrowAndTellsTheSign) {
+  const auto difference = [](Time x, Time y, int negative) {
+    Time result(0, 0);
+    EXPECT_EQ(negative, CTimeVal::timeval_subtract(&result, &x, &y));
+    return result;
+  };
+  EXPECT_EQ(Time(1, 200000), difference({5, 300000}, {4, 100000}, 0));
+  EXPECT_EQ(Time(0, 800000), difference({5, 100000}, {4, 300000}, 0));
+  EXPECT_EQ(Time(-1, 999999), difference({5, 0}, {5, 1}, 1));
+  EXPECT_EQ(Time(0, 0), difference({5, 7}, {5, 7}, 0));
+  EXPECT_EQ(Time(3, 500000), difference({5, 2500000}, {4, 0}, 0));
+  EXPECT_EQ(Time(1, 1000000), difference({5, 1000000}, {4, 0}, 0)) << "strictly greater, again";
+  Time result(0, 0);
+  Time x(5, 0);
+  Time y(3, 1);
+  CTimeVal::timeval_subtract(&result, &x, &y);
+  EXPECT_EQ(Time(4, -999999), y) << "what is taken off is normalised in place";
+}
+
+TEST(CTimeVal, CountsMillisecondsWithoutWrapping) {
+  const auto milliseconds = [](Time x, Time y) { return CTimeVal::timeval_subtract(&x, &y); };
+  EXPECT_EQ(1200, milliseconds({5, 300000}, {4, 100000}));
+  EXPECT_EQ(999, milliseconds({5, 999}, {4, 1999}));
+  EXPECT_EQ(-1001, milliseconds({4, 0}, {5, 1000}));
+  EXPECT_EQ(INT_MAX, milliseconds({5000000, 0}, {0, 0}));
+  EXPECT_EQ(INT_MIN, milliseconds({0, 0}, {5000000, 0}));
+  constexpr long kFar = std::numeric_limits<long>::max() / 4;
+  EXPECT_EQ(INT_MAX, milliseconds({kFar, 0}, {-kFar, 0}));
+}
+
+TEST(CTimeVal, CountsEqualTimesAsGreater) {
+  const auto compare = [](Time a, Time b) { return CTimeVal::timeval_compare(&a, &b); };
+  EXPECT_EQ(1, compare({5, 1}, {5, 1}));
+  EXPECT_EQ(1, compare({5, 2}, {5, 1}));
+  EXPECT_EQ(0, compare({5, 1}, {5, 2}));
+  EXPECT_EQ(1, compare({6, 0}, {5, 9}));
+  EXPECT_EQ(0, compare({5, 9}, {6, 0}));
+
+  CTimeVal early;
+  CTimeVal late;
+  SetClock(1000, 0);
+  early.start();
+  AdvanceClock(1);
+  late.start();
+  EXPECT_TRUE(late > early);
+  EXPECT_FALSE(early > late);
+  EXPECT_TRUE(early > early);
+  EXPECT_FALSE(early <= early);
+  EXPECT_TRUE(early <= late);
+  EXPECT_TRUE(CTimeVal::isGT(late, early));
+}
+
+TEST(CTimeVal, WorksAsAStopwatch) {
+  SetClock(1000, 500000);
+  CTimeVal watch;
+  watch.start();
+  AdvanceClock(1234);
+  EXPECT_EQ(1234, watch.get_elapsed_ms());
+  EXPECT_EQ(1234, watch.get_total_ms()) << "stops a watch that is running";
+  AdvanceClock(1000);
+  EXPECT_EQ(1234, watch.get_total_ms());
+  EXPECT_EQ(2234, watch.get_elapsed_ms());
+  watch.stop();
+  EXPECT_EQ(2234, watch.get_total_ms());
+
+  CTimeVal offset;
+  SetClock(2, 0);
+  offset.start();
+  SetClock(1000, 500000);
+  watch.start();
+  watch += offset;
+  SetClock(1003, 0);
+  EXPECT_EQ(500, watch.get_elapsed_ms());
+  EXPECT_EQ(1001000, offset.get_elapsed_ms());
+}
+
+std::string Printed() {
+  CaptureStderr();
+  print_timevals();
+  return GetCapturedStderr();
+}
+
+TEST(TimeTrace, PrintsElapsedTimeAndTheTimeSinceTheEntryBefore) {
+  const std::string header = "=========== Printing timevals ===============\n";
+  clear_timevals();
+  EXPECT_EQ(0U, Printed().find(header + "timeval: elapsed 0, delta 0 - "));
+  SetClock(1000, 0);
+  save_timeval("begin");
+  AdvanceClock(1500);
+  save_timeval("middle");
+  AdvanceClock(20);
+  save_timeval("100% done");
+  EXPECT_EQ(header +
+                "timeval: elapsed 0, delta 0 - begin\n"
+                "timeval: elapsed 1500, delta 1500 - middle\n"
+                "timeval: elapsed 1520, delta 20 - 100% done\n",
+            Printed());
+  clear_timevals();
+  save_timeval("anew");
+  EXPECT_EQ(header + "timeval: elapsed 0, delta 0 - anew\n", Printed());
+}
+
+TEST(TimeTrace, IgnoresWhatDoesNotFit) {
+  clear_timevals();
+  for (int i = 0; i < 102399; ++i) save_timeval("entry");
+  save_timeval("last");
+  save_timeval("too much");
+  const std::string text = Printed();
+  EXPECT_EQ(102400 + 1, std::count(text.begin(), text.end(), '\n'));
+  EXPECT_EQ(text.size() - 5, text.rfind("last\n"));
+  clear_timevals();
+}
+
+}  // namespace
