@@ -22,7 +22,8 @@ MemoryDeSerializer::~MemoryDeSerializer() = default;
 
 // Whether `count` bytes may be read at the position; if not, the stream is overrun.
 bool MemoryDeSerializer::Take(unsigned int count) {
-  if (_end == nullptr) return true;
+  // No bytes at all, as an empty vector has them, are not the same as bytes without an end.
+  if (_end == nullptr && _position != nullptr) return true;
   if (!_overrun && _position <= _end && static_cast<size_t>(_end - _position) >= count) return true;
   MarkOverrun();
   return false;

@@ -2,8 +2,8 @@
 //
 // Reads are bounded. One that needs more bytes than are left, or a string without its zero, leaves
 // its target as it was, moves to the end and marks the stream as overrun; from then on every read
-// does the same until SetPos. An object read from an overrun stream is null. With a null end the
-// caller vouches for the bytes and nothing is checked.
+// does the same until SetPos. An object read from an overrun stream is null. With a start and no
+// end the caller vouches for the bytes and nothing is checked.
 #pragma once
 
 #include "libconfig/serialization/ClassFactory.h"

@@ -322,6 +322,16 @@ TEST_F(StreamTest, TrustsACallerWhoGivesNoEnd) {
   delete[] data;
 }
 
+TEST_F(StreamTest, FindsNothingInAnEmptyVector) {
+  Bytes none;
+  MemoryDeSerializer stream(eSerializationFormat_Queue, none.data(), none.data(), false);
+  for (const Field& field : Fields()) EXPECT_TRUE(field.leavesTarget(stream)) << field.bytes;
+  Serializable* object = nullptr;
+  stream.Read("Object", object);
+  EXPECT_EQ(nullptr, object);
+  EXPECT_TRUE(stream.IsOverrun());
+}
+
 TEST_F(StreamTest, ReadsObjectsBackAsTheyWereWritten) {
   const Bytes bytes = WrittenObject(*MakeRecord());
   Reader in(bytes);
