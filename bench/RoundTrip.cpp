@@ -1,0 +1,112 @@
+// A read over a transport, from the caller and back, against the two messages alone.
+#include <stdexcept>
+#include <thread>
+
+#include "bench/Machine.h"
+#include "bench/Rounds.h"
+#include "bench/Sockets.h"
+#include "libconfig/libconfig.h"
+
+namespace bench {
+namespace {
+
+constexpr int kRounds = 100;
+constexpr int kRoundTripsARound = 200;
+constexpr int kConfigID = 9002;
+
+// Requests and answers of the same sizes between two threads: a send and a receive on either side,
+// which is what an exchange cannot do without.
+class PingPong {
+ public:
+  explicit PingPong(int serverCore) : PingPong(Stream::Pair(), serverCore) {}
+  ~PingPong() {
+    _client.Shut();
+    _thread.join();
+  }
+  PingPong(const PingPong&) = delete;
+  PingPong& operator=(const PingPong&) = delete;
+
+  void operator()() {
+    char request[kRequestSize] = {};
+    char answer[kRecordSize];
+    _client.Send(request, sizeof request);
+    _client.Receive(answer, sizeof answer);
+  }
+
+ private:
+  PingPong(std::pair<Stream, Stream> ends, int serverCore)
+      : _client(std::move(ends.first)), _server(std::move(ends.second)) {
+    const Pinned pinned(serverCore);
+    _thread = std::thread([this] { Serve(); });
+  }
+
+  void Serve() {
+    char request[kRequestSize];
+    char answer[kRecordSize] = {};
+    try {
+      for (;;) {
+        _server.Receive(request, sizeof request);
+        _server.Send(answer, sizeof answer);
+      }
+    } catch (const std::exception&) {
+      // The client is through.
+    }
+  }
+
+  Stream _client;
+  Stream _server;
+  std::thread _thread;
+};
+
+// The library's client and server, with the server's threads on `serverCore`.
+class TcpGet {
+ public:
+  explicit TcpGet(int serverCore) {
+    {
+      const Pinned pinned(serverCore);
+      _server = std::make_unique<Server>();
+    }
+    _config = ConfigFactoryImpl::GetInstance()->Connect(_server->Uri(kConfigID));
+    if (_config == nullptr) throw std::runtime_error("no connection to the server");
+  }
+  ~TcpGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+  TcpGet(const TcpGet&) = delete;
+  TcpGet& operator=(const TcpGet&) = delete;
+
+  void operator()() {
+    unsigned int value;
+    if (_config->Get(eParamID_IPConfig, value) != 1) throw std::runtime_error("a Get failed");
+  }
+
+ private:
+  std::unique_ptr<Server> _server;
+  Config* _config;
+};
+
+template <typename Exchange>
+double MedianRoundTrip(Exchange& exchange) {
+  std::vector<double> times(kRoundTripsARound);
+  for (double& time : times) time = Time([&exchange] { exchange(); });
+  return Median(std::move(times));
+}
+
+template <typename Subject, typename Reference>
+Measurement MeasureRoundTrip(std::size_t coresWanted) {
+  const std::vector<int> cores = Cores();
+  if (cores.size() < coresWanted) throw std::runtime_error("there is one processor only");
+  const int serverCore = cores[coresWanted - 1];
+  const Pinned client(cores[0]);
+  Subject subject(serverCore);
+  Reference reference(serverCore);
+  return TakeTurns(
+      kRounds, [&] { return MedianRoundTrip(subject); },
+      [&] { return MedianRoundTrip(reference); });
+}
+
+}  // namespace
+
+Measurement MeasureTcpGetOnTwoCores() { return MeasureRoundTrip<TcpGet, PingPong>(2); }
+
+Measurement MeasureTcpGetOnOneCore() { return MeasureRoundTrip<TcpGet, PingPong>(1); }
+
+}  // namespace bench
