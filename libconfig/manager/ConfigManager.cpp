@@ -191,7 +191,7 @@ bool ConfigManager::GetConfigValue(eParam_t id, Serializable*& out) {
 }
 
 Serializable* ConfigManager::GetConfigValue(eParam_t id) {
-  if (!IsValidParamID(id)) return nullptr;
+  // Only what is in the catalogue has a value, so that the catalogue need not be asked as well.
   SemaphoreHelper lock(_valuesLock);
   const auto found = _values.find(id);
   return found == _values.end() ? nullptr : found->second;
