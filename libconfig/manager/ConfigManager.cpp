@@ -23,12 +23,6 @@ using qel::config::ValuePool;
 
 namespace {
 
-timeval Now() {
-  timeval now;
-  ::gettimeofday(&now, nullptr);
-  return now;
-}
-
 // An earlier store's value of class T for the parameter, as good as new, or a new one. It belongs
 // to configuration 0 and is clean.
 template <typename T, typename Payload>
@@ -131,10 +125,6 @@ ConfigManager::~ConfigManager() {
 }
 
 bool ConfigManager::Init() {
-  {
-    SemaphoreHelper lock(_valuesLock);
-    _lastUpdate = {};
-  }
   AddDefaultPreconditions();
   InitDefaultConfig();
   return true;
@@ -211,8 +201,6 @@ bool ConfigManager::SetConfigParam(eParam_t id, std::string value) {
   auto* const text = dynamic_cast<StringValue*>(found);
   if (text == nullptr) return false;
   text->Set(std::move(value));
-  SemaphoreHelper lock(_valuesLock);
-  _lastUpdate = Now();
   return true;
 }
 
@@ -223,8 +211,6 @@ bool ConfigManager::SetConfigParam(eParam_t id, unsigned int value) {
     return false;
   }
   number->Set(value);
-  SemaphoreHelper lock(_valuesLock);
-  _lastUpdate = Now();
   return true;
 }
 

@@ -103,7 +103,6 @@ class LIBCONFIG_API ConfigManager : public Config,
 
   Semaphore _valuesLock;
   std::map<eParam_t, Serializable*> _values LIBCONFIG_GUARDED_BY(_valuesLock);
-  timeval _lastUpdate LIBCONFIG_GUARDED_BY(_valuesLock) = {};
 
   // Its lock is the listeners lock, which guards the changes that wait for the running one, too.
   const std::unique_ptr<qel::config::ListenerList> _listeners;
