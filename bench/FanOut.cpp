@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kWatchers = 100;
 constexpr std::size_t kInFlight = 64;
-constexpr int kRounds = 300;
+constexpr int kRounds = 600;
 constexpr int kConfigID = 9003;
 constexpr eParam_t kParam = eParamID_MediaUpdated;  // takes any number, and nothing depends on it
 
@@ -34,8 +34,9 @@ class BareSockets {
     Ends ends;
     for (std::size_t i = 0; i < kWatchers; ++i) {
       std::pair<Stream, Stream> pair = Stream::Pair();
-      ends.first.push_back(std::move(pair.first));
-      ends.second.push_back(std::move(pair.second));
+      // As a server does, it sends from the ends that it accepted.
+      ends.first.push_back(std::move(pair.second));
+      ends.second.push_back(std::move(pair.first));
     }
     return ends;
   }
