@@ -1,8 +1,6 @@
 // configd serves the configurations of this process to others.
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -12,12 +10,13 @@
 #include <string>
 
 #include "configd/LineWriter.h"
+#include "configd/Servers.h"
 #include "configd/ServiceManager.h"
+#include "configd/SilentStderr.h"
 #include "configd/StoreKeeper.h"
 #include "libconfig/libconfig.h"
 
 using qel::config::access::LocalConfigFactory;
-using qel::vorlane::config::access::NetworkServer;
 
 namespace {
 
@@ -28,29 +27,8 @@ enum Status { kDone = 0, kFailed = 1, kUsage = 2 };
 struct Options {
   std::string listen = "127.0.0.1";
   int port = kDefaultPort;
+  bool udp = true;
   bool quiet = false;
-};
-
-// Keeps the library's own diagnostics away while one line of ours says it better.
-class SilentStderr {
- public:
-  SilentStderr() : _saved(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
-    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (null >= 0) {
-      ::dup2(null, STDERR_FILENO);
-      ::close(null);
-    }
-  }
-  ~SilentStderr() {
-    if (_saved < 0) return;
-    ::dup2(_saved, STDERR_FILENO);
-    ::close(_saved);
-  }
-  SilentStderr(const SilentStderr&) = delete;
-  SilentStderr& operator=(const SilentStderr&) = delete;
-
- private:
-  const int _saved;
 };
 
 // Each peer takes a descriptor.
@@ -92,26 +70,10 @@ void PrintCommandsToTry(const Options& options, int port) {
   out.Write("  " + command + " get IPConfig");
 }
 
-NetworkServer* OpenServer(const Options& options) {
-  auto* const server = new NetworkServer(AF_INET, SOCK_STREAM, options.port, options.listen);
-  bool open;
-  int error;
-  {
-    const SilentStderr silent;
-    open = server->Init();
-    error = errno;
-  }
-  if (open && server->Start()) return server;
-  const char* const advice = error == EADDRINUSE ? "stop the other server, or choose another port "
-                                                   "with --port"
-                             : error == EADDRNOTAVAIL
-                                 ? "choose an address of this machine with --listen"
-                             : error == EACCES ? "choose a port from 1024 on with --port"
-                                               : "see to this and start again";
-  std::fprintf(stderr, "configd: cannot serve tcp://%s:%d: %s; %s\n", options.listen.c_str(),
-               options.port, std::strerror(error), advice);
-  delete server;
-  return nullptr;
+// Held until the process ends.
+bool OpenStore() {
+  const SilentStderr silent;
+  return ConfigFactoryImpl::GetInstance()->Connect("local:configid=0") != nullptr;
 }
 
 int Serve(const Options& options) {
@@ -127,26 +89,26 @@ int Serve(const Options& options) {
   // Stays until the process ends: connections use it as long as there are any.
   static auto* const keeper = new StoreKeeper(!options.quiet);
   LocalConfigFactory::SetStoreObserver(keeper);
-  if (ConfigFactoryImpl::GetInstance()->Connect("local:configid=0") == nullptr) {
+  if (!OpenStore()) {
     std::fprintf(stderr, "configd: there is no memory for the store; free some and start again\n");
     return kFailed;
   }
 
-  NetworkServer* const server = OpenServer(options);
-  if (server == nullptr) return kFailed;
-  const int port = server->GetPort();
+  Servers servers;
+  if (!servers.Open(options.listen, options.port, options.udp)) return kFailed;
   LineWriter& out = LineWriter::Instance();
   out.Write("configd " LIBCONFIG_VERSION);
-  out.Write("configd: serving tcp://" + options.listen + ":" + std::to_string(port));
+  for (const std::string& uri : servers.GetURIs()) out.Write("configd: serving " + uri);
   out.Write("configd: ready");
-  PrintCommandsToTry(options, port);
+  PrintCommandsToTry(options, servers.GetPort());
   service_manager::Notify("READY=1");
 
   int signal = 0;
   while (::sigwait(&ending, &signal) != 0) {
   }
   service_manager::Notify("STOPPING=1");
-  server->Stop();
+  const SilentStderr silent;
+  servers.Stop();
   out.Write("configd: ended");
   out.Flush(std::chrono::milliseconds(500));
   return kDone;
@@ -157,7 +119,8 @@ int Serve(const Options& options) {
 int main(int argc, char** argv) {
   Options options;
   CLI::App app(
-      "Serves the device's configurations to other processes, over TCP.\n"
+      "Serves the device's configurations to other processes, over TCP and UDP. What is changed\n"
+      "over UDP is multicast to 239.81.69.76, port 63110, on the loopback interface.\n"
       "It runs in the foreground until SIGTERM or SIGINT.");
   app.set_version_flag("--version", "configd " LIBCONFIG_VERSION);
   app.add_option("--listen", options.listen, "Address of the interface to serve; 0.0.0.0 for all")
@@ -168,6 +131,7 @@ int main(int argc, char** argv) {
       ->type_name("N")
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
+  app.add_flag("!--no-udp", options.udp, "Serve TCP only, and multicast nothing");
   CLI::Option* const log =
       app.add_flag("--log-changes", "Print a line for each change (this is the default)");
   app.add_flag("--quiet", options.quiet, "Print no changes")->excludes(log);

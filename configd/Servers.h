@@ -1,0 +1,31 @@
+// The network servers of the daemon: TCP, and UDP on the same port. One thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "libconfig/libconfig.h"
+
+class Servers {
+ public:
+  // All of them or none: false after one line on standard error that says what to do. Port 0 lets
+  // the system choose.
+  bool Open(const std::string& address, int port, bool udp);
+  void Stop();
+
+  // The port that is served. REQUIRES: Open succeeded.
+  int GetPort() const { return _port; }
+  // What is served, as people write it.
+  std::vector<std::string> GetURIs() const;
+
+ private:
+  using NetworkServer = qel::vorlane::config::access::NetworkServer;
+
+  bool Start(int type, const std::string& address, int port, int& error);
+  bool StartAll(const std::string& address, int port, bool udp, int& error);
+
+  std::string _address;
+  int _port = 0;
+  bool _udp = false;
+  std::vector<NetworkServer*> _servers;  // each belongs to its thread
+};
