@@ -160,12 +160,11 @@ TEST(ServerLoad, EndsAPeerThatLeavesARecordHalfSaid) {
   WirePeer peer(server.GetPort(), 46);
   const auto begin = Clock::now();
   std::atomic<bool> dripping{true};
+  ASSERT_TRUE(peer.Send(ParamRequest(113, eParamID_SysName, 0, 0, 100000)));
   // A byte now and then does not buy more time.
   std::thread drip([&] {
     while (dripping && peer.Send({'\x50'})) std::this_thread::sleep_for(std::chrono::seconds(1));
   });
-  Bytes first = ParamRequest(113, eParamID_SysName, 0, 0, 100000);
-  ASSERT_TRUE(peer.Send(first));
   EXPECT_TRUE(Eventually([&] {
     pollfd wanted = {peer.fd(), POLLIN, 0};
     return ::poll(&wanted, 1, 0) == 1;
