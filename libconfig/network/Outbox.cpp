@@ -34,8 +34,17 @@ Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
   if (!fits()) FlushLocked();
   if (_socket == nullptr) return Put::kGone;
   if (!fits()) return Put::kFull;
-  _bytes.insert(_bytes.end(), bytes, bytes + length);
   FlushBatch* const batch = FlushBatch::Current();
+  std::size_t sent = 0;
+  if (batch == nullptr && Waiting() == 0 && length <= kKeptRoom) {
+    // Nothing is before it and nothing is to be waited for: it leaves from where it stands. Room
+    // for what the system may leave of it is there first, as half a record must not be lost.
+    _bytes.reserve(length);
+    sent = SendSome(bytes, length);
+    if (_socket == nullptr) return Put::kGone;
+    if (sent == length) return Put::kTaken;
+  }
+  _bytes.insert(_bytes.end(), bytes + sent, bytes + length);
   if (batch == nullptr) {
     if (!_withFlusher) FlushLocked();
     return _socket == nullptr ? Put::kGone : Put::kTaken;
@@ -88,17 +97,20 @@ bool Outbox::Flush() {
   return Waiting() == 0;
 }
 
+// What the system takes without waiting. A peer that is gone is dropped.
+std::size_t Outbox::SendSome(const char* bytes, std::size_t length) {
+  const ssize_t sent = _socket->send_some(bytes, length, false);
+  if (sent >= 0) return static_cast<std::size_t>(sent);
+  if (errno != EAGAIN && errno != ENOBUFS) Drop();
+  return 0;
+}
+
 void Outbox::FlushLocked() {
   while (_socket != nullptr && Waiting() > 0) {
-    const ssize_t sent = _socket->send_some(_bytes.data() + _sent, Waiting(), false);
-    if (sent >= 0) {
-      _sent += static_cast<std::size_t>(sent);
-      continue;
-    }
-    if (errno != EAGAIN && errno != ENOBUFS) {
-      Drop();
-      return;
-    }
+    const std::size_t sent = SendSome(_bytes.data() + _sent, Waiting());
+    if (_socket == nullptr) return;
+    _sent += sent;
+    if (sent > 0) continue;
     // The room in front is given up now and then, not for every record.
     if (_sent > kOutbox) {
       _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_sent));

@@ -57,6 +57,7 @@ class Outbox : public std::enable_shared_from_this<Outbox> {
  private:
   std::size_t Waiting() const LIBCONFIG_REQUIRES(_mutex) { return _bytes.size() - _sent; }
   bool WaitUntilAtMost(std::size_t bytes, int milliseconds);
+  std::size_t SendSome(const char* bytes, std::size_t length) LIBCONFIG_REQUIRES(_mutex);
   void FlushLocked() LIBCONFIG_REQUIRES(_mutex);
   void Drop() LIBCONFIG_REQUIRES(_mutex);
 
