@@ -36,7 +36,7 @@ std::string DescribeMachine() {
   double load[3] = {};
   ::getloadavg(load, 3);
   char text[400];
-  std::snprintf(text, sizeof text, "%zu x %s, %s %s %s, gcc %s, load %.2f %.2f %.2f",
+  std::snprintf(text, sizeof text, "%zu x %s, %s %s %s, compiler %s, load %.2f %.2f %.2f",
                 Cores().size(), ProcessorName().c_str(), system.sysname, system.release,
                 system.machine, __VERSION__, load[0], load[1], load[2]);
   return text;
