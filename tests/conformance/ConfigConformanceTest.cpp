@@ -208,8 +208,9 @@ TEST_P(Configs, ShowEachOtherTheirChanges) {
     auto* const cache = dynamic_cast<ConfigCache*>(other);
     ASSERT_NE(nullptr, cache);
     ASSERT_EQ(1, other->AddConfigEventListener(cache));
-    other->Get(eParamID_IPConfig);
   }
+  // The answer says that the registration has arrived.
+  other->Get(eParamID_IPConfig);
   _config->Set(eParamID_IPConfig, 2U);
   ASSERT_TRUE(listener.WaitFor(eParamID_IPConfig, "2"));
   EXPECT_TRUE(Eventually([&] { return other->Get(eParamID_IPConfig) == 2U; }));

@@ -290,6 +290,7 @@ TEST(TcpClient, PollsAndListensOnOneConnection) {
       NetworkFactory().Connect(server.GetURI() + "/configid=61"));
   RecordingListener listener;
   ASSERT_EQ(1, client->AddConfigEventListener(&listener));
+  client->Get(eParamID_MediaUpdated);  // the answer says that the registration has arrived
   constexpr unsigned kChanges = 2000;
   std::thread setter([&] {
     for (unsigned i = 1; i <= kChanges; ++i) other->Set(eParamID_MediaUpdated, i);
