@@ -6,9 +6,9 @@
 
 #include <map>
 #include <string>
-#include <variant>
 
 #include "libconfig/libconfig.h"
+#include "programs/ValueText.h"
 
 class ChangeLog : public ConfigEventListener {
  public:
@@ -20,10 +20,8 @@ class ChangeLog : public ConfigEventListener {
   void ParamChanged(eParam_t param, std::string value, timeval when) override;
 
  private:
-  using Value = std::variant<unsigned int, std::string>;
-
-  void Note(eParam_t param, Value value);
+  void Note(eParam_t param, programs::Value value);
 
   const eConfigID_t _configID;
-  std::map<eParam_t, Value> _values;
+  std::map<eParam_t, programs::Value> _values;
 };

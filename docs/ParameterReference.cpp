@@ -10,58 +10,10 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/EnumDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
+#include "programs/MenuTitles.h"
+#include "programs/ValueText.h"
 
 namespace {
-
-struct GroupTitle {
-  int group;
-  const char* title;
-};
-
-constexpr GroupTitle kTitles[] = {
-    {0, "Status"},
-    {1, "Formats"},
-    {2, "Inputs"},
-    {3, "Video levels"},
-    {4, "Audio levels"},
-    {5, "Conversion"},
-    {6, "Genlock"},
-    {8, "Timecode"},
-    {9, "Interval recording"},
-    {12, "Media state"},
-    {13, "Camera data"},
-    {14, "Encoding"},
-    {15, "Playback"},
-    {16, "Media maintenance"},
-    {17, "Clip names"},
-    {19, "Custom clip names"},
-    {22, "Gang clip names"},
-    {30, "Diversion"},
-    {32, "Loss of video"},
-    {35, "Remote control and gang"},
-    {41, "Signal generator"},
-    {50, "Network"},
-    {52, "Discovery"},
-    {53, "Wireless"},
-    {54, "Wireless addresses"},
-    {55, "Date and time"},
-    {60, "Suppressed alarms"},
-    {70, "Panel and fan"},
-    {80, "Identity"},
-    {91, "Presets: save and recall"},
-    {92, "Presets: load and store"},
-    {93, "Presets: results"},
-    {94, "Presets: names"},
-    {99, "Factory settings"},
-    {100, "Board"},
-    {120, "Identification lamp"},
-    {121, "Detected formats"},
-    {122, "Progress"},
-    {123, "Storage and password"},
-    {125, "Transport, system and media"},
-    {126, "Alarms"},
-    {127, "Panel memory"},
-};
 
 // Their defaults are the unit's own, or its build's.
 constexpr eParam_t kKnownOnTheUnit[] = {
@@ -69,13 +21,6 @@ constexpr eParam_t kKnownOnTheUnit[] = {
     eParamID_SWVersion,  eParamID_SerialNumber,
     eParamID_Flash_Info, eParamID_BoardID,
 };
-
-std::string TitleOf(int group) {
-  for (const GroupTitle& entry : kTitles) {
-    if (entry.group == group) return entry.title;
-  }
-  return "Group " + std::to_string(group);
-}
 
 std::string TextOf(const ParamDescriptor& descriptor, const char* attribute) {
   std::string text;
@@ -109,19 +54,6 @@ std::string Quoted(const std::string& text) {
   return text.empty() ? "empty" : "\"" + Escape(text) + "\"";
 }
 
-std::string Hex(unsigned value) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08x", value);
-  return text;
-}
-
-std::string Dotted(unsigned address) {
-  char text[16];
-  std::snprintf(text, sizeof text, "%u.%u.%u.%u", address >> 24 & 0xff, address >> 16 & 0xff,
-                address >> 8 & 0xff, address & 0xff);
-  return text;
-}
-
 std::string Join(const std::vector<std::string>& parts) {
   std::string joined;
   for (const std::string& part : parts) joined += (joined.empty() ? "" : ", ") + part;
@@ -131,12 +63,12 @@ std::string Join(const std::vector<std::string>& parts) {
 // "50.1 IP Config", as the help texts refer to it.
 std::string Reference(eParam_t id) {
   const ParamDescriptor* const descriptor = FindDescriptor(id);
-  return descriptor == nullptr ? Hex(id)
+  return descriptor == nullptr ? programs::ParamNumber(id)
                                : MenuOf(*descriptor) + " " + Escape(descriptor->GetName());
 }
 
 std::string NumberOf(const IntegerDescriptor& descriptor, unsigned value) {
-  if (TextOf(descriptor, "format") == "ipv4") return Dotted(value);
+  if (programs::IsAddress(descriptor)) return programs::AddressText(value);
   std::string text = std::to_string(value);
   if (!descriptor.GetUnits().empty()) text += " " + Escape(descriptor.GetUnits());
   return text;
@@ -169,7 +101,7 @@ void PrintEnum(EnumDescriptor& descriptor) {
 }
 
 void PrintInteger(const IntegerDescriptor& descriptor) {
-  const bool address = TextOf(descriptor, "format") == "ipv4";
+  const bool address = programs::IsAddress(descriptor);
   PrintLine("Type", address ? "IPv4 address" : "number");
   if (!address) {
     PrintLine("Range", std::to_string(descriptor.GetMinValue()) + " to " +
@@ -218,8 +150,8 @@ void PrintTies(const ParamDescriptor& descriptor) {
 void PrintParam(ParamDescriptor& descriptor) {
   std::printf("\n### %s %s\n\n", MenuOf(descriptor).c_str(), Escape(descriptor.GetName()).c_str());
   std::printf("%s\n\n", Escape(TextOf(descriptor, "description")).c_str());
-  PrintLine("Identifier",
-            Code(descriptor.GetParamIDName()) + ", " + Code(Hex(descriptor.GetParamID())));
+  PrintLine("Identifier", Code(descriptor.GetParamIDName()) + ", " +
+                              Code(programs::ParamNumber(descriptor.GetParamID())));
   PrintLine("Panel", Escape(descriptor.GetShortName()));
   if (auto* const choices = dynamic_cast<EnumDescriptor*>(&descriptor)) {
     PrintEnum(*choices);
@@ -232,8 +164,7 @@ void PrintParam(ParamDescriptor& descriptor) {
   std::vector<std::string> tags;
   for (const std::string& tag : descriptor.GetClassNames()) tags.push_back(Code(tag));
   PrintLine("Tags", Join(tags));
-  unsigned password = 0;
-  if (descriptor.GetAttribute("password", password)) PrintLine("Shown", "masked");
+  if (programs::IsSecret(descriptor)) PrintLine("Shown", "masked");
   PrintTies(descriptor);
 }
 
@@ -261,7 +192,7 @@ int main() {
     const auto section = sections.find(group);
     if (section == sections.end()) continue;
     std::stable_sort(section->second.begin(), section->second.end(), MenuNumberCompare);
-    std::printf("\n## %d %s\n", group, TitleOf(group).c_str());
+    std::printf("\n## %d %s\n", group, programs::MenuTitle(group).c_str());
     for (const eParam_t id : section->second) PrintParam(*FindDescriptor(id));
     sections.erase(section);
   }

@@ -1,0 +1,21 @@
+// Texts that come from peers or from the catalogue, made fit to be shown. Everything that could
+// pass for another line, move a terminal's cursor or turn the direction of what follows is escaped
+// byte by byte, as "\x1b": control characters of either set, line and direction marks, and bytes
+// that are not UTF-8.
+#pragma once
+
+#include <string>
+
+namespace programs {
+
+// Runs of blanks and line breaks become one blank, as in "Remove 3:2" of a two-line panel text.
+std::string OneLine(const std::string& text);
+
+std::string Escape(const std::string& text);
+
+// In quotes; quotes and backslashes get a backslash, so that nothing is ambiguous.
+std::string Quote(const std::string& text);
+// As Quote, with what is beyond `limit` bytes left out and counted behind the quotes.
+std::string QuoteUpTo(std::size_t limit, const std::string& text);
+
+}  // namespace programs
