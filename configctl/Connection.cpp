@@ -1,0 +1,137 @@
+#include "configctl/Connection.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+using qel::vorlane::config::access::NetworkClient;
+
+namespace configctl {
+namespace {
+
+constexpr std::chrono::milliseconds kProbe{1000};
+
+std::string InSeconds(Watchdog::Clock::duration duration) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", std::chrono::duration<double>(duration).count());
+  return std::string(text) + (std::strcmp(text, "1") == 0 ? " second" : " seconds");
+}
+
+Failure TimedOut(const Place& place, const char* doing, Watchdog::Clock::duration limit) {
+  return {Status::kTimeout, place.GetURI() + " gave no answer within " + InSeconds(limit) +
+                                " while " + doing +
+                                "; see whether configd is well there, or wait longer with "
+                                "--timeout"};
+}
+
+// Why the library came back without a connection.
+Failure NotConnected(const Place& place) {
+  const std::string uri = place.GetURI();
+  const int error = place.Probe(kProbe);
+  switch (error) {
+    case 0:
+      return {Status::kNoConnection, "what listens at " + uri +
+                                         " does not answer like configd; check the address and "
+                                         "the port, or look closer with --verbose"};
+    case ECONNREFUSED:
+      return {Status::kNoConnection, "nobody answers at " + uri +
+                                         "; start configd there, or name another place with "
+                                         "--uri"};
+    default:
+      return {Status::kNoConnection, uri + " cannot be reached (" + std::strerror(error) +
+                                         "); check the network, or name another place with "
+                                         "--uri"};
+  }
+}
+
+}  // namespace
+
+Connection::Connection(const Session& session, OnTimeout onTimeout)
+    : _session(session),
+      _onTimeout(onTimeout),
+      _place(session.GetOptions().uri, session.GetOptions().config),
+      _watchdog(std::chrono::duration_cast<Watchdog::Clock::duration>(
+          std::chrono::duration<double>(session.GetOptions().timeout))) {
+  std::optional<Watchdog::Guard> guard;
+  if (_onTimeout == OnTimeout::kEndProgram) guard.emplace(_watchdog, EndProgram("connecting"));
+  _place.Resolve();
+  // The system may try for minutes to reach a machine that is gone.
+  if (_onTimeout == OnTimeout::kLoseConnection && _place.Probe(kProbe) != 0) {
+    throw NotConnected(_place);
+  }
+  const auto start = Watchdog::Clock::now();
+  _config = ConfigFactoryImpl::GetInstance()->Connect(_place.GetLibraryURI());
+  _client = dynamic_cast<NetworkClient*>(_config);
+  if (_config != nullptr) return;
+  const auto took = Watchdog::Clock::now() - start;
+  if (took >= _place.GetPatience()) {
+    throw TimedOut(_place, "connecting", _place.GetPatience());
+  }
+  throw NotConnected(_place);
+}
+
+Connection::~Connection() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+
+// An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
+Watchdog::Action Connection::EndProgram(const char* doing) {
+  return [this, doing] { ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit()))); };
+}
+
+Watchdog::Guard Connection::Watch(const char* doing) {
+  if (_onTimeout == OnTimeout::kEndProgram) return Watchdog::Guard(_watchdog, EndProgram(doing));
+  return Watchdog::Guard(_watchdog, [this] {
+    if (_client != nullptr) _client->StopEventsThread();
+  });
+}
+
+bool Connection::IsAlive() const { return _client == nullptr || _client->IsConnected(); }
+
+void Connection::ThrowLost() const {
+  throw Failure(Status::kNoConnection,
+                "the connection to " + GetURI() +
+                    " was lost; see whether configd is still running there, and try again");
+}
+
+programs::Value Connection::Get(eParam_t id) {
+  const auto guard = Watch("reading");
+  const auto start = Watchdog::Clock::now();
+  const ParamDescriptor* const param = FindDescriptor(id);
+  if (param != nullptr && param->GetParamType() == eParamType_String) {
+    std::string text;
+    if (_config->Get(id, text) != 0) return text;
+  } else {
+    unsigned int number = 0;
+    if (_config->Get(id, number) != 0) return number;
+  }
+  if (!IsAlive()) ThrowLost();
+  if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
+    throw TimedOut(_place, "reading", _place.GetPatience());
+  }
+  throw Failure(Status::kRefused, GetURI() + " has no value for " + programs::ParamName(id) +
+                                      "; it may be another model of the recorder");
+}
+
+void Connection::Set(eParam_t id, const programs::Value& value) {
+  const auto guard = Watch("setting");
+  const auto set = [&](const auto& content) { return _config->Set(id, content); };
+  if (std::visit(set, value) != 0) return;
+  if (!IsAlive()) ThrowLost();
+  // A refused number is found out by reading it back, as not every transport tells.
+  if (std::holds_alternative<unsigned int>(value)) return;
+  throw Failure(Status::kRefused, "the value for " + programs::ParamName(id) +
+                                      " cannot be sent; texts may have up to 8000 bytes");
+}
+
+void Connection::Listen(ConfigEventListener& listener) {
+  if (!_place.CanListen()) {
+    throw Failure(Status::kUsage,
+                  "changes cannot be watched at " + GetURI() + "; use its tcp:// URI instead");
+  }
+  const auto guard = Watch("registering");
+  if (_config->AddConfigEventListener(&listener) == 0) ThrowLost();
+}
+
+}  // namespace configctl

@@ -1,0 +1,54 @@
+// A connection to a configuration, made through the library. Every exchange is bounded by the
+// session's time-out; what happens then is the caller's choice: the program ends, which is right
+// for a command that asks once, or the connection counts as lost. One thread uses a connection.
+#pragma once
+
+#include <string>
+
+#include "configctl/Place.h"
+#include "configctl/Session.h"
+#include "configctl/Watchdog.h"
+#include "libconfig/libconfig.h"
+#include "programs/ValueText.h"
+
+namespace configctl {
+
+class Connection {
+ public:
+  enum class OnTimeout { kEndProgram, kLoseConnection };
+
+  // Throws Failure when nobody is there, and for options that name no place. Making a connection
+  // that may be lost takes as long as the library is patient.
+  Connection(const Session& session, OnTimeout onTimeout);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void SetOnTimeout(OnTimeout choice) { _onTimeout = choice; }
+  // As far as this side knows; a transport without connections is alive until an exchange fails.
+  bool IsAlive() const;
+  // As the user would write it.
+  std::string GetURI() const { return _place.GetURI(); }
+
+  // Throw Failure: kNoConnection or kTimeout when the connection is lost, kRefused when the other
+  // side has no such value or cannot be sent this one.
+  programs::Value Get(eParam_t id);
+  void Set(eParam_t id, const programs::Value& value);
+  // `listener` is called until the connection is gone.
+  void Listen(ConfigEventListener& listener);
+
+ private:
+  Watchdog::Action EndProgram(const char* doing);
+  Watchdog::Guard Watch(const char* doing);
+  [[noreturn]] void ThrowLost() const;
+
+  const Session& _session;
+  OnTimeout _onTimeout;
+  Place _place;
+  Watchdog _watchdog;
+  Config* _config = nullptr;
+  // The same connection where the transport is one that can break.
+  qel::vorlane::config::access::NetworkClient* _client = nullptr;
+};
+
+}  // namespace configctl

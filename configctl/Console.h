@@ -1,0 +1,45 @@
+// The tool's own lines on standard output and standard error. The library reports on the same two
+// descriptors, in words that are meant for its developers; Take moves the tool's lines to
+// descriptors of their own and leaves the library none that leads to the user. Any thread may
+// print: each call is written whole and at once, also into a pipe.
+//
+// A reader that has gone away ends the program quietly, with status 0. Output that cannot be
+// written for another reason ends it with a message and status 1.
+#pragma once
+
+#include <string>
+
+#include "libconfig/base/Mutex.h"
+
+namespace configctl {
+
+class Console {
+ public:
+  static Console& Instance();
+
+  // Call once, before the library is used. With `verbose` what the library reports comes through
+  // on standard error, and nothing of it on standard output.
+  void Take(bool verbose);
+
+  // A line, or several with line ends between them. The last line end is added.
+  void Print(const std::string& lines);
+  // On standard error, after "configctl: ", and always as one line.
+  void Say(const std::string& message);
+
+  bool IsTerminal() const;
+  // Whether the output is a pipe or a socket that nobody reads any more.
+  bool ReaderIsGone() const;
+  // Columns to lay text out for: the terminal's, or 80.
+  int GetWidth() const;
+
+ private:
+  Console() = default;
+
+  bool Write(int fd, const std::string& text) LIBCONFIG_REQUIRES(_mutex);
+
+  int _out = 1;
+  int _err = 2;
+  qel::config::Mutex _mutex;
+};
+
+}  // namespace configctl

@@ -1,0 +1,132 @@
+#include "configctl/ParamNames.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+#include "configctl/Failure.h"
+#include "configctl/TextLayout.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "programs/Text.h"
+#include "programs/ValueText.h"
+
+using programs::ParamName;
+
+namespace configctl {
+namespace {
+
+constexpr char kPrefix[] = "eParamID_";
+constexpr std::size_t kPrefixLength = sizeof kPrefix - 1;
+constexpr std::size_t kMostSuggestions = 5;
+
+// The least number of characters to insert, drop or replace to make one word from the other.
+std::size_t EditDistance(const std::string& from, const std::string& to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= from.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= to.size(); ++j) {
+      const std::size_t replaced = diagonal + (from[i - 1] == to[j - 1] ? 0 : 1);
+      diagonal = row[j];
+      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+bool IsMenuNumber(const std::string& name) {
+  const std::size_t point = name.find('.');
+  return point != std::string::npos && point > 0 && point + 1 < name.size() &&
+         name.find_first_not_of("0123456789.") == std::string::npos &&
+         name.find('.', point + 1) == std::string::npos;
+}
+
+ParamDescriptor* FindByNumber(const std::string& name) {
+  char* end = nullptr;
+  const unsigned long number = std::strtoul(name.c_str(), &end, 16);
+  if (*end != '\0' || number > 0xFFFFFFFF) return nullptr;
+  return FindDescriptor(static_cast<eParam_t>(number));
+}
+
+ParamDescriptor* FindByMenuNumber(const std::string& number) {
+  std::vector<ParamDescriptor*> found;
+  std::vector<std::string> names;
+  for (const eParam_t id : GetParamIDs()) {
+    ParamDescriptor* const param = FindDescriptor(id);
+    if (MenuNumber(*param) != number) continue;
+    found.push_back(param);
+    names.push_back(ParamName(*param));
+  }
+  if (found.empty()) return nullptr;
+  if (found.size() == 1) return found.front();
+  throw Failure(Status::kRefused, number + " stands for " + std::to_string(found.size()) +
+                                      " parameters; name one of them: " + Join(names));
+}
+
+ParamDescriptor* FindByName(const std::string& name) {
+  std::string wanted = ToLower(name);
+  if (wanted.compare(0, kPrefixLength, ToLower(kPrefix)) == 0) wanted.erase(0, kPrefixLength);
+  for (const eParam_t id : GetParamIDs()) {
+    ParamDescriptor* const param = FindDescriptor(id);
+    if (ToLower(ParamName(*param)) == wanted) return param;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+ParamDescriptor& FindParam(const std::string& name) {
+  ParamDescriptor* param = FindByName(name);
+  if (param == nullptr && ToLower(name).compare(0, 2, "0x") == 0) param = FindByNumber(name);
+  if (param == nullptr && IsMenuNumber(name)) param = FindByMenuNumber(name);
+  if (param != nullptr) return *param;
+
+  std::vector<std::string> names;
+  for (const eParam_t id : GetParamIDs()) names.push_back(ParamName(id));
+  const std::vector<std::string> nearest = Nearest(name, names);
+  throw Failure(Status::kRefused, "there is no parameter " + programs::Quote(name) + "; " +
+                                      (nearest.empty() ? "see configctl list --hidden"
+                                                       : "did you mean " + JoinOr(nearest) + "?"));
+}
+
+std::string MenuNumber(const ParamDescriptor& param) {
+  std::string number;
+  param.GetAttribute("menu_number", number);
+  return number;
+}
+
+int MenuGroup(const ParamDescriptor& param) { return std::atoi(MenuNumber(param).c_str()); }
+
+std::vector<ParamDescriptor*> ParamsInMenuOrder() {
+  std::vector<eParam_t> ids = GetParamIDs();
+  std::stable_sort(ids.begin(), ids.end(), MenuNumberCompare);
+  std::vector<ParamDescriptor*> params;
+  for (const eParam_t id : ids) params.push_back(FindDescriptor(id));
+  return params;
+}
+
+bool IsHidden(const ParamDescriptor& param) {
+  return param.HasClassName("hidden_param") || param.HasClassName("panel_hidden");
+}
+
+std::vector<std::string> Nearest(const std::string& word,
+                                 const std::vector<std::string>& candidates) {
+  const std::string wanted = ToLower(word);
+  const std::size_t tolerated = std::max<std::size_t>(1, wanted.size() / 3);
+  std::vector<std::pair<std::size_t, std::string>> ranked;
+  for (const std::string& candidate : candidates) {
+    const std::string other = ToLower(candidate);
+    const std::size_t distance = EditDistance(wanted, other);
+    const bool contained = wanted.size() >= 3 && other.find(wanted) != std::string::npos;
+    if (distance <= tolerated || contained) ranked.emplace_back(distance, candidate);
+  }
+  std::stable_sort(ranked.begin(), ranked.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  if (ranked.size() > kMostSuggestions) ranked.resize(kMostSuggestions);
+  std::vector<std::string> nearest;
+  for (auto& entry : ranked) nearest.push_back(std::move(entry.second));
+  return nearest;
+}
+
+}  // namespace configctl

@@ -1,0 +1,50 @@
+// Where a configuration is to be found: what the user named with --uri and --config, understood and
+// checked. The library takes dotted addresses only; Resolve finds the one that belongs to a name.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace configctl {
+
+class Place {
+ public:
+  static constexpr int kDefaultPort = 43110;
+  static constexpr int kNoConfig = -1;
+
+  // Understands "tcp://HOST:PORT" or another transport's name, with "/configid=N" behind it or not;
+  // the port may be left out. `config` overrides the URI's configuration number unless it is
+  // kNoConfig. Throws Failure.
+  Place(const std::string& uri, int config);
+
+  // Finds the address, which may take long. Throws Failure.
+  void Resolve();
+
+  // As the user would write it.
+  std::string GetURI() const;
+  int GetConfig() const { return _config; }
+  // Whether changes can be heard there.
+  bool CanListen() const;
+  // How long the library waits for an answer. It then reports a failure like any other.
+  std::chrono::milliseconds GetPatience() const;
+  // What the library connects to. REQUIRES: Resolve.
+  std::string GetLibraryURI() const;
+
+  // Opens a connection and closes it again. Returns 0 when that worked within `limit`, else the
+  // system's error number: ECONNREFUSED where a transport has no connections. REQUIRES: Resolve.
+  int Probe(std::chrono::milliseconds limit) const;
+
+ private:
+  struct Scheme;
+  static const Scheme kSchemes[];
+
+  void ReadOptions(const std::string& uri, std::string options);
+
+  const Scheme* _scheme = nullptr;
+  std::string _host;
+  int _port = kDefaultPort;
+  int _config = 0;
+  std::string _address;  // dotted
+};
+
+}  // namespace configctl

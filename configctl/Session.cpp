@@ -1,0 +1,53 @@
+#include "configctl/Session.h"
+
+#include <utility>
+
+using nlohmann::json;
+
+namespace configctl {
+namespace {
+
+// A peer's text may hold any bytes; JSON is UTF-8.
+std::string Dump(const json& object) {
+  return object.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+}  // namespace
+
+Session::Session(const CommonOptions& options, std::string command)
+    : _options(options),
+      _command(std::move(command)),
+      _valueText(options.showSecrets ? programs::ValueText::Secrets::kShow
+                                     : programs::ValueText::Secrets::kMask),
+      _console(Console::Instance()) {}
+
+void Session::PrintResult(const json& result) const {
+  _console.Print(Dump({{"ok", true}, {"command", _command}, {"result", result}}));
+}
+
+json Session::ToJson(eParam_t id, const programs::Value& value) const {
+  json object = {{"name", programs::ParamName(id)},
+                 {"id", programs::ParamNumber(id)},
+                 {"text", _valueText.Plain(id, value)}};
+  if (_valueText.Hides(id)) {
+    object["value"] = object["text"];
+    object["masked"] = true;
+  } else {
+    std::visit([&](const auto& content) { object["value"] = content; }, value);
+  }
+  return object;
+}
+
+int Session::Fail(const Failure& failure) const {
+  const int status = static_cast<int>(failure.GetStatus());
+  if (_options.json) {
+    _console.Print(Dump({{"ok", false},
+                         {"command", _command},
+                         {"error", {{"code", status}, {"message", failure.what()}}}}));
+  } else {
+    _console.Say(failure.what());
+  }
+  return status;
+}
+
+}  // namespace configctl
