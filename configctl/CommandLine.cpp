@@ -36,7 +36,13 @@ std::string Indented(const std::string& lines) {
   return result;
 }
 
-std::string WithoutLineEnd(std::string text) {
+// One empty line where the formatter leaves two, and none at the end.
+std::string Tidy(const std::string& help) {
+  std::string text;
+  for (const char c : help) {
+    const std::size_t size = text.size();
+    if (c != '\n' || size < 2 || text.compare(size - 2, 2, "\n\n") != 0) text += c;
+  }
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
 }
@@ -51,12 +57,15 @@ CommandLine::CommandLine() : _app("Reads, changes and watches the settings of a 
   _app.footer(kFooter);
   _app.set_version_flag("--version", kVersion, "Print the version");
   _app.get_formatter()->column_width(28);
+  _app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  _app.get_formatter()->label("Positionals", "Arguments");
   // Declared for the command once more, so that its help shows them too.
   DeclareCommonOptions(_app);
   for (const CommandEntry& entry : Commands()) {
     CLI::App* const sub = _app.add_subcommand(entry.name, entry.summary);
     _commands.push_back(entry.make());
     Command* const command = _commands.back().get();
+    sub->group("Commands");
     command->Declare(*sub);
     DeclareCommonOptions(*sub);
     sub->footer("Examples:" + Indented(entry.examples));
@@ -96,7 +105,7 @@ std::string CommandLine::Parse(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion&) {
     return kVersion;
   } catch (const CLI::Success&) {
-    return WithoutLineEnd(_app.help());
+    return Tidy(_app.help());
   } catch (const CLI::ParseError& error) {
     // Of a line that was not understood, this much is known.
     const auto wantsJson = [](const char* word) { return std::string(word) == "--json"; };
@@ -110,8 +119,13 @@ std::string CommandLine::Parse(int argc, const char* const* argv) {
 }
 
 Failure CommandLine::Explain(const CLI::ParseError& error) const {
-  const std::vector<std::string> rest = _app.remaining();
-  if (_commandName.empty() && !rest.empty() && rest.front().compare(0, 1, "-") != 0) {
+  const std::vector<std::string> rest = _app.remaining(true);
+  const std::string help =
+      "; see configctl " + _commandName + (_commandName.empty() ? "--help" : " --help");
+  if (!rest.empty() && rest.front().compare(0, 1, "-") == 0) {
+    return {Status::kUsage, "there is no option " + programs::Quote(rest.front()) + help};
+  }
+  if (_commandName.empty() && !rest.empty()) {
     std::vector<std::string> names;
     for (const CommandEntry& entry : Commands()) names.emplace_back(entry.name);
     const std::vector<std::string> nearest = Nearest(rest.front(), names);
@@ -119,9 +133,11 @@ Failure CommandLine::Explain(const CLI::ParseError& error) const {
                                 (nearest.empty() ? "see configctl --help"
                                                  : "did you mean " + JoinOr(nearest) + "?")};
   }
-  const std::string command = _commandName.empty() ? "" : _commandName + " ";
-  return {Status::kUsage,
-          programs::OneLine(error.what()) + "; see configctl " + command + "--help"};
+  if (!rest.empty()) {
+    return {Status::kUsage, "there is too much on the line: " + programs::Quote(rest.front()) +
+                                "; put a text of several words in quotes" + help};
+  }
+  return {Status::kUsage, programs::OneLine(error.what()) + help};
 }
 
 }  // namespace configctl

@@ -12,7 +12,7 @@ const std::vector<CommandEntry>& Commands() {
        "configctl set IPConfig DHCP\n"
        "configctl set IPAddress 192.168.0.20\n"
        "configctl set SysName \"Edit Suite 7\"\n"
-       "configctl set SysName -- --",
+       "configctl set SysName -- --a-text-that-begins-with-dashes--",
        MakeSetCommand},
       {"watch", "Print each change as it happens, until it is interrupted",
        "configctl watch\n"

@@ -9,7 +9,7 @@
 #include "programs/Text.h"
 #include "programs/ValueText.h"
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 using programs::OneLine;
 using programs::ParamName;
 

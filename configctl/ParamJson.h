@@ -13,7 +13,7 @@ namespace configctl {
 std::string TypeName(const ParamDescriptor& param);
 
 // What the parameter is; describe adds how it is tied to others.
-nlohmann::json ParamToJson(const ParamDescriptor& param);
+nlohmann::ordered_json ParamToJson(const ParamDescriptor& param);
 
 // A relation as it is seen from either end: `other` is the parameter at the far end, and `value`
 // that of the parameter which the relation names.
@@ -26,6 +26,6 @@ std::vector<Tie> TiesFrom(const ParamDescriptor& param);
 // Those that other parameters declare.
 std::vector<Tie> TiesTo(const ParamDescriptor& param);
 
-nlohmann::json TiesToJson(const ParamDescriptor& param);
+nlohmann::ordered_json TiesToJson(const ParamDescriptor& param);
 
 }  // namespace configctl

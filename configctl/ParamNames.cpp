@@ -18,21 +18,27 @@ namespace {
 constexpr char kPrefix[] = "eParamID_";
 constexpr std::size_t kPrefixLength = sizeof kPrefix - 1;
 constexpr std::size_t kMostSuggestions = 5;
+constexpr std::size_t kLongestWord = 100;
 
-// The least number of characters to insert, drop or replace to make one word from the other.
+// The least number of characters to insert, drop or replace, or of neighbours to swap, to make one
+// word from the other.
 std::size_t EditDistance(const std::string& from, const std::string& to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;
-  for (std::size_t i = 1; i <= from.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= to.size(); ++j) {
-      const std::size_t replaced = diagonal + (from[i - 1] == to[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+  std::vector<std::vector<std::size_t>> distance(from.size() + 1,
+                                                 std::vector<std::size_t>(to.size() + 1));
+  for (std::size_t i = 0; i <= from.size(); ++i) {
+    for (std::size_t j = 0; j <= to.size(); ++j) {
+      std::size_t& least = distance[i][j];
+      least = std::max(i, j);  // where one of them is empty
+      if (i == 0 || j == 0) continue;
+      const bool same = from[i - 1] == to[j - 1];
+      least = std::min({distance[i - 1][j] + 1, distance[i][j - 1] + 1,
+                        distance[i - 1][j - 1] + (same ? 0 : 1)});
+      if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+        least = std::min(least, distance[i - 2][j - 2] + 1);
+      }
     }
   }
-  return row.back();
+  return distance.back().back();
 }
 
 bool IsMenuNumber(const std::string& name) {
@@ -112,6 +118,7 @@ bool IsHidden(const ParamDescriptor& param) {
 
 std::vector<std::string> Nearest(const std::string& word,
                                  const std::vector<std::string>& candidates) {
+  if (word.size() > kLongestWord) return {};
   const std::string wanted = ToLower(word);
   const std::size_t tolerated = std::max<std::size_t>(1, wanted.size() / 3);
   std::vector<std::pair<std::size_t, std::string>> ranked;

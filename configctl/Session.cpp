@@ -2,7 +2,7 @@
 
 #include <utility>
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 namespace configctl {
 namespace {

@@ -35,11 +35,11 @@ class Session {
   Console& GetConsole() const { return _console; }
 
   void Print(const std::string& lines) const { _console.Print(lines); }
-  void PrintResult(const nlohmann::json& result) const;
+  void PrintResult(const nlohmann::ordered_json& result) const;
   // A parameter and its value, for results:
   //   {"name": "IPConfig", "id": "0x32010000", "value": 1, "text": "DHCP"}
   // A value that is masked is a text, and "masked" is true.
-  nlohmann::json ToJson(eParam_t id, const programs::Value& value) const;
+  nlohmann::ordered_json ToJson(eParam_t id, const programs::Value& value) const;
 
   // Tells the user, and returns the status for main.
   int Fail(const Failure& failure) const;

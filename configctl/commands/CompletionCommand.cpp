@@ -66,7 +66,7 @@ std::string JoinWith(const std::string& separator, const std::vector<std::string
 std::vector<std::string> OptionNames(const CLI::App& app, bool onlyWithValue) {
   std::vector<std::string> names;
   for (const CLI::Option* const option : app.get_options()) {
-    if (onlyWithValue && option->get_type_size() == 0) continue;
+    if (onlyWithValue && option->get_expected_min() == 0) continue;
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   }
   return names;
@@ -118,11 +118,11 @@ class CompletionCommand : public Command {
  public:
   void Declare(CLI::App& app) override {
     app.add_option("WHAT", _what,
-                   "bash: a script to source; names: of all parameters; values: of one parameter's "
-                   "choices")
+                   "bash: a script; names: all parameters; values: the choices of one")
+        ->type_name("")
         ->required()
         ->check(CLI::IsMember({"bash", "names", "values"}).description(""));
-    app.add_option("NAME", _name, "The parameter, with values");
+    app.add_option("NAME", _name, "The parameter, with values")->type_name("");
   }
 
   void Run(Session& session) override {

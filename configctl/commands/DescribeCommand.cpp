@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 
 #include "configctl/Command.h"
@@ -47,11 +48,15 @@ class Page {
 void DescribeChoices(const EnumDescriptor& param, Page& page) {
   page.Entry("Type",
              programs::IsBitMask(param) ? "bits, of which several may be set" : "enumeration");
+  std::size_t width = 4;
+  for (const EnumValueDescriptor& choice : ChoicesOf(param)) {
+    width = std::max(width, std::to_string(choice.value).size() + 2);
+  }
   std::string label = "Choices";
   for (const EnumValueDescriptor& choice : ChoicesOf(param)) {
     const std::string name = OneLine(choice.name);
     const std::string shortName = OneLine(choice.shortName);
-    page.Item(label, Pad(std::to_string(choice.value), 4) + name +
+    page.Item(label, Pad(std::to_string(choice.value), width) + name +
                          (shortName == name ? "" : "  [" + shortName + "]"));
     label.clear();
   }
@@ -59,7 +64,7 @@ void DescribeChoices(const EnumDescriptor& param, Page& page) {
 
 void DescribeNumber(const IntegerDescriptor& param, Page& page) {
   page.Entry("Type", TypeName(param));
-  page.Entry("Range", RangeText(param));
+  if (!programs::IsAddress(param)) page.Entry("Range", RangeText(param));
   if (param.GetAdjustBy() != 1) page.Entry("Step", std::to_string(param.GetAdjustBy()));
   page.Entry("Units", param.GetUnits());
   if (param.GetScaleBy() != 1) page.Entry("Shown times", std::to_string(param.GetScaleBy()));
@@ -174,7 +179,7 @@ std::string Describe(const ParamDescriptor& param, int width) {
 class DescribeCommand : public Command {
  public:
   void Declare(CLI::App& app) override {
-    app.add_option("NAME", _name, "The parameter")->required();
+    app.add_option("NAME", _name, "The parameter")->type_name("")->required();
   }
 
   void Run(Session& session) override {
@@ -183,7 +188,7 @@ class DescribeCommand : public Command {
       session.Print(Describe(param, session.GetConsole().GetWidth()));
       return;
     }
-    nlohmann::json result = ParamToJson(param);
+    nlohmann::ordered_json result = ParamToJson(param);
     result.update(TiesToJson(param));
     session.PrintResult(result);
   }

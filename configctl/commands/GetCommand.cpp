@@ -10,6 +10,7 @@ class GetCommand : public Command {
   void Declare(CLI::App& app) override {
     app.add_option("NAME", _names,
                    "Parameters. One is answered with its value alone, several with a line each")
+        ->type_name("")
         ->required();
   }
 
@@ -19,7 +20,7 @@ class GetCommand : public Command {
 
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     std::string lines;
-    nlohmann::json result = nlohmann::json::array();
+    nlohmann::ordered_json result = nlohmann::ordered_json::array();
     for (const eParam_t id : ids) {
       const programs::Value value = connection.Get(id);
       result.push_back(session.ToJson(id, value));

@@ -29,7 +29,7 @@ class ListCommand : public Command {
     }
     if (_group->count() != 0 && groups.count(_number) == 0) ThrowNoGroup(groups);
     if (session.WantsJson()) {
-      nlohmann::json result = nlohmann::json::array();
+      nlohmann::ordered_json result = nlohmann::ordered_json::array();
       for (const ParamDescriptor* const param : listed) result.push_back(ParamToJson(*param));
       session.PrintResult(result);
       return;

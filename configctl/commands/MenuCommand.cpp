@@ -57,10 +57,10 @@ class MenuCommand : public Command {
   }
 
  private:
-  static nlohmann::json ToJson(const std::vector<Menu>& menus) {
-    nlohmann::json list = nlohmann::json::array();
+  static nlohmann::ordered_json ToJson(const std::vector<Menu>& menus) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const Menu& menu : menus) {
-      nlohmann::json params = nlohmann::json::array();
+      nlohmann::ordered_json params = nlohmann::ordered_json::array();
       for (const eParam_t id : menu.params) params.push_back(ParamToJson(*FindDescriptor(id)));
       list.push_back({{"number", menu.group},
                       {"title", programs::MenuTitle(menu.group)},

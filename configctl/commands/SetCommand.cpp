@@ -12,10 +12,9 @@ namespace {
 class SetCommand : public Command {
  public:
   void Declare(CLI::App& app) override {
-    app.add_option("NAME", _name, "The parameter")->required();
-    app.add_option("VALUE", _text,
-                   "A number, a choice's label or short label, a dotted address, or a text; behind "
-                   "-- when it begins with a dash")
+    app.add_option("NAME", _name, "The parameter")->type_name("")->required();
+    app.add_option("VALUE", _text, "A number, a label of a choice, an address, or a text")
+        ->type_name("")
         ->required();
     app.add_flag("--strict", _strict, "Refuse a number that would be stored as another one");
     app.add_flag("--force", _force,
@@ -86,7 +85,7 @@ class SetCommand : public Command {
       session.Print(line);
       return;
     }
-    nlohmann::json result = session.ToJson(id, now);
+    nlohmann::ordered_json result = session.ToJson(id, now);
     result["outcome"] = outcome;
     result["asked"] = session.ToJson(id, asked)["value"];
     result["before"] = session.ToJson(id, before)["value"];

@@ -163,11 +163,11 @@ class Watcher {
   void Print(const char* kind, eParam_t id, const Value* before, const Value& now,
              timeval when) const {
     if (_session.WantsJson()) {
-      nlohmann::json result = _session.ToJson(id, now);
+      nlohmann::ordered_json result = _session.ToJson(id, now);
       result["event"] = kind;
       result["time"] = programs::UniversalTime(when);
       if (before != nullptr) {
-        nlohmann::json old = _session.ToJson(id, *before);
+        nlohmann::ordered_json old = _session.ToJson(id, *before);
         result["before"] = {{"value", old["value"]}, {"text", old["text"]}};
       }
       _session.PrintResult(result);
@@ -203,12 +203,13 @@ class WatchCommand : public Command {
  public:
   void Declare(CLI::App& app) override {
     app.add_option("NAME", _names,
-                   "Parameters to watch; their values are printed first. All when none is named");
+                   "Parameters, whose values are printed first; all when none is named")
+        ->type_name("");
     app.add_flag("--initial", _options.initial,
                  "Print the values first also when no parameter is named");
     app.add_option("--count", _options.count, "End after N changes")
         ->type_name("N")
-        ->check(CLI::PositiveNumber.description(""));
+        ->check(CLI::Range(1UL, 1000000000UL).description(""));
     app.add_flag("--all-events", _options.allEvents,
                  "Print also what is announced without being changed");
   }

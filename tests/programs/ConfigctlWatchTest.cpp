@@ -1,0 +1,158 @@
+// configctl watch: what it prints while others change things, come and go.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/programs/Programs.h"
+#include "tests/testing/Wire.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing_support::Daemon;
+using testing_support::ParamRequest;
+using testing_support::Process;
+using testing_support::RunConfigctl;
+using testing_support::StartConfigctl;
+using testing_support::WirePeer;
+
+namespace {
+
+constexpr char kTime[] = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3}  ";
+constexpr uint32_t kIntervalTime = 0x09030000;
+constexpr uint32_t kHighestIntervalTime = 86400;
+
+std::string WithoutTime(const std::string& line) {
+  EXPECT_THAT(line, MatchesRegex(kTime + std::string(".*")));
+  return line.substr(std::min<std::size_t>(line.size(), 25));
+}
+
+class ConfigctlWatch : public testing::Test {
+ protected:
+  std::unique_ptr<Process> Watch(Process::Words arguments) {
+    arguments.insert(arguments.begin(), "watch");
+    return StartConfigctl(_daemon->GetURI(), arguments);
+  }
+  void Set(const std::string& name, const std::string& value) {
+    EXPECT_EQ(0, RunConfigctl(_daemon->GetURI(), {"set", name, value}).status);
+  }
+
+  std::unique_ptr<Daemon> _daemon = std::make_unique<Daemon>();
+};
+
+}  // namespace
+
+TEST_F(ConfigctlWatch, PrintsTheValuesItWasAskedForAndThenEachChange) {
+  const auto watch = Watch({"IPConfig", "SysName", "SystemPassword"});
+  EXPECT_EQ("IPConfig: Default Addr (0)", WithoutTime(watch->WaitForLine()));
+  EXPECT_EQ("SysName: \"Vantor Rack\"", WithoutTime(watch->WaitForLine()));
+  EXPECT_EQ("SystemPassword: \"********\"", WithoutTime(watch->WaitForLine()));
+  Set("IPConfig", "DHCP");
+  EXPECT_EQ("IPConfig: Default Addr (0) -> DHCP (1)", WithoutTime(watch->WaitForLine()));
+  Set("IntervalFrames", "7");  // nobody asked for this one
+  Set("IPConfig", "DHCP");     // and this one is none
+  Set("SystemPassword", "hunter2");
+  EXPECT_EQ("SystemPassword: \"********\" -> \"********\"", WithoutTime(watch->WaitForLine()));
+  watch->Kill(SIGTERM);
+  EXPECT_EQ(0, watch->Wait());
+  EXPECT_EQ("", watch->GetErrors());
+}
+
+TEST_F(ConfigctlWatch, WatchesEverythingAndEndsAfterTheWantedNumberOfChanges) {
+  const auto watch = Watch({"--initial", "--count", "2"});
+  watch->WaitForLine("GangList: ");  // one of the last
+  watch->WaitForLine("LastSelectedMediaParam: ");
+  Set("IntervalFrames", "7");
+  EXPECT_EQ("IntervalFrames: 1 frames -> 7 frames", WithoutTime(watch->WaitForLine()));
+  Set("IPAddress", "10.0.0.1");
+  EXPECT_EQ("IPAddress: 192.168.0.2 -> 10.0.0.1", WithoutTime(watch->WaitForLine()));
+  EXPECT_EQ(0, watch->Wait());
+}
+
+TEST_F(ConfigctlWatch, PrintsWhatIsOnlyAnnouncedWhenAsked) {
+  const auto watch = Watch({"IPConfig", "IPAddress_3", "--all-events", "--json"});
+  json first = json::parse(watch->WaitForLine()).at("result");
+  EXPECT_EQ("initial", first.at("event"));
+  EXPECT_THAT(first.at("time").get<std::string>(), MatchesRegex("20.*T.*[.][0-9]{3}Z"));
+  watch->WaitForLine("IPAddress_3");
+  Set("IPConfig", "DHCP");
+  json change = json::parse(watch->WaitForLine());
+  EXPECT_EQ(true, change.at("ok"));
+  EXPECT_EQ("watch", change.at("command"));
+  change = change.at("result");
+  change.erase("time");
+  EXPECT_EQ(json({{"event", "change"},
+                  {"name", "IPConfig"},
+                  {"id", "0x32010000"},
+                  {"value", 1},
+                  {"text", "DHCP"},
+                  {"before", {{"value", 0}, {"text", "Default Addr"}}}}),
+            change);
+  // The address in use depends on it, although it is the same.
+  EXPECT_THAT(watch->WaitForLine(), HasSubstr("\"name\":\"IPAddress_3\""));
+  watch->Kill(SIGINT);
+  EXPECT_EQ(0, watch->Wait());
+}
+
+// Registers first and looks at the values then: each line must continue the one before it.
+TEST_F(ConfigctlWatch, LosesNoChangeWhileItStarts) {
+  WirePeer peer(std::stoi(_daemon->GetPort()), 0);
+  const auto watch = Watch({"IntervalTime"});
+  for (uint32_t value = 1000; value < 3000; ++value) {
+    peer.Send(ParamRequest(81, kIntervalTime, value));
+  }
+  // So that it sees a change also when it started late.
+  std::string value = WithoutTime(watch->WaitForLine("IntervalTime: ")).substr(14);
+  peer.Send(ParamRequest(81, kIntervalTime, kHighestIntervalTime));
+  while (value != "86400 s") {
+    const std::string line = WithoutTime(watch->WaitForLine());
+    const std::size_t arrow = line.find(" -> ");
+    ASSERT_NE(std::string::npos, arrow) << line;
+    ASSERT_EQ("IntervalTime: " + value, line.substr(0, arrow));
+    const std::string next = line.substr(arrow + 4);
+    const int step = std::stoi(next) - std::stoi(value);
+    EXPECT_TRUE(step == 1 || next == "86400 s") << line;
+    value = next;
+  }
+}
+
+TEST_F(ConfigctlWatch, ReconnectsToADaemonThatWasKilledAndTellsWhatChangedMeanwhile) {
+  const auto watch = Watch({"IPConfig", "SysName"});
+  watch->WaitForLine("SysName");
+  Set("IPConfig", "DHCP");
+  watch->WaitForLine("-> DHCP (1)");
+  const std::string uri = _daemon->GetURI();
+  const std::string port = _daemon->GetPort();
+
+  _daemon->GetProcess().Kill(SIGKILL);
+  EXPECT_EQ("configctl: " + uri + " has gone away; waiting for it to come back",
+            watch->WaitForErrorLine());
+  _daemon = nullptr;
+  _daemon = std::make_unique<Daemon>(port);
+  EXPECT_EQ("configctl: " + uri + " is back", watch->WaitForErrorLine());
+  // It came back with its defaults.
+  EXPECT_EQ("IPConfig: DHCP (1) -> Default Addr (0)", WithoutTime(watch->WaitForLine()));
+  Set("SysName", "Edit 7");
+  EXPECT_EQ("SysName: \"Vantor Rack\" -> \"Edit 7\"", WithoutTime(watch->WaitForLine()));
+}
+
+// A daemon that stands still looks like one whose machine is gone.
+TEST_F(ConfigctlWatch, NoticesADaemonThatStandsStill) {
+  const auto watch = Watch({"IPConfig", "--timeout", "0.5", "--json"});
+  watch->WaitForLine("initial");
+  _daemon->GetProcess().Kill(SIGSTOP);
+  EXPECT_THAT(watch->WaitForLine(), HasSubstr("\"event\":\"lost\""));
+  _daemon->GetProcess().Kill(SIGCONT);
+  EXPECT_THAT(watch->WaitForLine(), HasSubstr("\"event\":\"back\""));
+  Set("IPConfig", "DHCP");
+  watch->WaitForLine("\"text\":\"DHCP\"");
+}
+
+TEST_F(ConfigctlWatch, EndsWithItsReader) {
+  const auto watch = Watch({"IPConfig"});
+  watch->WaitForLine("IPConfig");
+  watch->CloseOutput();
+  EXPECT_EQ(0, watch->Wait());
+  EXPECT_EQ("", watch->GetErrors());
+}
