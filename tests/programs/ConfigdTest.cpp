@@ -1,0 +1,208 @@
+// configd as the service manager, a technician and its peers see it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/un.h>
+
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+#include "tests/programs/Programs.h"
+#include "tests/testing/Wire.h"
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing_support::Bytes;
+using testing_support::Daemon;
+using testing_support::ListenerRequest;
+using testing_support::Outcome;
+using testing_support::ParamRequest;
+using testing_support::Process;
+using testing_support::RunConfigctl;
+using testing_support::WirePeer;
+
+namespace {
+
+constexpr uint32_t kIPConfig = 0x32010000;
+
+Outcome RunConfigd(const Process::Words& arguments) {
+  Process::Words command = {CONFIGD_PATH};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  Process process(command);
+  const int status = process.Wait();
+  return {status, process.GetOutput(), process.GetErrors()};
+}
+
+std::string ReadFile(const std::string& name) {
+  std::ifstream file(std::string(SOURCE_FOLDER) + "/" + name);
+  EXPECT_TRUE(file.is_open()) << name;
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+// A datagram socket in the place of the service manager's.
+class ServiceManager {
+ public:
+  ServiceManager() : _fd(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    // An abstract name, which leaves no file behind.
+    _name = "configd_test_" + std::to_string(::getpid());
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    _name.copy(address.sun_path + 1, sizeof address.sun_path - 2);
+    EXPECT_EQ(0,
+              ::bind(_fd, reinterpret_cast<sockaddr*>(&address),
+                     static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + _name.size())));
+  }
+  ~ServiceManager() { ::close(_fd); }
+
+  std::string GetVariable() const { return "NOTIFY_SOCKET=@" + _name; }
+  std::string Receive() {
+    pollfd wanted = {_fd, POLLIN, 0};
+    char text[256];
+    if (::poll(&wanted, 1, 60000) != 1) return {};
+    const ssize_t count = ::recv(_fd, text, sizeof text, 0);
+    return std::string(text, count < 0 ? 0 : static_cast<std::size_t>(count));
+  }
+
+ private:
+  const int _fd;
+  std::string _name;
+};
+
+}  // namespace
+
+TEST(Configd, SaysWhereItServesAndWhatToTry) {
+  Process daemon({CONFIGD_PATH, "--port", "0"});
+  EXPECT_THAT(daemon.WaitForLine(), MatchesRegex("configd [0-9.]+"));
+  const std::string tcp = daemon.WaitForLine();
+  EXPECT_THAT(tcp, MatchesRegex("configd: serving tcp://127.0.0.1:[0-9]+"));
+  const std::string port = tcp.substr(tcp.rfind(':') + 1);
+  EXPECT_EQ("configd: serving udp://127.0.0.1:" + port, daemon.WaitForLine());
+  EXPECT_EQ("configd: ready", daemon.WaitForLine());
+  EXPECT_EQ("configd: try these in another terminal:", daemon.WaitForLine());
+  for (const char* const command : {"watch --initial", "set IPConfig DHCP", "get IPConfig"}) {
+    EXPECT_THAT(daemon.WaitForLine(),
+                MatchesRegex("  .*configctl --uri tcp://127.0.0.1:" + port + " " + command));
+  }
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(0, daemon.Wait());
+  EXPECT_EQ("", daemon.GetErrors());
+}
+
+TEST(Configd, PrintsEachChangeAndWhoMadeIt) {
+  Daemon daemon;
+  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "IPConfig", "DHCP"}).status);
+  EXPECT_THAT(daemon.GetProcess().WaitForLine("IPConfig: "),
+              MatchesRegex("[0-9-]+ [0-9:.]+  IPConfig: Default Addr \\(0\\) -> DHCP \\(1\\)  by "
+                           "configctl \\(process [0-9]+\\) at 127.0.0.1:[0-9]+"));
+  // Whatever is in a text, it stays on its line; what is secret is not shown.
+  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "SysName", "two\nlines\x1b[2J"}).status);
+  EXPECT_THAT(daemon.GetProcess().WaitForLine("SysName: "),
+              HasSubstr("\"two\\x0alines\\x1b[2J\"  by "));
+  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "SystemPassword", "hunter2"}).status);
+  EXPECT_THAT(daemon.GetProcess().WaitForLine("SystemPassword: "), Not(HasSubstr("hunter2")));
+}
+
+TEST(Configd, RefusesWhatItCannotDoInOneLine) {
+  Daemon daemon;
+  EXPECT_EQ((Outcome{1, "",
+                     "configd: cannot serve " + daemon.GetURI() +
+                         ": Address already in use; stop the other server, or choose another port "
+                         "with --port\n"}),
+            RunConfigd({"--port", daemon.GetPort()}));
+  for (const Process::Words& wrong : {Process::Words{"--port", "65536"},
+                                      {"--listen", "here"},
+                                      {"--bogus"},
+                                      {"extra"},
+                                      {"--quiet", "--log-changes"}}) {
+    const Outcome outcome = RunConfigd(wrong);
+    EXPECT_EQ(2, outcome.status) << wrong[0];
+    EXPECT_THAT(outcome.err, MatchesRegex("configd: [^\n]*; see configd --help\n"));
+    EXPECT_EQ("", outcome.out);
+  }
+  EXPECT_THAT(RunConfigd({"--help"}).out, HasSubstr("--listen"));
+}
+
+TEST(Configd, EndsWhenItIsToldToWhateverItsPeersDo) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    Daemon daemon;
+    const int port = std::stoi(daemon.GetPort());
+    std::vector<std::unique_ptr<WirePeer>> peers;
+    for (uint32_t i = 0; i < 20; ++i) {
+      peers.push_back(std::make_unique<WirePeer>(port, i % 3));
+      peers.back()->Send(ListenerRequest(48));
+    }
+    // Half a record from each; and changes that nobody reads.
+    for (const auto& peer : peers) peer->Send(Bytes(3));
+    WirePeer setter(port, 0);
+    for (uint32_t i = 0; i < 5000; ++i) setter.Send(ParamRequest(81, kIPConfig, i % 3));
+    const auto begin = std::chrono::steady_clock::now();
+    daemon.GetProcess().Kill(signal);
+    EXPECT_EQ(0, daemon.GetProcess().Wait());
+    // Far less than any of its peers' time-outs.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+  }
+}
+
+TEST(Configd, TellsTheServiceManager) {
+  ServiceManager manager;
+  Daemon daemon("0", {manager.GetVariable()});
+  EXPECT_EQ("READY=1", manager.Receive());
+  daemon.GetProcess().Kill(SIGTERM);
+  EXPECT_EQ("STOPPING=1", manager.Receive());
+  EXPECT_EQ(0, daemon.GetProcess().Wait());
+}
+
+TEST(Configd, GoesOnWhenAPeerIsKilled) {
+  Daemon daemon;
+  const auto watch = testing_support::StartConfigctl(daemon.GetURI(), {"watch", "IPConfig"});
+  watch->WaitForLine("IPConfig: ");
+  watch->Kill(SIGKILL);
+  EXPECT_EQ(128 + SIGKILL, watch->Wait());
+  EXPECT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "IPConfig", "DHCP"}).status);
+  EXPECT_EQ("DHCP\n", RunConfigctl(daemon.GetURI(), {"get", "IPConfig"}).out);
+  daemon.GetProcess().Kill(SIGKILL);
+  daemon.GetProcess().Wait();
+  EXPECT_EQ(3, RunConfigctl(daemon.GetURI(), {"get", "IPConfig"}).status);
+}
+
+TEST(Configd, KeepsWhatWasChangedWhenNobodyIsConnected) {
+  Daemon daemon;
+  const Process::Words set = {"--config", "5", "set", "SysName", "Edit 7"};
+  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), set).status);
+  EXPECT_EQ("Edit 7\n", RunConfigctl(daemon.GetURI(), {"--config", "5", "get", "SysName"}).out);
+  EXPECT_EQ("Vantor Rack\n", RunConfigctl(daemon.GetURI(), {"get", "SysName"}).out);
+}
+
+TEST(Configd, LeavesUdpAloneWhenToldTo) {
+  Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--quiet"});
+  const std::string line = daemon.WaitForLine("serving ");
+  const int port = std::stoi(line.substr(line.rfind(':') + 1));
+  EXPECT_EQ("configd: ready", daemon.WaitForLine());
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  EXPECT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+  ::close(fd);
+  // And prints no changes.
+  const std::string uri = "tcp://127.0.0.1:" + std::to_string(port);
+  EXPECT_EQ(0, RunConfigctl(uri, {"set", "IPConfig", "DHCP"}).status);
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(0, daemon.Wait());
+  EXPECT_THAT(daemon.GetOutput(), Not(HasSubstr("DHCP (1)")));
+}
+
+TEST(Example, IsTheReadmesAndWorks) {
+  EXPECT_THAT(ReadFile("README.md"),
+              HasSubstr("```cpp\n" + ReadFile("examples/watch_and_set.cpp") + "```\n"));
+  Daemon daemon;
+  Process example({EXAMPLE_PATH, daemon.GetURI()});
+  EXPECT_EQ(0, example.Wait());
+  EXPECT_THAT(example.GetOutput(), HasSubstr("IP Config is 0\nIP Config is now 1\n"));
+}
