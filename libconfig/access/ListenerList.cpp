@@ -4,8 +4,7 @@
 
 namespace qel::config {
 
-ListenerList::Delivery::Delivery(ListenerList& list)
-    : _list(list), _nested(list.IsMine()) {
+ListenerList::Delivery::Delivery(ListenerList& list) : _list(list), _nested(list.IsMine()) {
   if (_nested) return;
   SemaphoreHelper::Wait(_list._lock.Get());
   _list._owner.store(std::this_thread::get_id(), std::memory_order_relaxed);

@@ -2,8 +2,9 @@
 
 #include <sys/socket.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 
 #include "libconfig/access/LiveConfigs.h"
@@ -24,14 +25,20 @@ bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
+// A number beyond the range of its type is the nearer end of it, as in the process's own factory.
 eConfigID_t ReadConfigID(const std::string& uri) {
-  const std::size_t option = uri.find("configid=");
+  constexpr char kOption[] = "configid=";
+  const std::size_t option = uri.find(kOption);
   if (option == std::string::npos) return eConfigID_Default;
-  int number = 0;
-  const int matches = std::sscanf(uri.c_str() + option, "configid=%d", &number);
-  if (matches == 1) return static_cast<eConfigID_t>(number);
-  Report("NetworkFactory::Connect - unable to read configid, matches = %d, uri = %s\n", matches,
-         uri.c_str());
+  const char* const digits = uri.c_str() + option + sizeof kOption - 1;
+  char* end = nullptr;
+  const long long number = std::strtoll(digits, &end, 10);
+  if (end != digits) {
+    using Range = std::numeric_limits<int32_t>;
+    return static_cast<eConfigID_t>(std::clamp<long long>(number, Range::min(), Range::max()));
+  }
+  Report("NetworkFactory::Connect - unable to read configid, matches = %d, uri = %s\n",
+         *digits == '\0' ? -1 : 0, uri.c_str());
   return eConfigID_Default;
 }
 
