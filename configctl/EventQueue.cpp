@@ -27,7 +27,7 @@ void EventQueue::Push(Event event) {
     _overflow = true;
     _events.clear();
   }
-  if (!_overflow) _events.push_back(std::move(event));
+  if (!_overflow) _events.push_back({++_lastNumber, std::move(event)});
   _changed.Signal();
 }
 
@@ -37,15 +37,35 @@ bool EventQueue::Take(std::chrono::milliseconds limit, Event& event) {
   while (_events.empty()) {
     if (_overflow || !_changed.WaitUntil(_mutex, deadline)) return false;
   }
-  event = std::move(_events.front());
+  event = std::move(_events.front().event);
   _events.pop_front();
   return true;
 }
 
-void EventQueue::Forget(eParam_t id) {
+uint64_t EventQueue::GetMark() {
   MutexLock lock(_mutex);
-  const auto isOfThis = [id](const Event& event) { return event.id == id; };
-  _events.erase(std::remove_if(_events.begin(), _events.end(), isOfThis), _events.end());
+  return _lastNumber;
+}
+
+// What came before the value was asked for had been stored before. Of what came since, the event
+// that brought this value, and whatever is before it, is no news; it may yet have to come, when the
+// value was read between being stored and being announced.
+bool EventQueue::Reconcile(eParam_t id, const programs::Value& value, uint64_t mark) {
+  MutexLock lock(_mutex);
+  uint64_t last = mark;
+  bool undecided = false;
+  for (const Numbered& entry : _events) {
+    if (entry.event.id != id || entry.number <= mark) continue;
+    undecided = entry.event.value != value;
+    if (undecided) continue;
+    last = entry.number;
+    break;
+  }
+  const auto isOld = [&](const Numbered& entry) {
+    return entry.event.id == id && entry.number <= last;
+  };
+  _events.erase(std::remove_if(_events.begin(), _events.end(), isOld), _events.end());
+  return !undecided;
 }
 
 bool EventQueue::TakeOverflow() {

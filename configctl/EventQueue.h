@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <string>
 
@@ -26,18 +27,30 @@ class EventQueue : public ConfigEventListener {
 
   // False when nothing came within `limit`.
   bool Take(std::chrono::milliseconds limit, Event& event);
-  // Forgets what has come of one parameter.
-  void Forget(eParam_t id);
+
+  // Put a value that was read in its place among the events: GetMark before it is asked for,
+  // Reconcile with the answer. Events of the parameter that are older than the value are forgotten,
+  // those that are newer stay. False when it cannot be told which they are; reading once more
+  // helps.
+  uint64_t GetMark();
+  bool Reconcile(eParam_t id, const programs::Value& value, uint64_t mark);
+
   // Whether events were lost since the last call, as they came faster than they were taken. What
   // still waited then is forgotten too.
   bool TakeOverflow();
 
  private:
+  struct Numbered {
+    uint64_t number;
+    Event event;
+  };
+
   void Push(Event event);
 
   qel::config::Mutex _mutex;
   qel::config::Condition _changed;
-  std::deque<Event> _events LIBCONFIG_GUARDED_BY(_mutex);
+  std::deque<Numbered> _events LIBCONFIG_GUARDED_BY(_mutex);
+  uint64_t _lastNumber LIBCONFIG_GUARDED_BY(_mutex) = 0;
   bool _overflow LIBCONFIG_GUARDED_BY(_mutex) = false;
 };
 

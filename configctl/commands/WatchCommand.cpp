@@ -21,6 +21,8 @@ constexpr std::chrono::milliseconds kTick{250};
 // How long nothing may come before the daemon is asked whether it is well.
 constexpr std::chrono::seconds kSilence{5};
 constexpr std::chrono::milliseconds kRetry{250};
+// Of one value that keeps changing while it is read.
+constexpr int kMostReadings = 100;
 
 void EndQuietly(int) { ::_exit(static_cast<int>(Status::kDone)); }
 
@@ -122,13 +124,11 @@ class Watcher {
       if (!IsWatched(id) || IsDone()) continue;
       Value value;
       try {
-        value = connection.Get(id);
+        value = Read(connection, id);
       } catch (const Failure& failure) {
         if (failure.GetStatus() != Status::kRefused) throw;
         continue;  // another model's
       }
-      // What came of this parameter before the answer had been stored before it was given.
-      _queue.Forget(id);
       const auto known = _known.find(id);
       if (known == _known.end()) {
         _known[id] = value;
@@ -140,6 +140,15 @@ class Watcher {
       }
     }
     _compared = true;
+  }
+
+  // The value, such that the events that wait are those since.
+  Value Read(Connection& connection, eParam_t id) {
+    for (int attempt = 1;; ++attempt) {
+      const uint64_t mark = _queue.GetMark();
+      Value value = connection.Get(id);
+      if (_queue.Reconcile(id, value, mark) || attempt == kMostReadings) return value;
+    }
   }
 
   bool IsWatched(eParam_t id) const { return _only.empty() || _only.count(id) != 0; }
