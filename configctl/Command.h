@@ -24,6 +24,7 @@ struct CommandEntry {
   const char* name;
   const char* summary;
   const char* examples;
+  const char* remark;  // behind the examples, or null
   std::unique_ptr<Command> (*make)();
 };
 

@@ -68,7 +68,8 @@ CommandLine::CommandLine() : _app("Reads, changes and watches the settings of a 
     sub->group("Commands");
     command->Declare(*sub);
     DeclareCommonOptions(*sub);
-    sub->footer("Examples:" + Indented(entry.examples));
+    sub->footer("Examples:" + Indented(entry.examples) +
+                (entry.remark == nullptr ? "" : "\n\n" + std::string(entry.remark)));
     sub->final_callback([this, command, sub] {
       _command = command;
       _commandName = sub->get_name();

@@ -7,29 +7,33 @@ const std::vector<CommandEntry>& Commands() {
       {"get", "Print the value of parameters",
        "configctl get IPConfig\n"
        "configctl get 50.1 SysName --json",
-       MakeGetCommand},
+       nullptr, MakeGetCommand},
       {"set", "Change the value of a parameter, and tell what was stored",
        "configctl set IPConfig DHCP\n"
        "configctl set IPAddress 192.168.0.20\n"
        "configctl set SysName \"Edit Suite 7\"\n"
        "configctl set SysName -- --a-text-that-begins-with-dashes--",
-       MakeSetCommand},
+       nullptr, MakeSetCommand},
       {"watch", "Print each change as it happens, until it is interrupted",
        "configctl watch\n"
        "configctl watch TransportState MediaState\n"
-       "configctl watch --initial | tee changes.log",
+       "configctl watch --initial | tee changes.log\n"
+       "configctl watch --uri multicast://127.0.0.1:63110",
+       "A multicast:// URI shows only the changes that were made over UDP, on this device. Values\n"
+       "are read over UDP at port 43110, or where /ask=PORT behind the URI says.",
        MakeWatchCommand},
       {"list", "List the parameters",
        "configctl list --group 50\n"
        "configctl list --hidden",
-       MakeListCommand},
+       nullptr, MakeListCommand},
       {"describe", "Tell all there is to know about a parameter", "configctl describe IPConfig",
-       MakeDescribeCommand},
-      {"menu", "Print the menus as the front panel shows them", "configctl menu", MakeMenuCommand},
+       nullptr, MakeDescribeCommand},
+      {"menu", "Print the menus as the front panel shows them", "configctl menu", nullptr,
+       MakeMenuCommand},
       {"status", "Tell whether the configuration can be reached, and how fast it answers",
-       "configctl status --uri tcp://192.168.0.2:43110", MakeStatusCommand},
+       "configctl status --uri tcp://192.168.0.2:43110", nullptr, MakeStatusCommand},
       {"completion", "Print what a shell needs to complete command lines",
-       "source <(configctl completion bash)", MakeCompletionCommand},
+       "source <(configctl completion bash)", nullptr, MakeCompletionCommand},
   };
   return *commands;
 }

@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 using qel::vorlane::config::access::NetworkClient;
+using qel::vorlane::config::access::NetworkUDPClient;
 
 namespace configctl {
 namespace {
@@ -59,7 +61,8 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
   if (_onTimeout == OnTimeout::kEndProgram) guard.emplace(_watchdog, EndProgram("connecting"));
   _place.Resolve();
   // The system may try for minutes to reach a machine that is gone.
-  if (_onTimeout == OnTimeout::kLoseConnection && _place.Probe(kProbe) != 0) {
+  if (_onTimeout == OnTimeout::kLoseConnection && _place.HasConnections() &&
+      _place.Probe(kProbe) != 0) {
     throw NotConnected(_place);
   }
   const auto start = Watchdog::Clock::now();
@@ -73,7 +76,10 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
   throw NotConnected(_place);
 }
 
-Connection::~Connection() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+Connection::~Connection() {
+  ConfigFactoryImpl::GetInstance()->Disconnect(_announcements);
+  ConfigFactoryImpl::GetInstance()->Disconnect(_config);
+}
 
 // An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
 Watchdog::Action Connection::EndProgram(const char* doing) {
@@ -127,11 +133,26 @@ void Connection::Set(eParam_t id, const programs::Value& value) {
 
 void Connection::Listen(ConfigEventListener& listener) {
   if (!_place.CanListen()) {
-    throw Failure(Status::kUsage,
-                  "changes cannot be watched at " + GetURI() + "; use its tcp:// URI instead");
+    throw Failure(Status::kUsage, "changes cannot be watched at " + GetURI() +
+                                      "; use its tcp:// URI instead, or a multicast:// URI");
   }
   const auto guard = Watch("registering");
-  if (_config->AddConfigEventListener(&listener) == 0) ThrowLost();
+  if (const std::string uri = _place.GetListeningURI(); !uri.empty()) {
+    _announcements =
+        dynamic_cast<NetworkUDPClient*>(ConfigFactoryImpl::GetInstance()->Connect(uri));
+    if (_announcements == nullptr || _announcements->AddConfigEventListener(&listener) == 0) {
+      throw Failure(Status::kNoConnection, "changes cannot be heard at " + GetURI() +
+                                               "; see that the loopback interface is up");
+    }
+  } else if (_config->AddConfigEventListener(&listener) == 0) {
+    ThrowLost();
+  }
+}
+
+unsigned int Connection::TakeMissed() {
+  if (_announcements == nullptr) return 0;
+  const unsigned int missed = _announcements->GetMissedEvents();
+  return missed - std::exchange(_missed, missed);
 }
 
 }  // namespace configctl

@@ -36,6 +36,8 @@ class Connection {
   void Set(eParam_t id, const programs::Value& value);
   // `listener` is called until the connection is gone.
   void Listen(ConfigEventListener& listener);
+  // Changes that were announced and have not come, since the last call.
+  unsigned int TakeMissed();
 
  private:
   Watchdog::Action EndProgram(const char* doing);
@@ -49,6 +51,9 @@ class Connection {
   Config* _config = nullptr;
   // The same connection where the transport is one that can break.
   qel::vorlane::config::access::NetworkClient* _client = nullptr;
+  // Where changes are announced, when that is another place.
+  qel::vorlane::config::access::NetworkUDPClient* _announcements = nullptr;
+  unsigned int _missed = 0;
 };
 
 }  // namespace configctl

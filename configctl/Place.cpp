@@ -57,15 +57,18 @@ int ConnectWithin(int fd, const sockaddr_in& address, std::chrono::milliseconds 
 struct Place::Scheme {
   const char* name;
   bool hasConnections;
-  // Over datagrams only changes that were made that way are heard, and only on the device itself.
+  // Over datagrams changes are heard at another place than the one that is asked.
   bool canListen;
   std::chrono::milliseconds patience;
+  int port;
+  const char* asksOver;
 };
 
 // The transports that the library serves. A new one is one row.
 const Place::Scheme Place::kSchemes[] = {
-    {"tcp", true, true, std::chrono::milliseconds(12000)},
-    {"udp", false, false, std::chrono::milliseconds(6000)},
+    {"tcp", true, true, std::chrono::milliseconds(12000), kDefaultPort, "tcp"},
+    {"udp", false, false, std::chrono::milliseconds(6000), kDefaultPort, "udp"},
+    {"multicast", false, true, std::chrono::milliseconds(6000), 63110, "udp"},
 };
 
 Place::Place(const std::string& uri, int config) {
@@ -82,6 +85,7 @@ Place::Place(const std::string& uri, int config) {
   const bool hasPort = authority.find(':') != std::string::npos;
   _host = TakeUntil(authority, ':');
   if (_host.empty()) ThrowUsage(uri, "the host is missing");
+  _port = _scheme->port;
   if (hasPort) {
     _port = ToNumber(authority, 65535);
     if (_port <= 0) ThrowUsage(uri, "the port is not a number from 1 to 65535");
@@ -97,6 +101,9 @@ void Place::ReadOptions(const std::string& uri, std::string options) {
     if (key == "configid") {
       _config = ToNumber(value, INT_MAX);
       if (_config < 0) ThrowUsage(uri, "configid takes a number from 0 on");
+    } else if (key == "ask" && IsListeningPlace()) {
+      _askPort = ToNumber(value, 65535);
+      if (_askPort <= 0) ThrowUsage(uri, "ask takes a port from 1 to 65535");
     } else if (key != "caching" && !key.empty()) {
       // Every command asks the daemon itself, so that there is nothing to cache.
       ThrowUsage(uri, "there is no option \"" + key + "\" here");
@@ -128,10 +135,22 @@ std::string Place::GetURI() const {
          (_config == 0 ? "" : "/configid=" + std::to_string(_config));
 }
 
-std::string Place::GetLibraryURI() const {
-  return std::string(_scheme->name) + "://" + _address + ":" + std::to_string(_port) +
+std::string Place::LibraryURI(const char* scheme, int port) const {
+  return std::string(scheme) + "://" + _address + ":" + std::to_string(port) +
          "/configid=" + std::to_string(_config);
 }
+
+std::string Place::GetLibraryURI() const {
+  return LibraryURI(_scheme->asksOver, IsListeningPlace() ? _askPort : _port);
+}
+
+std::string Place::GetListeningURI() const {
+  return IsListeningPlace() ? LibraryURI(_scheme->name, _port) : "";
+}
+
+bool Place::HasConnections() const { return _scheme->hasConnections; }
+
+bool Place::IsListeningPlace() const { return _scheme->name != std::string(_scheme->asksOver); }
 
 bool Place::CanListen() const { return _scheme->canListen; }
 

@@ -13,8 +13,9 @@ class Place {
   static constexpr int kNoConfig = -1;
 
   // Understands "tcp://HOST:PORT" or another transport's name, with "/configid=N" behind it or not;
-  // the port may be left out. `config` overrides the URI's configuration number unless it is
-  // kNoConfig. Throws Failure.
+  // the port may be left out. "multicast://HOST:PORT" is where changes made over UDP are announced;
+  // whoever has a question asks over UDP at the port that "/ask=PORT" names. `config` overrides the
+  // URI's configuration number unless it is kNoConfig. Throws Failure.
   Place(const std::string& uri, int config);
 
   // Finds the address, which may take long. Throws Failure.
@@ -23,12 +24,15 @@ class Place {
   // As the user would write it.
   std::string GetURI() const;
   int GetConfig() const { return _config; }
+  bool HasConnections() const;
   // Whether changes can be heard there.
   bool CanListen() const;
   // How long the library waits for an answer. It then reports a failure like any other.
   std::chrono::milliseconds GetPatience() const;
   // What the library connects to. REQUIRES: Resolve.
   std::string GetLibraryURI() const;
+  // What it connects to in order to listen, when that is another place; empty otherwise.
+  std::string GetListeningURI() const;
 
   // Opens a connection and closes it again. Returns 0 when that worked within `limit`, else the
   // system's error number: ECONNREFUSED where a transport has no connections. REQUIRES: Resolve.
@@ -38,11 +42,14 @@ class Place {
   struct Scheme;
   static const Scheme kSchemes[];
 
+  bool IsListeningPlace() const;
+  std::string LibraryURI(const char* scheme, int port) const;
   void ReadOptions(const std::string& uri, std::string options);
 
   const Scheme* _scheme = nullptr;
   std::string _host;
   int _port = kDefaultPort;
+  int _askPort = kDefaultPort;
   int _config = 0;
   std::string _address;  // dotted
 };

@@ -81,6 +81,11 @@ class Watcher {
             "meanwhile are missing");
         Compare(connection);
       }
+      if (const unsigned int missed = connection.TakeMissed(); missed > 0) {
+        Tell("missed", std::to_string(missed) + (missed == 1 ? " change was" : " changes were") +
+                           " missed, perhaps of other configurations; reading all values again");
+        Compare(connection);
+      }
       if (came) {
         heard = Watchdog::Clock::now();
       } else if (!connection.IsAlive()) {

@@ -202,7 +202,9 @@ TEST_F(Configctl, AsksOverDatagramsToo) {
   EXPECT_EQ(Done("IPConfig: stored DHCP\n"), Run({"--uri", uri, "set", "IPConfig", "DHCP"}));
   EXPECT_EQ(Done("SysName: stored Edit 7\n"), Run({"--uri", uri, "set", "SysName", "Edit 7"}));
   EXPECT_EQ(Done("DHCP\n"), Run({"get", "IPConfig"}));
-  EXPECT_EQ(Fails(2, "changes cannot be watched at " + uri + "; use its tcp:// URI instead"),
+  EXPECT_EQ(Fails(2, "changes cannot be watched at " + uri +
+                         "; use its tcp:// URI instead, or a "
+                         "multicast:// URI"),
             Run({"--uri", uri, "watch"}));
 }
 

@@ -22,6 +22,7 @@ namespace {
 constexpr char kTime[] = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3}  ";
 constexpr uint32_t kIntervalTime = 0x09030000;
 constexpr uint32_t kHighestIntervalTime = 86400;
+constexpr uint32_t kMediaUpdated = 0x7d06000a;
 
 std::string WithoutTime(const std::string& line) {
   EXPECT_THAT(line, MatchesRegex(kTime + std::string(".*")));
@@ -147,6 +148,44 @@ TEST_F(ConfigctlWatch, NoticesADaemonThatStandsStill) {
   EXPECT_THAT(watch->WaitForLine(), HasSubstr("\"event\":\"back\""));
   Set("IPConfig", "DHCP");
   watch->WaitForLine("\"text\":\"DHCP\"");
+}
+
+TEST_F(ConfigctlWatch, HearsWhatIsChangedOverUdpAndNoticesWhatItMissed) {
+  // All watches of a device hear each other's daemons: a configuration of this test's own.
+  const auto config = static_cast<uint32_t>(::getpid()) + 1000000;
+  const std::string number = std::to_string(config);
+  const std::string udp = "udp://127.0.0.1:" + _daemon->GetPort();
+  const auto watch =
+      StartConfigctl("multicast://127.0.0.1:63110/ask=" + _daemon->GetPort(),
+                     {"watch", "IPConfig", "SysName", "MediaUpdated", "--config", number});
+  watch->WaitForLine("MediaUpdated: ");
+  for (const Process::Words& set : {Process::Words{"IPConfig", "DHCP"}, {"SysName", "Edit 7"}}) {
+    EXPECT_EQ(0, RunConfigctl(udp, {"--config", number, "set", set[0], set[1]}).status);
+  }
+  watch->WaitForLine("IPConfig: Default Addr (0) -> DHCP (1)");
+  watch->WaitForLine("SysName: \"Vantor Rack\" -> \"Edit 7\"");
+  // Not announced, and found when an announcement says that others went before it.
+  EXPECT_EQ(
+      0,
+      RunConfigctl(_daemon->GetURI(), {"--config", number, "set", "IPConfig", "Default"}).status);
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in group = {};
+  group.sin_family = AF_INET;
+  group.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&group), sizeof group));
+  group.sin_port = htons(63110);
+  ::inet_pton(AF_INET, "239.81.69.76", &group.sin_addr);
+  for (const uint32_t sequence : {1U, 5U}) {
+    const std::array<uint32_t, 11> event = {144,           0, sequence, config, 0,   4096,
+                                            kMediaUpdated, 0, sequence, 0,      3072};
+    ::sendto(fd, event.data(), sizeof event, 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+  }
+  ::close(fd);
+  EXPECT_EQ(
+      "configctl: 3 changes were missed, perhaps of other configurations; reading all values "
+      "again",
+      watch->WaitForErrorLine());
+  watch->WaitForLine("IPConfig: DHCP (1) -> Default Addr (0)");
 }
 
 TEST_F(ConfigctlWatch, EndsWithItsReader) {
