@@ -1,4 +1,6 @@
 // Changes on their way to a hundred watchers, against the same bytes on the same kind of sockets.
+#include <sys/socket.h>
+
 #include <stdexcept>
 
 #include "bench/Machine.h"
@@ -8,12 +10,17 @@
 #include "libconfig/libconfig.h"
 
 namespace bench {
+
+using qel::vorlane::config::access::NetworkUDPConnection;
+
 namespace {
 
 constexpr std::size_t kWatchers = 100;
 constexpr std::size_t kInFlight = 64;
 constexpr int kRounds = 600;
 constexpr int kConfigID = 9003;
+constexpr char kGroup[] = "239.81.69.76";
+constexpr int kGroupPort = 63110;
 constexpr eParam_t kParam = eParamID_MediaUpdated;  // takes any number, and nothing depends on it
 
 // A hundred connections, whose near ends are sent to one by one.
@@ -62,7 +69,7 @@ class Watchers {
     return streams;
   }
 
-  Server _server;
+  Server _server{SOCK_STREAM};
   Readers _readers;
 };
 
@@ -127,6 +134,47 @@ Measurement MeasureEventsToTcpWatchers() {
       });
   constexpr double kEvents = kWatchers * kInFlight;
   return {kEvents * 1e9 / times.value, kEvents * 1e9 / times.reference};
+}
+
+// From the request's arrival at the connection that serves all datagram peers until it is answered
+// and announced. The same listeners take the reference's datagram.
+Measurement MeasureChangeToMulticastListeners() {
+  const std::vector<int> cores = Cores();
+  const Pinned changer(cores.at(0));
+  std::vector<Stream> members;
+  for (std::size_t i = 0; i < kWatchers; ++i) members.push_back(Stream::Member(kGroup, kGroupPort));
+  Readers readers(std::move(members), cores.back());
+  Stream bare = Stream::Sender(kGroup, kGroupPort);
+
+  Socket server(AF_INET, SOCK_DGRAM);
+  if (!server.create() || !server.bind("127.0.0.1", 0)) throw std::runtime_error("no socket");
+  NetworkUDPConnection connection(&server);
+  Stream peer = Stream::Sender("127.0.0.1", server.get_bound_port());
+  sockaddr_in from = {};
+  socklen_t size = sizeof from;
+  ::getsockname(peer.fd(), reinterpret_cast<sockaddr*>(&from), &size);
+  std::vector<char> connect = ConnectRequest(kConfigID);
+  connection.ProcessMessages(connect.data(), static_cast<int>(connect.size()), from);
+  char answer[kRecordSize];
+  peer.Receive(answer, sizeof answer);
+
+  const char event[kRecordSize] = {};
+  uint32_t value = 0;
+  return TakeTurns(
+      kRounds,
+      [&] {
+        std::vector<char> set = SetRequest(kParam, ++value, kConfigID);
+        const double time = Time(
+            [&] { connection.ProcessMessages(set.data(), static_cast<int>(set.size()), from); });
+        peer.Receive(answer, sizeof answer);
+        readers.Await(kWatchers * kRecordSize);
+        return time;
+      },
+      [&] {
+        const double time = Time([&] { bare.Send(event, sizeof event); });
+        readers.Await(kWatchers * kRecordSize);
+        return time;
+      });
 }
 
 }  // namespace bench

@@ -41,10 +41,13 @@ Measurement CountAllocationsOfSet();
 // RoundTrip.cpp
 Measurement MeasureTcpGetOnTwoCores();
 Measurement MeasureTcpGetOnOneCore();
+Measurement MeasureUdpGetOnTwoCores();
+Measurement MeasureUdpGetOnOneCore();
 
 // FanOut.cpp
 Measurement MeasureChangeToTcpWatchers();
 Measurement MeasureEventsToTcpWatchers();
+Measurement MeasureChangeToMulticastListeners();
 
 // Size.cpp. Measured in a new process each, which MeasureHere is the body of.
 Measurement MeasureCatalogue();

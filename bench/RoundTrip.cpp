@@ -1,4 +1,6 @@
 // A read over a transport, from the caller and back, against the two messages alone.
+#include <sys/socket.h>
+
 #include <stdexcept>
 #include <thread>
 
@@ -18,9 +20,10 @@ constexpr int kConfigID = 9002;
 // which is what an exchange cannot do without.
 class PingPong {
  public:
-  explicit PingPong(int serverCore) : PingPong(Stream::Pair(), serverCore) {}
+  PingPong(int type, int serverCore)
+      : PingPong(type, type == SOCK_STREAM ? Stream::Pair() : Stream::DatagramPair(), serverCore) {}
   ~PingPong() {
-    _client.Shut();
+    _server.Shut();
     _thread.join();
   }
   PingPong(const PingPong&) = delete;
@@ -34,8 +37,10 @@ class PingPong {
   }
 
  private:
-  PingPong(std::pair<Stream, Stream> ends, int serverCore)
-      : _client(std::move(ends.first)), _server(std::move(ends.second)) {
+  PingPong(int type, std::pair<Stream, Stream> ends, int serverCore)
+      : _datagrams(type == SOCK_DGRAM),
+        _client(std::move(ends.first)),
+        _server(std::move(ends.second)) {
     const Pinned pinned(serverCore);
     _thread = std::thread([this] { Serve(); });
   }
@@ -45,33 +50,38 @@ class PingPong {
     char answer[kRecordSize] = {};
     try {
       for (;;) {
-        _server.Receive(request, sizeof request);
-        _server.Send(answer, sizeof answer);
+        if (_datagrams) {
+          _server.Reply(request, sizeof request, answer, sizeof answer);
+        } else {
+          _server.Receive(request, sizeof request);
+          _server.Send(answer, sizeof answer);
+        }
       }
     } catch (const std::exception&) {
       // The client is through.
     }
   }
 
+  const bool _datagrams;
   Stream _client;
   Stream _server;
   std::thread _thread;
 };
 
 // The library's client and server, with the server's threads on `serverCore`.
-class TcpGet {
+class NetworkGet {
  public:
-  explicit TcpGet(int serverCore) {
+  NetworkGet(int type, int serverCore) {
     {
       const Pinned pinned(serverCore);
-      _server = std::make_unique<Server>();
+      _server = std::make_unique<Server>(type);
     }
     _config = ConfigFactoryImpl::GetInstance()->Connect(_server->Uri(kConfigID));
     if (_config == nullptr) throw std::runtime_error("no connection to the server");
   }
-  ~TcpGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
-  TcpGet(const TcpGet&) = delete;
-  TcpGet& operator=(const TcpGet&) = delete;
+  ~NetworkGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+  NetworkGet(const NetworkGet&) = delete;
+  NetworkGet& operator=(const NetworkGet&) = delete;
 
   void operator()() {
     unsigned int value;
@@ -90,14 +100,13 @@ double MedianRoundTrip(Exchange& exchange) {
   return Median(std::move(times));
 }
 
-template <typename Subject, typename Reference>
-Measurement MeasureRoundTrip(std::size_t coresWanted) {
+Measurement MeasureGet(int type, std::size_t coresWanted) {
   const std::vector<int> cores = Cores();
   if (cores.size() < coresWanted) throw std::runtime_error("there is one processor only");
   const int serverCore = cores[coresWanted - 1];
   const Pinned client(cores[0]);
-  Subject subject(serverCore);
-  Reference reference(serverCore);
+  NetworkGet subject(type, serverCore);
+  PingPong reference(type, serverCore);
   return TakeTurns(
       kRounds, [&] { return MedianRoundTrip(subject); },
       [&] { return MedianRoundTrip(reference); });
@@ -105,8 +114,12 @@ Measurement MeasureRoundTrip(std::size_t coresWanted) {
 
 }  // namespace
 
-Measurement MeasureTcpGetOnTwoCores() { return MeasureRoundTrip<TcpGet, PingPong>(2); }
+Measurement MeasureTcpGetOnTwoCores() { return MeasureGet(SOCK_STREAM, 2); }
 
-Measurement MeasureTcpGetOnOneCore() { return MeasureRoundTrip<TcpGet, PingPong>(1); }
+Measurement MeasureTcpGetOnOneCore() { return MeasureGet(SOCK_STREAM, 1); }
+
+Measurement MeasureUdpGetOnTwoCores() { return MeasureGet(SOCK_DGRAM, 2); }
+
+Measurement MeasureUdpGetOnOneCore() { return MeasureGet(SOCK_DGRAM, 1); }
 
 }  // namespace bench
