@@ -88,12 +88,17 @@ ParamDescriptor& FindParam(const std::string& name) {
   if (param == nullptr && IsMenuNumber(name)) param = FindByMenuNumber(name);
   if (param != nullptr) return *param;
 
-  std::vector<std::string> names;
-  for (const eParam_t id : GetParamIDs()) names.push_back(ParamName(id));
-  const std::vector<std::string> nearest = Nearest(name, names);
+  const std::vector<std::string> nearest = Nearest(name, AllParamNames());
   throw Failure(Status::kRefused, "there is no parameter " + programs::Quote(name) + "; " +
                                       (nearest.empty() ? "see configctl list --hidden"
                                                        : "did you mean " + JoinOr(nearest) + "?"));
+}
+
+std::vector<std::string> AllParamNames() {
+  const std::vector<eParam_t> ids = GetParamIDs();
+  std::vector<std::string> names(ids.size());
+  std::transform(ids.begin(), ids.end(), names.begin(), [](eParam_t id) { return ParamName(id); });
+  return names;
 }
 
 std::string MenuNumber(const ParamDescriptor& param) {
@@ -108,6 +113,7 @@ std::vector<ParamDescriptor*> ParamsInMenuOrder() {
   std::vector<eParam_t> ids = GetParamIDs();
   std::stable_sort(ids.begin(), ids.end(), MenuNumberCompare);
   std::vector<ParamDescriptor*> params;
+  params.reserve(ids.size());
   for (const eParam_t id : ids) params.push_back(FindDescriptor(id));
   return params;
 }
@@ -132,6 +138,7 @@ std::vector<std::string> Nearest(const std::string& word,
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   if (ranked.size() > kMostSuggestions) ranked.resize(kMostSuggestions);
   std::vector<std::string> nearest;
+  nearest.reserve(ranked.size());
   for (auto& entry : ranked) nearest.push_back(std::move(entry.second));
   return nearest;
 }

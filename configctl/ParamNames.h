@@ -13,6 +13,7 @@ namespace configctl {
 // The parameter, always one of the catalogue. Throws Failure, with the nearest names.
 ParamDescriptor& FindParam(const std::string& name);
 
+std::vector<std::string> AllParamNames();
 std::string MenuNumber(const ParamDescriptor& param);
 // The number of the menu that the parameter is in: 50 of 50.1.
 int MenuGroup(const ParamDescriptor& param);

@@ -33,7 +33,7 @@ int ToNumber(const std::string& text, int max) {
 // Takes what stands before `separator` off the front of `text`; all of it where there is none.
 std::string TakeUntil(std::string& text, char separator) {
   const std::size_t end = std::min(text.find(separator), text.size());
-  const std::string front = text.substr(0, end);
+  std::string front = text.substr(0, end);
   text.erase(0, end + 1);
   return front;
 }

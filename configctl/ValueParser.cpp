@@ -52,6 +52,7 @@ unsigned int ParseChoice(const EnumDescriptor& param, const std::string& text) {
   if (matches.size() == 1) return *matches.begin();
 
   std::vector<std::string> candidates;
+  candidates.reserve(matches.size());
   for (const unsigned int value : matches) candidates.push_back(ChoiceText(param, value));
   if (!matches.empty()) {
     throw Failure(Status::kRefused, Quote(text) + " may stand for " + JoinOr(candidates) + " of " +

@@ -98,12 +98,6 @@ std::string BashScript() {
   return script;
 }
 
-std::string NameLines() {
-  std::vector<std::string> names;
-  for (const eParam_t id : GetParamIDs()) names.push_back(programs::ParamName(id));
-  return JoinWith("\n", names);
-}
-
 std::string ValueLines(const ParamDescriptor& param) {
   std::vector<std::string> labels;
   if (const auto* const choices = dynamic_cast<const EnumDescriptor*>(&param)) {
@@ -127,7 +121,7 @@ class CompletionCommand : public Command {
 
   void Run(Session& session) override {
     const std::string text = _what == "bash"    ? BashScript()
-                             : _what == "names" ? NameLines()
+                             : _what == "names" ? JoinWith("\n", AllParamNames())
                                                 : ValueLines(FindParam(_name));
     if (session.WantsJson()) {
       session.PrintResult(text);

@@ -148,6 +148,7 @@ void DescribeTags(const ParamDescriptor& param, Page& page) {
   param.GetAttributes(numbers);
   texts.erase("description");  // it has a section
   std::vector<std::string> attributes;
+  attributes.reserve(texts.size() + numbers.size());
   for (const auto& entry : texts) attributes.push_back(entry.first + "=" + entry.second);
   for (const auto& entry : numbers) {
     attributes.push_back(entry.first + "=" + std::to_string(entry.second));

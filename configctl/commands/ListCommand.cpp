@@ -44,6 +44,7 @@ class ListCommand : public Command {
  private:
   [[noreturn]] void ThrowNoGroup(const std::set<int>& groups) const {
     std::vector<std::string> numbers;
+    numbers.reserve(groups.size());
     for (const int group : groups) numbers.push_back(std::to_string(group));
     throw Failure(Status::kRefused, "there is no menu " + std::to_string(_number) +
                                         "; choose one of " + Join(numbers));
