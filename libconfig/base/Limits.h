@@ -10,7 +10,7 @@ namespace qel::config::limits {
 constexpr unsigned kNesting = 16;
 
 // Serialized bytes that may follow one stream record.
-constexpr std::size_t kStreamPayload = 1024 * 1024;
+constexpr std::size_t kStreamPayload = std::size_t{1024} * 1024;
 
 // Registry entries that lookups of unknown class identifiers may leave behind.
 constexpr std::size_t kUnknownClasses = 1024;
@@ -23,7 +23,7 @@ constexpr std::size_t kUdpConfigurations = 64;
 constexpr std::size_t kUdpUsers = 1024;
 
 // Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
-constexpr std::size_t kOutbox = 256 * 1024;
+constexpr std::size_t kOutbox = std::size_t{256} * 1024;
 
 // How long a peer may take to complete a record that it has begun.
 constexpr int kHalfRecordMs = 10000;
@@ -32,7 +32,7 @@ constexpr int kHalfRecordMs = 10000;
 constexpr std::size_t kCacheKeys = 65536;
 
 // Stack of a thread that serves one peer.
-constexpr std::size_t kPeerThreadStack = 256 * 1024;
+constexpr std::size_t kPeerThreadStack = std::size_t{256} * 1024;
 
 // Requests of one client that were given up and whose late answers are still recognised.
 constexpr std::size_t kAbandonedRequests = 1024;
