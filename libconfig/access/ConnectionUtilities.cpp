@@ -1,10 +1,43 @@
 #include "libconfig/access/ConnectionUtilities.h"
 
 #include <cstdio>
+#include <map>
 
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
+#include "libconfig/base/Mutex.h"
 
+using qel::config::MutexLock;
 using qel::config::Report;
+
+namespace {
+
+// Never destroyed: threads of the system ask until the process ends.
+qel::config::Mutex& NamesMutex() {
+  static auto* const mutex = new qel::config::Mutex;
+  return *mutex;
+}
+
+std::map<unsigned int, std::string>& Names() {
+  static auto* const names = new std::map<unsigned int, std::string>;
+  return *names;
+}
+
+std::string AskForName(unsigned int pid) {
+  char command[64];
+  std::snprintf(command, sizeof command, "ps --pid %d --no-heading | awk '{print $4}'",
+                static_cast<int>(pid));
+  FILE* const pipe = ::popen(command, "re");
+  if (pipe == nullptr) return {};
+  char line[256] = "";
+  if (std::fgets(line, sizeof line, pipe) == nullptr) line[0] = '\0';
+  ::pclose(pipe);
+  std::string name = line;
+  if (!name.empty() && name.back() == '\n') name.pop_back();
+  return name;
+}
+
+}  // namespace
 
 std::string ConnectionUtilities::GetMessageName(MQMessage_t type) {
   switch (type) {
@@ -56,6 +89,17 @@ std::string ConnectionUtilities::GetQueueName(uint32_t connectionID) {
   char name[24];
   std::snprintf(name, sizeof name, "/mqd_%u_%u", connectionID >> 16, connectionID & 0xFFFF);
   return name;
+}
+
+std::string ConnectionUtilities::GetPIDName(unsigned int pid) {
+  MutexLock lock(NamesMutex());
+  std::map<unsigned int, std::string>& names = Names();
+  const auto known = names.find(pid);
+  if (known != names.end()) return known->second;
+  if (names.size() >= qel::config::limits::kProcessNames) names.clear();
+  names[pid] = AskForName(pid);
+  // As it has always been: a name is only given to those who ask again.
+  return {};
 }
 
 void ConnectionUtilities::Dump(XCONFIGMGR_REQUEST_T*) {}

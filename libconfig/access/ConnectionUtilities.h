@@ -15,6 +15,11 @@ class LIBCONFIG_API ConnectionUtilities {
   // The name of the response queue that a connection identifier stands for.
   static std::string GetQueueName(uint32_t connectionID);
 
+  // The name of the program that runs as process `pid`, for diagnostics: empty on the first call
+  // for a process, which asks the system and takes its time, and its name from then on. Remembers
+  // 1024 processes, and then starts over.
+  static std::string GetPIDName(unsigned int pid);
+
   // Called with every record before it is sent and after it was received. They print nothing.
   static void Dump(XCONFIGMGR_REQUEST_T* request);
   static void Dump(XCONFIGMGR_RESPONSE_T* response);

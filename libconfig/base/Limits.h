@@ -37,6 +37,13 @@ constexpr std::size_t kPeerThreadStack = std::size_t{256} * 1024;
 // Requests of one client that were given up and whose late answers are still recognised.
 constexpr std::size_t kAbandonedRequests = 1024;
 
+// One message of a queue, and how long an exchange over queues may take.
+constexpr std::size_t kQueueRecord = 64 * 1024;
+constexpr int kQueueExchangeMs = 60000;
+
+// Names of processes that are remembered.
+constexpr std::size_t kProcessNames = 1024;
+
 // Events that a client keeps while one of its listeners waits for an answer.
 constexpr std::size_t kKeptEvents = 65536;
 

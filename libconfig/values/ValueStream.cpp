@@ -16,18 +16,23 @@ Mutex& PrototypeMutex() {
 
 }  // namespace
 
-std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
-                                         eSerializationFormat format) {
+std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
+                                           eSerializationFormat format) {
   MemoryDeSerializer deserializer(format, data, data + length, false);
   MutexLock lock(PrototypeMutex());
   Serializable* object = nullptr;
   deserializer.Read("Serializable", object);
   if (object == nullptr) return nullptr;
+  if (!ClassFactory::IsShared(object->GetClassID())) return std::unique_ptr<Serializable>(object);
   auto* const value = dynamic_cast<ConfigValue*>(object);
-  if (ClassFactory::IsShared(object->GetClassID())) {
-    return std::unique_ptr<ConfigValue>(value == nullptr ? nullptr : value->Clone());
-  }
-  if (value == nullptr) delete object;
+  return std::unique_ptr<Serializable>(value == nullptr ? nullptr : value->Clone());
+}
+
+std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
+                                         eSerializationFormat format) {
+  std::unique_ptr<Serializable> object = DecodeObject(data, length, format);
+  auto* const value = dynamic_cast<ConfigValue*>(object.get());
+  if (value != nullptr) object.release();
   return std::unique_ptr<ConfigValue>(value);
 }
 

@@ -15,6 +15,10 @@ namespace qel::config {
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
                                          eSerializationFormat format);
 
+// The same for any object. Null, too, for a shared one that cannot be cloned.
+std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
+                                           eSerializationFormat format);
+
 // The bytes of `value` as it stands at the time of the call, behind `room` bytes left for a record.
 // A change made meanwhile by another thread is either in them whole or not at all.
 std::vector<char> EncodeValue(ConfigValue& value, eSerializationFormat format, std::size_t room);

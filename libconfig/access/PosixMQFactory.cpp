@@ -1,0 +1,250 @@
+#include "libconfig/access/PosixMQFactory.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "libconfig/access/PosixMQExchange.h"
+#include "libconfig/access/QueueIO.h"
+#include "libconfig/base/Diagnostics.h"
+
+using qel::config::QueueMessage;
+using qel::config::Report;
+using qel::config::ReportErrno;
+
+namespace {
+
+constexpr char kAdvice[] =
+    "PosixMQFactory::Connect - If you are getting this error:\n"
+    "PosixMQFactory::Connect - // You only need to do this once (per boot)\n"
+    "PosixMQFactory::Connect - $ mkdir /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ mount -t mqueue none /dev/mqueue\n"
+    "PosixMQFactory::Connect - // Do this each time you get this error\n"
+    "PosixMQFactory::Connect - $ kill <your client pid>\n"
+    "PosixMQFactory::Connect - $ kill <corewheel pid>\n"
+    "PosixMQFactory::Connect - $ ls -la /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ rm /dev/mqueue/*\n"
+    "PosixMQFactory::Connect - // This last command deletes the queues and gives you a fresh "
+    "start\n"
+    "PosixMQFactory::Connect - // To be fixed in a future release...\n"
+    "PosixMQFactory::Connect - See mq_overview(7) for more about message queues\n";
+
+// What the two limits of the system are called that mostly stand in the way.
+void ReportLimit(int error) {
+  if (error == EINVAL) {
+    Report(
+        "PosixMQFactory::Connect - Set fs.mqueue.msg_max to %ld or more: $ sysctl -w "
+        "fs.mqueue.msg_max=%ld\n",
+        PosixMQFactory::kMessages, PosixMQFactory::kMessages);
+  } else if (error == EMFILE || error == ENOMEM) {
+    Report(
+        "PosixMQFactory::Connect - Each connection takes 77 KiB of RLIMIT_MSGQUEUE, of which a "
+        "user has one for all processes: raise it with ulimit -q, or LimitMSGQUEUE= of a "
+        "service\n");
+  }
+}
+
+void DoubleQueueLimit() {
+  rlimit64 limit;
+  if (::getrlimit64(RLIMIT_MSGQUEUE, &limit) != 0) return;
+  const auto twice = [](rlim64_t value) {
+    return value >= RLIM64_INFINITY / 2 ? value : value * 2;
+  };
+  limit.rlim_cur = twice(limit.rlim_cur);
+  limit.rlim_max = twice(limit.rlim_max);
+  ::setrlimit64(RLIMIT_MSGQUEUE, &limit);
+}
+
+mqd_t OpenOrMake(const std::string& name) {
+  mq_attr attributes = {};
+  attributes.mq_maxmsg = PosixMQFactory::kMessages;
+  attributes.mq_msgsize = PosixMQFactory::kMessageSize;
+  return ::mq_open(name.c_str(), O_RDWR | O_CREAT, PosixMQFactory::kMode, &attributes);
+}
+
+// A queue of that name may have been there before: another user's is none of ours, and what is left
+// in one of our own is not for us.
+bool TakeOver(mqd_t queue) {
+  struct stat status;
+  if (::fstat(queue, &status) != 0) return false;
+  if (status.st_uid != ::geteuid()) {
+    errno = EACCES;
+    return false;
+  }
+  const long size = qel::config::GetQueueMessageSize(queue);
+  if (size < 0) return false;
+  std::vector<char> buffer(static_cast<std::size_t>(size));
+  while (qel::config::ReceiveQueued(queue, buffer.data(), buffer.size()) >= 0) {
+  }
+  return true;
+}
+
+}  // namespace
+
+int GetPriority(std::string uri) { return uri.find("priority=") == std::string::npos ? 0 : 10; }
+
+PosixMQFactory::PosixMQFactory() : PosixMQFactory(kRequestQueue) {}
+
+PosixMQFactory::PosixMQFactory(const std::string& requestQueue)
+    : _requestQueue(::mq_open(requestQueue.c_str(), O_RDWR)), _requestQueueName(requestQueue) {
+  if (_requestQueue != -1) return;
+  ReportErrno("PosixMQFactory: mq_open failed");
+  Report("PosixMQFactory: mq_open on request queue failed for %s\n", requestQueue.c_str());
+  Report("PosixMQFactory: Are two copies of the corewheel running?\n");
+  std::exit(-1);
+}
+
+PosixMQFactory::~PosixMQFactory() { CloseLeftOpen(); }
+
+void PosixMQFactory::CloseLeftOpen() {
+  if (_leftOpen != -1) ::mq_close(_leftOpen);
+  _leftOpen = -1;
+}
+
+unsigned int PosixMQFactory::NextRequestID() {
+  return static_cast<unsigned>(__atomic_fetch_add(&_requestCounter, 1, __ATOMIC_RELAXED));
+}
+
+// A daemon that ends in order removes its queue, and the next one makes another. Its descriptor
+// takes the place of the old one, so that all clients find it.
+void PosixMQFactory::FindNewDaemon() {
+  struct stat status;
+  if (::fstat(_requestQueue, &status) != 0 || status.st_nlink != 0) return;
+  const mqd_t queue = ::mq_open(_requestQueueName.c_str(), O_RDWR);
+  if (queue == -1) return;
+  ::dup3(queue, _requestQueue, O_CLOEXEC);
+  ::mq_close(queue);
+}
+
+mqd_t PosixMQFactory::OpenResponseQueue(const std::string& name) {
+  mqd_t queue = OpenOrMake(name);
+  if (queue == -1 && (errno == ENOMEM || errno == EMFILE)) {
+    DoubleQueueLimit();
+    queue = OpenOrMake(name);
+  }
+  if (queue == -1 || TakeOver(queue)) return queue;
+  const int saved = errno;
+  ::mq_close(queue);
+  errno = saved;
+  return -1;
+}
+
+PosixMQClient* PosixMQFactory::Connect(std::string uri) {
+  CloseLeftOpen();
+  if (_requestQueue == -1) {
+    Report("PosixMQFactory::Connect: _request_queue not valid\n");
+    return nullptr;
+  }
+  FindNewDaemon();
+  const unsigned int connectionID =
+      (static_cast<unsigned int>(::getpid()) << 16) + (_connectionCounter & 0xFFFF);
+  ++_connectionCounter;
+  const std::string name = ConnectionUtilities::GetQueueName(connectionID);
+  const mqd_t queue = OpenResponseQueue(name);
+  if (queue == -1) {
+    const int error = errno;
+    ReportErrno("PosixMQFactory::Connect - mq_open failed");
+    Report("PosixMQFactory::Connect: mq_open on response queue %s failed\n", name.c_str());
+    Report("%s", kAdvice);
+    ReportLimit(error);
+    return nullptr;
+  }
+  const auto priority = static_cast<unsigned int>(GetPriority(uri));
+  if (ConfirmConnection(_requestQueue, queue, connectionID, priority) == 0) {
+    Report("PosixMQFactory::Connect - failed to confirm connection %s with server\n", name.c_str());
+    ::mq_unlink(name.c_str());
+    _leftOpen = queue;
+    return nullptr;
+  }
+  return new PosixMQClient(connectionID, priority, _requestQueue, queue, _connectionSemaphore.Get(),
+                           _requestCounter, eConfigID_Default);
+}
+
+int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
+                                      unsigned int connectionID, unsigned int priority) {
+  const auto deadline = qel::config::QueueExchangeDeadline();
+  const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_CONNECT_REQUEST, connectionID,
+                                                   NextRequestID(), 0, priority};
+  if (!qel::config::SendToQueue(requestQueue, &request, sizeof request, priority, deadline)) {
+    ReportErrno("PosixMQFactory::ConfirmConnection");
+    Report("PosixMQFactory::ConfirmConnection: mq_send failed\n");
+    return 0;
+  }
+  const long size = qel::config::GetQueueMessageSize(responseQueue);
+  if (size < 0) {
+    ReportErrno("PosixMQFactory::ConfirmConnection -  mq_getattr failed, unable to get mq_msgsize");
+    Report("PosixMQFactory::ConfirmConnection - mq_getattr failed, unable to get mq_msgsize\n");
+    return 0;
+  }
+  const std::unique_ptr<char[]> buffer(new (std::nothrow) char[static_cast<std::size_t>(size)]);
+  if (buffer == nullptr) {
+    ReportErrno("PosixMQFactory::ConfirmConnection - new failed\n");
+    Report("PosixMQFactory::ConfirmConnection - new of %ld bytes failed\n", size);
+    return 0;
+  }
+  const ssize_t length = qel::config::ReceiveFromQueue(
+      responseQueue, buffer.get(), static_cast<std::size_t>(size), deadline, -1);
+  if (length < 0) {
+    ReportErrno("PosixMQFactory::ConfirmConnection - mq_receive failed\n");
+    Report("PosixMQFactory::ConfirmConnection - mq_receive for connectionID %X failed\n",
+           connectionID);
+    return 0;
+  }
+  XCONFIGMGR_RESPONSE_T response = {};
+  const bool whole = static_cast<std::size_t>(length) >= sizeof response;
+  std::memcpy(&response, buffer.get(), whole ? sizeof response : static_cast<std::size_t>(length));
+  if (response.msgtype != XCFG_CONNECT_RESPONSE) {
+    Report("PosixMQFactory::ConfirmConnection: unexpected msgtype == %d\n",
+           static_cast<int>(response.msgtype));
+    return 0;
+  }
+  if (!IsValidResponse(request, response) || !whole) {
+    Report("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n");
+    return 0;
+  }
+  if (response.result != 0) {
+    Report("PosixMQFactory::ConfirmConnection: server responded with error %d\n",
+           static_cast<int>(response.result));
+    return 0;
+  }
+  return 1;
+}
+
+// To 1 exactly, whoever holds it, and without losing one who waits for it.
+void PosixMQFactory::ResetSemaphore() {
+  sem_t* const semaphore = _connectionSemaphore.Get();
+  while (::sem_trywait(semaphore) == 0) {
+  }
+  SemaphoreHelper::Post(semaphore);
+}
+
+void PosixMQFactory::Disconnect(PosixMQClient* client) {
+  if (!PosixMQClients::Instance().Contains(client)) return;
+  ResetSemaphore();
+  ConfirmDisconnect(client);
+  client->Leave();
+  ::mq_close(client->_responseQueue);
+  ::mq_unlink(ConnectionUtilities::GetQueueName(client->_connectionID).c_str());
+  delete client;
+}
+
+int PosixMQFactory::ConfirmDisconnect(PosixMQClient* client) {
+  PosixMQClient::Exchange exchange(*client, nullptr);
+  const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST, client->_connectionID,
+                                                   client->NextRequestID(), 0, client->_priority};
+  QueueMessage answer;
+  if (exchange.Ask(request, sizeof request, answer) != PosixMQClient::Exchange::Result::kAnswer) {
+    return 0;
+  }
+  return answer.record.msgtype == XCFG_DISCONNECT_RESPONSE &&
+                 exchange.IsAnswered(request, answer) && answer.record.result == 0
+             ? 1
+             : 0;
+}

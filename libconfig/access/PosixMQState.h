@@ -1,0 +1,82 @@
+// What the threads inside a queue client work on, and the list of those threads. Internal.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "libconfig/access/ListenerList.h"
+#include "libconfig/access/PosixMQClient.h"
+#include "libconfig/access/QueueInbox.h"
+
+struct PosixMQClient::State {
+  State(unsigned int connection, mqd_t queue, std::size_t messageSize)
+      : connectionID(connection), responseQueue(queue), inbox(queue, messageSize) {}
+
+  int EnableEvents(bool enable);
+  int Arm() LIBCONFIG_REQUIRES(armMutex);
+  // Starts a notification anew, after it has come, unless nobody wants it any more.
+  bool RenewNotification(PosixMQClient* notified);
+  // 1 when nothing is left, 0 when the queue could not be read.
+  int Drain();
+  // REQUIRES: `delivery` is not nested.
+  int Deliver(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
+              ConfigEvent* event);
+  int DeliverStream(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
+                    char* stream, unsigned length, ConfigEvent* event);
+  // The same for the next message, if no other thread took it.
+  bool DeliverNext(ConfigEvent* event, int& result);
+
+  const unsigned int connectionID;
+  const mqd_t responseQueue;
+  qel::config::ListenerList listeners;
+  qel::config::QueueInbox inbox;
+
+  // Guards the notification.
+  qel::config::Mutex armMutex;
+  PosixMQClient* client LIBCONFIG_GUARDED_BY(armMutex) = nullptr;
+  bool armed LIBCONFIG_GUARDED_BY(armMutex) = false;
+
+  // The daemon sends events to whoever waits for them. Changed with the listeners held.
+  std::atomic<bool> eventsRegistered{false};
+};
+
+// All living queue clients with the threads inside each. A notification may come when its client is
+// gone: it then finds nothing here, or a client that was made at the same place and has no use for
+// it. Never destroyed, as threads of the system reach it.
+class PosixMQClients {
+ public:
+  using State = PosixMQClient::State;
+  using StatePointer = std::shared_ptr<State>;
+
+  static PosixMQClients& Instance();
+
+  void Add(PosixMQClient* client, StatePointer state);
+  // Returns when no thread is inside but the calling one.
+  void Remove(PosixMQClient* client);
+  bool Contains(PosixMQClient* client);
+
+  // A thread that works on a client. Without a state when there is no such client any more.
+  class Inside {
+   public:
+    explicit Inside(PosixMQClient* client);
+    ~Inside();
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+    const StatePointer& state() const { return _state; }
+
+   private:
+    StatePointer _state;
+  };
+
+ private:
+  bool IsAnotherInside(const State* state) LIBCONFIG_REQUIRES(_mutex);
+
+  qel::config::Mutex _mutex;
+  qel::config::Condition _left;
+  std::map<PosixMQClient*, StatePointer> _clients LIBCONFIG_GUARDED_BY(_mutex);
+  std::multimap<const State*, std::thread::id> _threads LIBCONFIG_GUARDED_BY(_mutex);
+};

@@ -1,0 +1,219 @@
+#include "libconfig/access/QueueInbox.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "libconfig/base/Limits.h"
+
+namespace qel::config {
+
+bool QueueMessage::IsEvent() const {
+  return size >= sizeof record && (record.msgtype == XCFG_PARAM_CHANGED_EVENT ||
+                                   record.msgtype == XCFG_PARAM_STREAM_CHANGED_EVENT);
+}
+
+bool QueueMessage::HasStream() const {
+  return record.streamLength != 0 && record.streamLength <= stream.size();
+}
+
+QueueInbox::QueueInbox(mqd_t queue, std::size_t messageSize)
+    : _queue(queue), _wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), _buffer(messageSize) {}
+
+QueueInbox::~QueueInbox() {
+  if (_wake >= 0) ::close(_wake);
+}
+
+void QueueInbox::Expect(uint32_t requestID) {
+  MutexLock lock(_mutex);
+  _waiting = true;
+  _answered = false;
+  _requestID = requestID;
+}
+
+void QueueInbox::ExpectNothing() {
+  MutexLock lock(_mutex);
+  _waiting = false;
+}
+
+void QueueInbox::Abandon(uint32_t requestID) {
+  MutexLock lock(_mutex);
+  // The numbers ascend, so that the first is the oldest.
+  if (_abandoned.size() >= limits::kAbandonedRequests) _abandoned.erase(_abandoned.begin());
+  _abandoned.insert(requestID);
+}
+
+// Reads with the lock released, as the only reader, and leaves the message where it belongs.
+QueueInbox::Outcome QueueInbox::ReadOne(Patience patience, QueueClock::time_point deadline,
+                                        uint32_t& type) {
+  _reading = true;
+  _mutex.unlock();
+  ssize_t length = -1;
+  switch (patience) {
+    case Patience::kNone:
+      length = ReceiveQueued(_queue, _buffer.data(), _buffer.size());
+      break;
+    case Patience::kDeadline:
+      length = ReceiveFromQueue(_queue, _buffer.data(), _buffer.size(), deadline, _wake);
+      break;
+    case Patience::kEndless:
+      length = WaitForQueue(_queue, _buffer.data(), _buffer.size(), _wake);
+      break;
+  }
+  const int error = errno;
+  _mutex.lock();
+  _reading = false;
+  _changed.Broadcast();
+  if (length >= 0) return Sort(static_cast<std::size_t>(length), type);
+  errno = error;
+  switch (error) {
+    case EAGAIN:
+      return Outcome::kEmpty;
+    case ETIMEDOUT:
+      return Outcome::kTimeout;
+    case ECANCELED:
+      return Outcome::kClosed;
+    default:
+      return Outcome::kFailed;
+  }
+}
+
+QueueInbox::Outcome QueueInbox::Sort(std::size_t size, uint32_t& type) {
+  QueueMessage message;
+  message.size = size;
+  std::memcpy(&message.record, _buffer.data(), std::min(size, sizeof message.record));
+  if (size > sizeof message.record) {
+    message.stream.assign(_buffer.data() + sizeof message.record, _buffer.data() + size);
+  }
+  type = message.record.msgtype;
+  if (message.IsEvent()) {
+    if (_keepEvents && _events.size() < limits::kKeptEvents) _events.push_back(std::move(message));
+    return Outcome::kReady;
+  }
+  if (_abandoned.erase(message.record.requestID) != 0) return Outcome::kReady;
+  if (!_waiting || _answered) return Outcome::kUnknown;
+  _answer = std::move(message);
+  _answered = true;
+  return Outcome::kReady;
+}
+
+QueueInbox::Outcome QueueInbox::AwaitAnswer(QueueMessage& answer, QueueClock::time_point deadline) {
+  MutexLock lock(_mutex);
+  Outcome outcome = Outcome::kReady;
+  while (!_answered) {
+    if (_closed) {
+      errno = ECANCELED;
+      outcome = Outcome::kClosed;
+    } else if (_reading) {
+      if (_changed.WaitUntil(_mutex, deadline)) continue;
+      errno = ETIMEDOUT;
+      outcome = _answered ? Outcome::kReady : Outcome::kTimeout;
+    } else {
+      uint32_t type;
+      outcome = ReadOne(Patience::kDeadline, deadline, type);
+      if (outcome == Outcome::kReady || outcome == Outcome::kUnknown) continue;
+    }
+    break;
+  }
+  _waiting = false;
+  if (_answered) {
+    answer = std::move(_answer);
+    return Outcome::kReady;
+  }
+  return outcome;
+}
+
+void QueueInbox::KeepEvents(bool keep) {
+  MutexLock lock(_mutex);
+  _keepEvents = keep;
+  if (!keep) _events.clear();
+}
+
+bool QueueInbox::HasEvents() {
+  MutexLock lock(_mutex);
+  return !_events.empty();
+}
+
+bool QueueInbox::TakeEvent(QueueMessage& event) {
+  MutexLock lock(_mutex);
+  if (_events.empty()) return false;
+  event = std::move(_events.front());
+  _events.pop_front();
+  return true;
+}
+
+bool QueueInbox::BeginDrain() {
+  MutexLock lock(_mutex);
+  if (_draining) {
+    _drainAgain = true;
+    return false;
+  }
+  _draining = true;
+  return true;
+}
+
+void QueueInbox::EndDrain() {
+  MutexLock lock(_mutex);
+  _draining = false;
+}
+
+QueueInbox::Outcome QueueInbox::NextToDrain(uint32_t& type) {
+  MutexLock lock(_mutex);
+  const Outcome outcome = WaitToDrain(type);
+  if (outcome != Outcome::kReady && outcome != Outcome::kUnknown) _draining = false;
+  return outcome;
+}
+
+QueueInbox::Outcome QueueInbox::WaitToDrain(uint32_t& type) {
+  for (;;) {
+    if (_closed) return Outcome::kClosed;
+    if (_eventWaiters > 0 || (_events.empty() && _reading)) {
+      _changed.Wait(_mutex);
+      continue;
+    }
+    if (!_events.empty()) return Outcome::kReady;
+    const Outcome outcome = ReadOne(Patience::kNone, {}, type);
+    if (outcome == Outcome::kReady) continue;
+    if (outcome != Outcome::kEmpty || !_drainAgain) return outcome;
+    _drainAgain = false;
+  }
+}
+
+QueueInbox::Outcome QueueInbox::AwaitEvent(uint32_t& type) {
+  MutexLock lock(_mutex);
+  ++_eventWaiters;
+  Outcome outcome = Outcome::kReady;
+  while (_events.empty()) {
+    if (_closed) {
+      outcome = Outcome::kClosed;
+      break;
+    }
+    if (_reading) {
+      _changed.Wait(_mutex);
+      continue;
+    }
+    outcome = ReadOne(Patience::kEndless, {}, type);
+    if (outcome != Outcome::kReady) break;
+  }
+  --_eventWaiters;
+  _changed.Broadcast();
+  return outcome;
+}
+
+void QueueInbox::Close() {
+  MutexLock lock(_mutex);
+  _closed = true;
+  const uint64_t one = 1;
+  if (::write(_wake, &one, sizeof one) < 0) errno = 0;  // it is readable already
+  _changed.Broadcast();
+}
+
+bool QueueInbox::IsClosed() {
+  MutexLock lock(_mutex);
+  return _closed;
+}
+
+}  // namespace qel::config
