@@ -7,9 +7,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "configd/LineWriter.h"
+#include "configd/QueueService.h"
 #include "configd/Servers.h"
 #include "configd/ServiceManager.h"
 #include "configd/SilentStderr.h"
@@ -29,6 +31,8 @@ struct Options {
   int port = kDefaultPort;
   bool udp = true;
   bool quiet = false;
+  bool queue = true;
+  std::string queueName = PosixMQFactory::kRequestQueue;
 };
 
 // Each peer takes a descriptor.
@@ -94,11 +98,20 @@ int Serve(const Options& options) {
     return kFailed;
   }
 
+  std::unique_ptr<QueueService> queue;
+  if (options.queue) {
+    queue = std::make_unique<QueueService>(options.queueName);
+    const QueueService::Opened opened = queue->Open();
+    if (opened == QueueService::Opened::kTaken) return kFailed;
+    if (opened == QueueService::Opened::kUnavailable) queue.reset();
+  }
   Servers servers;
   if (!servers.Open(options.listen, options.port, options.udp)) return kFailed;
+  if (queue != nullptr) queue->Start();
   LineWriter& out = LineWriter::Instance();
   out.Write("configd " LIBCONFIG_VERSION);
   for (const std::string& uri : servers.GetURIs()) out.Write("configd: serving " + uri);
+  if (queue != nullptr) out.Write("configd: serving mq:" + options.queueName);
   out.Write("configd: ready");
   PrintCommandsToTry(options, servers.GetPort());
   service_manager::Notify("READY=1");
@@ -109,6 +122,7 @@ int Serve(const Options& options) {
   service_manager::Notify("STOPPING=1");
   const SilentStderr silent;
   servers.Stop();
+  queue.reset();
   out.Write("configd: ended");
   out.Flush(std::chrono::milliseconds(500));
   return kDone;
@@ -119,8 +133,9 @@ int Serve(const Options& options) {
 int main(int argc, char** argv) {
   Options options;
   CLI::App app(
-      "Serves the device's configurations to other processes, over TCP and UDP. What is changed\n"
-      "over UDP is multicast to 239.81.69.76, port 63110, on the loopback interface.\n"
+      "Serves the device's configurations to other processes, over TCP, UDP and a message queue.\n"
+      "What is changed over UDP is multicast to 239.81.69.76, port 63110, on the loopback\n"
+      "interface.\n"
       "It runs in the foreground until SIGTERM or SIGINT.");
   app.set_version_flag("--version", "configd " LIBCONFIG_VERSION);
   app.add_option("--listen", options.listen, "Address of the interface to serve; 0.0.0.0 for all")
@@ -132,6 +147,14 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   app.add_flag("!--no-udp", options.udp, "Serve TCP only, and multicast nothing");
+  app.add_option("--queue", options.queueName, "Message queue to serve")
+      ->type_name("NAME")
+      ->check([](const std::string& name) {
+        const bool good = name.size() > 1 && name.size() < 256 && name.rfind('/') == 0;
+        return good ? std::string() : "a queue is named /NAME, not " + name;
+      })
+      ->capture_default_str();
+  app.add_flag("!--no-queue", options.queue, "Serve no message queue");
   CLI::Option* const log =
       app.add_flag("--log-changes", "Print a line for each change (this is the default)");
   app.add_flag("--quiet", options.quiet, "Print no changes")->excludes(log);
