@@ -8,15 +8,20 @@
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigEvent.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/access/PosixMQClient.h"
+#include "libconfig/access/PosixMQFactory.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
+#include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Queues.h"
 #include "tests/testing/RecordingListener.h"
 #include "tests/testing/TestServer.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing_support::Daemon;
 using testing_support::Eventually;
 using testing_support::RecordingListener;
 using testing_support::TestServer;
@@ -35,6 +40,8 @@ struct Way {
   bool takesRules;             // preconditions can be added
   bool cached;                 // is given back by deleting it, and registered for its own events
   bool livesWithoutListeners;  // removing the last listener leaves the connection usable
+  bool queue = false;  // reaches configuration 0 of a daemon; Get returns the value that it reads
+  std::size_t longestText = 8000;
 };
 
 constexpr Way kWays[] = {
@@ -44,6 +51,7 @@ constexpr Way kWays[] = {
     // What is changed over UDP is multicast, to listeners of another kind.
     {"Udp", "%u", true, false, false, false, false, false, false, false},
     {"CachedUdp", "%u/caching=true", true, false, false, false, false, false, true, false},
+    {"MessageQueue", "mq:", true, true, true, true, false, false, false, true, true, 400},
 };
 
 void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
@@ -52,18 +60,33 @@ class Configs : public testing::TestWithParam<Way> {
  protected:
   void SetUp() override {
     static int number = 1000;
-    _number = ++number;
+    if (GetParam().queue) {
+      const std::string reason = testing_support::WhyNoQueues();
+      if (!reason.empty()) GTEST_SKIP() << reason;
+      const std::string queue = testing_support::TestQueueName();
+      _daemon = std::make_unique<Daemon>(std::vector<std::string>{"--queue", queue, "--quiet"});
+      _queues = std::make_unique<PosixMQFactory>(queue);
+    } else {
+      _number = ++number;
+    }
     _config = Connect();
-    _store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(_number));
+    const std::string store = _daemon == nullptr ? "local:" : _daemon->GetURI() + "/";
+    _store =
+        ConfigFactoryImpl::GetInstance()->Connect(store + "configid=" + std::to_string(_number));
     ASSERT_NE(nullptr, _config);
   }
 
   void TearDown() override {
+    if (_config == nullptr) return;
     GiveBack(_config);
     ConfigFactoryImpl::GetInstance()->Disconnect(_store);
   }
 
+  // What Get returns for a value that it read.
+  int Read(unsigned int value) const { return GetParam().queue ? static_cast<int>(value) : 1; }
+
   Config* Connect() {
+    if (_queues != nullptr) return _queues->Connect("");
     std::string uri = GetParam().uri;
     if (uri.compare(0, 2, "%s") == 0) uri.replace(0, 2, _server.GetURI());
     if (uri.compare(0, 2, "%u") == 0) uri.replace(0, 2, _datagramServer.GetURI());
@@ -72,7 +95,9 @@ class Configs : public testing::TestWithParam<Way> {
   }
 
   void GiveBack(Config* config) {
-    if (GetParam().cached) {
+    if (_queues != nullptr) {
+      _queues->Disconnect(static_cast<PosixMQClient*>(config));
+    } else if (GetParam().cached) {
       delete config;
     } else {
       EXPECT_EQ(1, ConfigFactoryImpl::GetInstance()->Disconnect(config));
@@ -88,6 +113,8 @@ class Configs : public testing::TestWithParam<Way> {
 
   TestServer _server;
   TestServer _datagramServer{SOCK_DGRAM};
+  std::unique_ptr<Daemon> _daemon;
+  std::unique_ptr<PosixMQFactory> _queues;
   int _number = 0;
   Config* _config = nullptr;
   Config* _store = nullptr;  // the store itself, to look at and to change behind the way's back
@@ -105,7 +132,8 @@ TEST_P(Configs, BeginWithTheFactoryDefaults) {
     const ParamDescriptor* const descriptor = GetDescriptor(id);
     if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(descriptor)) {
       unsigned int value = 4711;
-      EXPECT_EQ(1, _config->Get(id, value)) << descriptor->GetParamIDName();
+      const int result = _config->Get(id, value);
+      EXPECT_EQ(Read(value), result) << descriptor->GetParamIDName();
       EXPECT_EQ(number->GetFactoryDefault(), value) << descriptor->GetParamIDName();
       EXPECT_EQ(value, _config->Get(id));
     } else if (const auto* const text = dynamic_cast<const StringDescriptor*>(descriptor)) {
@@ -126,8 +154,9 @@ TEST_P(Configs, KnowTheCatalogue) {
 TEST_P(Configs, ReadBackWhatTheySet) {
   EXPECT_EQ(1, _config->Set(eParamID_IPConfig, 2U));
   EXPECT_EQ(2U, _config->Get(eParamID_IPConfig));
-  for (const std::string& text : {std::string(), std::string("Edit 7"),
-                                  std::string("\xC3\xA4 \"quoted\"\n"), std::string(8000, 'x')}) {
+  for (const std::string& text :
+       {std::string(), std::string("Edit 7"), std::string("\xC3\xA4 \"quoted\"\n"),
+        std::string(GetParam().longestText, 'x')}) {
     EXPECT_EQ(1, _config->Set(eParamID_SysName, text));
     std::string value = "none";
     EXPECT_EQ(1, _config->Get(eParamID_SysName, value));
@@ -195,7 +224,8 @@ TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
   EXPECT_EQ(before, listener.GetHeard().size());
   EXPECT_EQ(1, _config->RemoveConfigEventListener(&last));
   unsigned value;
-  EXPECT_EQ(GetParam().livesWithoutListeners ? 1 : 0, _config->Get(eParamID_MediaUpdated, value));
+  const int result = _config->Get(eParamID_MediaUpdated, value);
+  EXPECT_EQ(GetParam().livesWithoutListeners ? Read(2) : 0, result);
 }
 
 TEST_P(Configs, ShowEachOtherTheirChanges) {
@@ -224,7 +254,10 @@ TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {
   EXPECT_EQ(0, _config->SetSerializable(eParamID_IPConfig, nullptr));
   EXPECT_EQ(0, _config->GetData(eParamID_IPConfig, data));
   EXPECT_EQ(0, _config->SetData(eParamID_IPConfig, data));
-  EXPECT_EQ(0, _config->WaitForConfigEvent(event, 0, 0));
+  // Over a queue this waits for an event, as long as it takes.
+  if (!GetParam().queue) {
+    EXPECT_EQ(0, _config->WaitForConfigEvent(event, 0, 0));
+  }
   EXPECT_THAT(_config->GetDescriptorsByClassName("volatile"), IsEmpty());
   EXPECT_EQ(0, _config->Lock(eParamID_IPConfig, Config::eParamLock_Exclusive));
   EXPECT_EQ(0, _config->Unlock(eParamID_IPConfig));
@@ -243,7 +276,8 @@ TEST_P(Configs, BearManyThreads) {
       for (unsigned i = 0; i < 200; ++i) {
         ASSERT_EQ(1, _config->Set(eParamID_IPConfig, i % 3));
         unsigned number;
-        ASSERT_EQ(1, _config->Get(eParamID_IPConfig, number));
+        const int result = _config->Get(eParamID_IPConfig, number);
+        ASSERT_EQ(Read(number), result);
         ASSERT_LE(number, 2U);
         ASSERT_EQ(1, _config->Set(eParamID_SysName, std::string(i, static_cast<char>('a' + t))));
         std::string text;

@@ -1,0 +1,193 @@
+// How a process gets to the daemon and takes its leave.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <atomic>
+#include <thread>
+
+#include "libconfig/access/QueueIO.h"
+#include "tests/queue/FakeDaemon.h"
+#include "tests/testing/Eventually.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using testing_support::FakeDaemon;
+using testing_support::QueueTest;
+using testing_support::QueueWords;
+using testing_support::Response;
+using testing_support::TestQueue;
+
+namespace {
+
+class QueueConnection : public QueueTest {
+ protected:
+  void TearDown() override {
+    QueueTest::TearDown();
+    qel::config::SetQueueExchangeMs(0);
+  }
+
+  std::string FailToConnect(PosixMQFactory& factory) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(nullptr, factory.Connect(""));
+    return testing::internal::GetCapturedStderr();
+  }
+
+  static std::string ResponseName(unsigned number) {
+    return ConnectionUtilities::GetQueueName(FakeDaemon::FirstConnection() + number);
+  }
+};
+
+TEST_F(QueueConnection, HasAQueueOfItsOwnUntilItIsGivenBack) {
+  Connect();
+  PosixMQClient* const second = _factory->Connect("");
+  ASSERT_NE(nullptr, second);
+  EXPECT_TRUE(TestQueue::Existing(ResponseName(0)).IsOpen());
+  EXPECT_TRUE(TestQueue::Existing(ResponseName(1)).IsOpen());
+  EXPECT_FALSE(TestQueue::Existing(ResponseName(2)).IsOpen());
+  _factory->Disconnect(second);
+  EXPECT_FALSE(TestQueue::Existing(ResponseName(1)).IsOpen());
+  _factory->Disconnect(second);
+  _factory->Disconnect(nullptr);
+}
+
+TEST_F(QueueConnection, TakesItsPriorityFromAnUriThatHasOneAtAll) {
+  EXPECT_EQ(10, GetPriority("mq:priority=0"));
+  EXPECT_EQ(10, GetPriority("priority="));
+  EXPECT_EQ(0, GetPriority("mq:"));
+}
+
+TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
+  std::function<void(QueueWords&)> spoil;
+  std::atomic<bool> silent{false};
+  FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
+    if (silent) return true;
+    QueueWords answer = Response{}.To(TestQueue::ToWords(request));
+    spoil(answer);
+    return queue.Send(answer);
+  });
+  PosixMQFactory factory(testing_support::TestQueueName());
+  const auto lastLine = [](unsigned number) {
+    return "PosixMQFactory::Connect - failed to confirm connection " + ResponseName(number) +
+           " with server\n";
+  };
+  spoil = [](QueueWords& words) { words[5] = 12; };
+  EXPECT_EQ("PosixMQFactory::ConfirmConnection: server responded with error 12\n" + lastLine(0),
+            FailToConnect(factory));
+  EXPECT_FALSE(TestQueue::Existing(ResponseName(0)).IsOpen());
+  spoil = [](QueueWords& words) { words[0] = 33; };
+  EXPECT_EQ("PosixMQFactory::ConfirmConnection: unexpected msgtype == 33\n" + lastLine(1),
+            FailToConnect(factory));
+  spoil = [](QueueWords& words) { words[2] = 9; };
+  EXPECT_EQ(
+      "IsValidResponse - request.requestID (2) != response.requestID (9)\n"
+      "PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" +
+          lastLine(2),
+      FailToConnect(factory));
+  spoil = [](QueueWords& words) { words.resize(6); };
+  EXPECT_EQ("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" + lastLine(3),
+            FailToConnect(factory));
+  silent = true;
+  qel::config::SetQueueExchangeMs(20);
+  char identifier[16];
+  std::snprintf(identifier, sizeof identifier, "%X", FakeDaemon::FirstConnection() + 4);
+  EXPECT_EQ(
+      "PosixMQFactory::ConfirmConnection - mq_receive failed\n: Connection timed out\n"
+      "PosixMQFactory::ConfirmConnection - mq_receive for connectionID " +
+          std::string(identifier) + " failed\n" + lastLine(4),
+      FailToConnect(factory));
+}
+
+TEST_F(QueueConnection, LeavesNoDescriptorsToHandshakesThatFailed) {
+  const auto open = [] {
+    const int fd = ::dup(0);
+    ::close(fd);
+    return fd;
+  };
+  FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
+    Response refusal;
+    refusal.result = 1;
+    return queue.Send(refusal.To(TestQueue::ToWords(request)));
+  });
+  PosixMQFactory factory(testing_support::TestQueueName());
+  FailToConnect(factory);
+  const int before = open();
+  for (int i = 0; i < 20; ++i) FailToConnect(factory);
+  EXPECT_LE(open(), before + 1);
+}
+
+TEST_F(QueueConnection, BeginsWithNothingThatWasLeftInItsQueue) {
+  TestQueue left(ResponseName(0));
+  ASSERT_TRUE(left.Send(Response{}.To({64, 1, 2, 3})));
+  Connect();
+  EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
+  GiveBack();
+}
+
+TEST_F(QueueConnection, RefusesAQueueThatIsNotAsItShouldBe) {
+  FakeDaemon daemon;
+  PosixMQFactory factory(testing_support::TestQueueName());
+  {
+    TestQueue huge(ResponseName(0), 1, 65537);
+    if (huge.IsOpen()) {
+      EXPECT_THAT(FailToConnect(factory), HasSubstr("Message too long"));
+    }
+  }
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can make a queue of another user";
+  {
+    TestQueue foreign(ResponseName(1));
+    ASSERT_EQ(0, ::fchown(foreign.Get(), 12345, 12345));
+    EXPECT_THAT(FailToConnect(factory),
+                StartsWith("PosixMQFactory::Connect - mq_open failed: Permission denied\n"
+                           "PosixMQFactory::Connect: mq_open on response queue " +
+                           ResponseName(1) + " failed\n"));
+  }
+}
+
+// In a process of its own, as a limit that is lowered stays so.
+TEST_F(QueueConnection, DoublesTheLimitOnceAndSaysWhatToSet) {
+  FakeDaemon daemon;
+  const std::string name = testing_support::TestQueueName();
+  const auto body = [&] {
+    PosixMQFactory factory(name);
+    rlimit limit = {1000, 1000};
+    if (::setrlimit(RLIMIT_MSGQUEUE, &limit) != 0) std::_Exit(3);
+    if (factory.Connect("") != nullptr) std::_Exit(4);
+    ::getrlimit(RLIMIT_MSGQUEUE, &limit);
+    // Where the system does not let a process raise it, it is tried all the same.
+    std::_Exit(limit.rlim_cur == 2000 || limit.rlim_cur == 1000 ? 0 : 5);
+  };
+  EXPECT_EXIT(body(), testing::ExitedWithCode(0),
+              "mq_open failed: (Too many open files|Cannot allocate memory)\n(.*\n)*"
+              "PosixMQFactory::Connect - . rm /dev/mqueue/.\n(.*\n)*.*mq_overview.7.*\n.*77 KiB");
+}
+
+TEST_F(QueueConnection, EndsAProcessThatHasNoDaemon) {
+  EXPECT_EXIT(PosixMQFactory factory("/no_such_queue_test"), testing::ExitedWithCode(255),
+              "PosixMQFactory: mq_open failed: No such file or directory\n"
+              "PosixMQFactory: mq_open on request queue failed for /no_such_queue_test\n"
+              "PosixMQFactory: Are two copies of the corewheel running.\n");
+}
+
+// Each reset of the shared semaphore lets one through, and none is forgotten.
+TEST_F(QueueConnection, GoesOnWhileOthersAreGivenBack) {
+  Connect();
+  std::atomic<int> ended{0};
+  std::thread user([&] {
+    for (int i = 0; i < 500; ++i) EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
+    ++ended;
+  });
+  while (ended == 0) {
+    PosixMQClient* const other = _factory->Connect("");
+    ASSERT_NE(nullptr, other);
+    _factory->Disconnect(other);
+  }
+  user.join();
+}
+
+TEST(ProcessNames, AreKnownToThoseWhoAskAgain) {
+  const auto pid = static_cast<unsigned>(::getpid());
+  EXPECT_EQ("", ConnectionUtilities::GetPIDName(pid));
+  EXPECT_THAT(ConnectionUtilities::GetPIDName(pid), StartsWith("test_queue"));
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+// What a queue client sends, and what it makes of the answers: right ones, wrong ones, late ones.
+#include <gmock/gmock.h>
+
+#include "libconfig/access/QueueIO.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "tests/queue/FakeDaemon.h"
+#include "tests/testing/Wire.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing_support::FakeDaemon;
+using testing_support::QueueTest;
+using testing_support::QueueWords;
+using testing_support::Response;
+using testing_support::TestQueue;
+
+namespace {
+
+constexpr uint32_t kIPConfig = 0x32010000;
+const std::string kText = "Edit 7";
+
+std::string ValueBytes(const std::string& text) {
+  const auto bytes = testing_support::StringValueBytes(eParamID_SysName, text);
+  return {bytes.begin(), bytes.end()};
+}
+
+class QueueExchange : public QueueTest {
+ protected:
+  void SetUp() override {
+    QueueTest::SetUp();
+    CreateDescriptors();
+  }
+  void TearDown() override {
+    QueueTest::TearDown();
+    qel::config::SetQueueExchangeMs(0);
+  }
+
+  // Connects to a daemon that answers the requests of one type with what `make` makes of them.
+  void ConnectTo(uint32_t type, std::function<void(const QueueWords&, TestQueue&)> answer) {
+    Connect([type, answer](const std::string& request, TestQueue& queue) {
+      const QueueWords words = TestQueue::ToWords(request);
+      if (words[0] != type) return false;
+      answer(words, queue);
+      return true;
+    });
+  }
+
+  template <typename Call>
+  std::string Complaint(Call call) {
+    testing::internal::CaptureStderr();
+    call();
+    return testing::internal::GetCapturedStderr();
+  }
+};
+
+TEST_F(QueueExchange, SendsTheRecordsOfItsOperations) {
+  std::mutex mutex;
+  std::vector<std::string> requests;
+  Connect(
+      [&](const std::string& request, TestQueue&) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        requests.push_back(request);
+        return false;
+      },
+      "mq:priority=0");
+  EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
+  EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 2U));
+  EXPECT_EQ(1, _client->Set(eParamID_SysName, kText));
+  GiveBack();
+  const uint32_t id = FakeDaemon::FirstConnection();
+  const std::lock_guard<std::mutex> lock(mutex);
+  ASSERT_EQ(5U, requests.size());
+  EXPECT_EQ((QueueWords{16, id, 0, 0, 10}), TestQueue::ToWords(requests[0]));
+  EXPECT_EQ((QueueWords{80, id, 1, 0, 10, kIPConfig, 0, 0, 0}), TestQueue::ToWords(requests[1]));
+  EXPECT_EQ((QueueWords{81, id, 2, 0, 10, kIPConfig, 2, 0, 0}), TestQueue::ToWords(requests[2]));
+  const QueueWords set = {113, id, 3, 0, 10, eParamID_SysName, 0, 23, 2560};
+  EXPECT_EQ(set, TestQueue::ToWords(requests[3].substr(0, 36)));
+  EXPECT_EQ(ValueBytes(kText), requests[3].substr(36));
+  EXPECT_EQ((QueueWords{17, id, 4, 0, 10}), TestQueue::ToWords(requests[4]));
+}
+
+TEST_F(QueueExchange, ReturnsWhatTheDaemonSays) {
+  Connect([](const std::string& request, TestQueue& queue) {
+    const QueueWords words = TestQueue::ToWords(request);
+    Response response;
+    response.seconds = 1700000000;
+    response.microseconds = 42;
+    response.value = 7;
+    if (words[0] == 81) response.error = 53;
+    std::string stream;
+    if (words[0] == 112) stream = ValueBytes(kText);
+    response.streamLength = static_cast<uint32_t>(stream.size());
+    return queue.Send(response.To(words), stream);
+  });
+  EXPECT_EQ(0, _client->GetLastConfigUpdate().tv_sec);
+  unsigned int value = 0;
+  EXPECT_EQ(7, _client->Get(eParamID_IPConfig, value)) << "the value, not whether there is one";
+  EXPECT_EQ(7U, value);
+  EXPECT_EQ(1700000000, _client->GetLastConfigUpdate().tv_sec);
+  EXPECT_EQ(42, _client->GetLastConfigUpdate().tv_usec);
+  EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 77U));
+  std::string text;
+  EXPECT_EQ(1, _client->Get(eParamID_SysName, text));
+  EXPECT_EQ(kText, text);
+  EXPECT_EQ(0, _client->ResetToFactory(eParamID_IPConfig));
+  EXPECT_EQ(0, _client->IsDirty(eParamID_IPConfig, eConfigID_Default));
+}
+
+TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
+  QueueWords answer;
+  std::string stream;
+  bool breakIt = true;
+  std::function<void(QueueWords&)> spoil;
+  Connect([&](const std::string& request, TestQueue& queue) {
+    const QueueWords words = TestQueue::ToWords(request);
+    if (words[0] < 80 || !breakIt) return false;
+    answer = Response{}.To(words);
+    spoil(answer);
+    return queue.Send(answer, stream);
+  });
+  const std::string name = ConnectionUtilities::GetQueueName(FakeDaemon::FirstConnection());
+  const auto get = [&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); };
+  const auto set = [&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); };
+  std::string text = "as it was";
+  const auto getText = [&] { EXPECT_EQ(0, _client->Get(eParamID_SysName, text)); };
+  const auto setText = [&] { EXPECT_EQ(0, _client->Set(eParamID_SysName, kText)); };
+  const std::string noMatch =
+      "PosixMQClient::Get(): response message did not match response message info\n";
+
+  spoil = [](QueueWords& words) { words[1] = 0x00070003; };
+  EXPECT_EQ("IsValidResponse - request.connectionID (" + name +
+                ") != response.connectionID (/mqd_7_3)\n" + noMatch,
+            Complaint(get));
+  spoil = [](QueueWords& words) { words[3] = 5; };
+  EXPECT_EQ(
+      "IsValidResponse - request.configID (0) != response.configID (5)\n"
+      "PosixMQClient::Set - invalid response for the given request\n",
+      Complaint(set));
+  spoil = [](QueueWords& words) { words[2] += 1000; };
+  EXPECT_THAT(Complaint(setText), HasSubstr("PosixMQClient::Get - response does not match"));
+  spoil = [](QueueWords& words) { words[0] = 98; };
+  EXPECT_EQ(noMatch, Complaint(get));
+  spoil = [](QueueWords& words) { words.resize(9); };
+  EXPECT_EQ(noMatch, Complaint(get)) << "a cut one";
+  spoil = [](QueueWords& words) { words[9] = 1; };
+  EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n", Complaint(get));
+  EXPECT_EQ("PosixMQClient::Get - response error != 0\n", Complaint(getText));
+  EXPECT_EQ("", Complaint(set));
+  spoil = [](QueueWords&) {};
+  EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText));
+  stream = ValueBytes(kText);
+  spoil = [](QueueWords& words) { words[11] = 24; };
+  EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText))
+      << "longer than the message";
+  spoil = [](QueueWords& words) { words[11] = 22; };
+  EXPECT_EQ("", Complaint(getText)) << "a text without its end";
+  EXPECT_EQ("as it was", text);
+  breakIt = false;
+  EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U)) << "the next one is none the worse";
+  GiveBack();
+}
+
+TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
+  QueueWords kept;
+  ConnectTo(80, [&](const QueueWords& words, TestQueue& queue) {
+    if (words[5] == kIPConfig) {
+      kept = words;  // answered with the next one
+      return;
+    }
+    Response late;
+    late.value = 99;
+    Response right;
+    right.value = 3;
+    queue.Send(Response{}.Event(144, words[1]));
+    queue.Send(late.To(kept));
+    queue.Send(right.To(words));
+  });
+  qel::config::SetQueueExchangeMs(50);
+  EXPECT_EQ(
+      "PosixMQClient::Get(): mq_receive returned -1, FAILED: Connection timed out\n"
+      "PosixMQClient::Get(): mq_receive returned -1, FAILED",
+      Complaint([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); }));
+  qel::config::SetQueueExchangeMs(0);
+  EXPECT_EQ("", Complaint([&] { EXPECT_EQ(3U, _client->Get(eParamID_MediaUpdated)); }));
+}
+
+TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
+  Connect();
+  _daemon.reset();
+  // The daemon is gone, and its queue fills with requests that nobody takes.
+  qel::config::SetQueueExchangeMs(1);
+  std::string complaint;
+  for (int i = 0; i < 200 && complaint.find("mq_send") == std::string::npos; ++i) {
+    complaint = Complaint([&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); });
+  }
+  EXPECT_EQ(
+      "PosixMQClient::Set mq_send failed: Connection timed out\n"
+      "PosixMQClient::Set - mq_send failed\n",
+      complaint);
+  EXPECT_EQ("PosixMQClient::Set: mq_send failed\n", Complaint([&] {
+              EXPECT_EQ(0, _client->Set(eParamID_SysName, std::string(600, 'x')));
+            }));
+}
+
+}  // namespace

@@ -1,0 +1,136 @@
+// Objects on System V message queues.
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/msg.h>
+
+#include <chrono>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <thread>
+
+#include "libconfig/access/IPCDeSerializer.h"
+#include "libconfig/access/IPCSerializer.h"
+#include "libconfig/descriptors/ParamIDs.h"
+#include "libconfig/values/StringValue.h"
+#include "tests/testing/Queues.h"
+#include "tests/testing/Wire.h"
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+class IPCQueue : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (_queue == -1) GTEST_SKIP() << "no System V message queue can be had here";
+  }
+  ~IPCQueue() override { Remove(); }
+  void Remove() { ::msgctl(_queue, IPC_RMID, nullptr); }
+
+  static CONFIGMGR_STREAM_HEADER_T Header(long type) {
+    CONFIGMGR_STREAM_HEADER_T header = {};
+    header.mtype = type;
+    header.tag = 0x01020304;
+    return header;
+  }
+
+  bool Send(long type, const std::string& text) {
+    std::string message(sizeof type + text.size(), '\0');
+    std::memcpy(message.data(), &type, sizeof type);
+    std::memcpy(message.data() + sizeof type, text.data(), text.size());
+    return ::msgsnd(_queue, message.data(), text.size(), IPC_NOWAIT) == 0;
+  }
+  std::string Receive(long type) {
+    std::string message(9000, '\0');
+    const ssize_t size =
+        ::msgrcv(_queue, message.data(), message.size() - sizeof type, type, IPC_NOWAIT);
+    return size < 0 ? "none" : message.substr(sizeof type, static_cast<std::size_t>(size));
+  }
+  template <typename... Word>
+  static std::string Words(Word... words) {
+    const uint32_t values[] = {static_cast<uint32_t>(words)...};
+    return {reinterpret_cast<const char*>(values), sizeof values};
+  }
+  std::unique_ptr<Serializable> Read(long type, bool wait) {
+    CONFIGMGR_STREAM_HEADER_T header = Header(type);
+    return std::unique_ptr<Serializable>(_reader.Read(header, wait));
+  }
+
+  const int _queue = ::msgget(IPC_PRIVATE, 0600);
+  IPCSerializer _writer{eSerializationFormat_Queue, _queue};
+  IPCDeSerializer _reader{eSerializationFormat_Queue, _queue};
+  StringValue _value{eConfigID_Default, eParamID_SysName, eParamType_String, "Edit 7"};
+};
+
+TEST_F(IPCQueue, CarriesAHeaderAndThenTheObject) {
+  ASSERT_TRUE(_writer.Write(Header(7), &_value));
+  EXPECT_EQ(Words(0x01020304, 0, 23 + 8, 1024, 0, 0), Receive(7));
+  const auto bytes = testing_support::StringValueBytes(eParamID_SysName, "Edit 7");
+  EXPECT_EQ(Words(0x01020304) + std::string(bytes.begin(), bytes.end()), Receive(8));
+}
+
+TEST_F(IPCQueue, BringsTheObjectBack) {
+  ASSERT_TRUE(_writer.Write(Header(7), &_value));
+  CONFIGMGR_STREAM_HEADER_T header = Header(7);
+  header.tag = 0;
+  const std::unique_ptr<Serializable> object(_reader.Read(header, false));
+  auto* const text = dynamic_cast<StringValue*>(object.get());
+  ASSERT_NE(nullptr, text);
+  std::string value;
+  text->Get(value);
+  EXPECT_EQ("Edit 7", value);
+  EXPECT_EQ(0x01020304U, header.tag);
+  EXPECT_EQ(nullptr, Read(7, false)) << "nothing is left";
+}
+
+TEST_F(IPCQueue, SendsNothingThatIsNothing) {
+  EXPECT_FALSE(_writer.Write(Header(7), nullptr));
+  for (const long type : {0L, -1L, LONG_MAX}) {
+    EXPECT_FALSE(_writer.Write(Header(type), &_value));
+    EXPECT_EQ(nullptr, Read(type, false));
+  }
+  EXPECT_EQ("none", Receive(0));
+  StringValue huge(eConfigID_Default, eParamID_SysName, eParamType_String,
+                   std::string(100000, 'x'));
+  EXPECT_FALSE(_writer.Write(Header(7), &huge));
+  EXPECT_NE("none", Receive(7)) << "the header is on its way by then";
+}
+
+TEST_F(IPCQueue, ReadsNoDamagedMessages) {
+  for (const uint32_t length : {0U, 7U, 1024U * 1024U + 1, 0xFFFFFFFFU}) {
+    Send(7, Words(0, 0, length, 0, 0, 0));
+    EXPECT_EQ(nullptr, Read(7, true)) << length;
+  }
+  Send(7, Words(0, 0, 31));
+  EXPECT_EQ(nullptr, Read(7, true)) << "a cut header";
+  Send(7, Words(0, 0, 31, 0, 0, 0));
+  Send(8, Words(0, 0x01000000));
+  EXPECT_EQ(nullptr, Read(7, true)) << "cut data";
+  Send(7, Words(0, 0, 31, 0, 0, 0));
+  Send(8, std::string(27, '\xFF'));
+  EXPECT_EQ(nullptr, Read(7, true)) << "no object";
+}
+
+TEST_F(IPCQueue, WaitsForWhatIsOnItsWayAndNoLongerThanTheQueueIsThere) {
+  const auto begin = steady_clock::now();
+  EXPECT_EQ(nullptr, Read(7, false));
+  std::thread sender([this] { EXPECT_TRUE(_writer.Write(Header(7), &_value)); });
+  EXPECT_NE(nullptr, Read(7, true));
+  sender.join();
+  std::thread remover([this] { Remove(); });
+  EXPECT_EQ(nullptr, Read(7, true));
+  remover.join();
+  EXPECT_LT(steady_clock::now() - begin, milliseconds(9000));
+}
+
+TEST_F(IPCQueue, IsGivenUpAfterTenSeconds) {
+  Send(7, Words(0, 0, 31, 0, 0, 0));
+  const auto begin = steady_clock::now();
+  EXPECT_EQ(nullptr, Read(7, false)) << "the data are waited for in any case";
+  EXPECT_GE(steady_clock::now() - begin, milliseconds(10000));
+  EXPECT_LT(steady_clock::now() - begin, milliseconds(14000));
+}
+
+}  // namespace

@@ -1,0 +1,260 @@
+// The daemon's service, as its clients and strangers meet it: the daemon is a process of its own.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/access/PosixMQClient.h"
+#include "libconfig/access/PosixMQFactory.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "tests/testing/Daemon.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/Queues.h"
+#include "tests/testing/RecordingListener.h"
+#include "tests/testing/Wire.h"
+
+using testing::HasSubstr;
+using testing::Not;
+using testing_support::Daemon;
+using testing_support::Eventually;
+using testing_support::QueueWords;
+using testing_support::RecordingListener;
+using testing_support::TestQueue;
+
+namespace {
+
+constexpr uint32_t kIPConfig = 0x32010000;
+
+class QueueService : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string reason = testing_support::WhyNoQueues();
+    if (!reason.empty()) GTEST_SKIP() << reason;
+    CreateDescriptors();
+    Start();
+    ASSERT_THAT(_daemon->GetOutput(), HasSubstr("serving mq:" + _name + "\n"));
+    _requests = TestQueue::Existing(_name);
+    _responses = TestQueue(ConnectionUtilities::GetQueueName(_id));
+    ASSERT_EQ(0U, Ask({16, _id, 0, 0, 0})[5]);
+  }
+  void TearDown() override {
+    _daemon.reset();
+    EXPECT_FALSE(TestQueue::Existing(_name).IsOpen()) << "it leaves nothing behind";
+  }
+
+  void Start() {
+    _daemon = std::make_unique<Daemon>(std::vector<std::string>{"--queue", _name, "--quiet"});
+  }
+
+  // The words of the answer; as many zeros when there is none.
+  QueueWords Ask(const QueueWords& request, const std::string& stream = {}) {
+    _requests.Send(request, stream);
+    QueueWords answer = _responses.ReceiveWords();
+    answer.resize(std::max<std::size_t>(answer.size(), 13));
+    return answer;
+  }
+  QueueWords Get(uint32_t param = kIPConfig) { return Ask({80, _id, 1, 0, 0, param, 0, 0, 0}); }
+  QueueWords Set(uint32_t value) { return Ask({81, _id, 2, 0, 0, kIPConfig, value, 0, 0}); }
+  static std::string Value(const std::string& text) {
+    const auto bytes = testing_support::StringValueBytes(eParamID_SysName, text);
+    return {bytes.begin(), bytes.end()};
+  }
+  QueueWords SetText(const std::string& stream, std::size_t length) {
+    return Ask({113, _id, 3, 0, 0, eParamID_SysName, 0, static_cast<uint32_t>(length), 2560},
+               stream);
+  }
+
+  Config* ConnectByNetwork() {
+    return ConfigFactoryImpl::GetInstance()->Connect(_daemon->GetURI());
+  }
+
+  const std::string _name = testing_support::TestQueueName();
+  // Not one that a factory of this process makes.
+  const uint32_t _id = (static_cast<uint32_t>(::getpid()) << 16) + 0x8000;
+  std::unique_ptr<Daemon> _daemon;
+  TestQueue _requests;
+  TestQueue _responses;
+};
+
+TEST_F(QueueService, AnswersInTheRecordsOfItsProtocol) {
+  EXPECT_EQ((QueueWords{96, _id, 1, 0, 0, 0, kIPConfig, 0, 0, 0, 0, 0, 0}), Get())
+      << "nothing has changed yet";
+  EXPECT_EQ((QueueWords{64, _id, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), Ask({48, _id, 7, 0, 0, 0}));
+  const auto before = static_cast<uint32_t>(::time(nullptr));
+  const QueueWords event = Set(2);
+  EXPECT_GE(event[7], before);
+  EXPECT_EQ((QueueWords{144, _id, 0xFFFFFFFF, 0, 0, 0, kIPConfig, event[7], event[8], 0, 2, 0, 0}),
+            event);
+  QueueWords answer = event;
+  while (answer[0] == 144) answer = _responses.ReceiveWords();
+  EXPECT_EQ((QueueWords{97, _id, 2, 0, 0, 0, kIPConfig, event[7], event[8], 0, 2, 0, 0}), answer);
+  Ask({49, _id, 8, 0, 0, 0});
+  EXPECT_EQ(event[8], Get()[8]) << "the time of the change";
+  EXPECT_EQ((QueueWords{129, _id, 3, 0}), [&] {
+    QueueWords words = SetText(Value("Edit 7"), 23);
+    EXPECT_EQ(0U, words[9]);
+    words.resize(4);
+    return words;
+  }());
+  _requests.Send(QueueWords{112, _id, 4, 0, 0, eParamID_SysName, 0, 0, 0});
+  const std::string text = _responses.Receive();
+  EXPECT_EQ(23U, TestQueue::ToWords(text)[11]);
+  EXPECT_EQ(Value("Edit 7"), text.substr(52));
+  EXPECT_EQ(33U, Ask({17, _id, 5, 0, 0})[0]);
+  EXPECT_EQ(107U, Get()[9]) << "not connected any more";
+}
+
+TEST_F(QueueService, RefusesWithANumberWhatCannotBeDone) {
+  EXPECT_EQ(53U, Set(77)[9]);
+  EXPECT_EQ(60U, Get(0x01020304)[9]);
+  EXPECT_EQ(60U, Get(eParamID_SysName)[9]) << "no number";
+  EXPECT_EQ(53U, SetText(Value("x"), 19)[9]) << "announced longer than it is";
+  EXPECT_EQ(53U, SetText({}, 0xFFFFFFFF)[9]);
+  EXPECT_EQ(53U, SetText(Value("x"), 17)[9]) << "without its end";
+  EXPECT_EQ(53U, SetText(std::string(40, '\xFF'), 40)[9]);
+  for (uint32_t config = 1; config < 64; ++config) {
+    EXPECT_EQ(0U, Ask({80, _id, 1, config, 0, kIPConfig, 0, 0, 0})[9]);
+  }
+  EXPECT_EQ(23U, Ask({80, _id, 1, 64, 0, kIPConfig, 0, 0, 0})[9]) << "too many configurations";
+  // A text that came by another way, and is too long for a message.
+  Config* const network = ConnectByNetwork();
+  network->Set(eParamID_SysName, std::string(2000, 'x'));
+  std::string text;
+  network->Get(eParamID_SysName, text);
+  EXPECT_EQ(90U, Ask({112, _id, 4, 0, 0, eParamID_SysName, 0, 0, 0})[9]);
+  ConfigFactoryImpl::GetInstance()->Disconnect(network);
+}
+
+TEST_F(QueueService, DropsWhatIsShorterThanItsRecord) {
+  const QueueWords whole = {113, _id, 9, 0, 0, eParamID_SysName, 0, 0, 0};
+  for (std::size_t words = 0; words < 9; ++words) {
+    for (const uint32_t type : {16U, 17U, 48U, 49U, 80U, 81U, 112U, 113U, 114U, 5U, 0xFFFFFFFFU}) {
+      const std::size_t needed = type <= 17 && type >= 16 ? 5 : type <= 49 && type >= 48 ? 6 : 9;
+      if (words >= needed) continue;
+      QueueWords request(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(words));
+      if (words > 0) request[0] = type;
+      ASSERT_TRUE(_requests.Send(request, "xyz"));
+    }
+  }
+  EXPECT_EQ(96U, Get()[0]) << "the first answer there is";
+}
+
+TEST_F(QueueService, WaitsForNoClientAndNamesTheSlowOneOnce) {
+  Ask({48, _id, 7, 0, 0, 0});
+  Config* const network = ConnectByNetwork();
+  PosixMQFactory factory(_name);
+  PosixMQClient* const reader = factory.Connect("");
+  ASSERT_NE(nullptr, reader);
+  for (unsigned i = 0; i < 300; ++i) network->Set(eParamID_MediaUpdated, i);
+  EXPECT_EQ(299U, network->Get(eParamID_MediaUpdated));
+  EXPECT_EQ(299U, reader->Get(eParamID_MediaUpdated)) << "others are served";
+  EXPECT_EQ(128, _responses.Waiting());
+  const std::string line =
+      "configd: test_queue (" + std::to_string(::getpid()) + ") does not read its message queue " +
+      ConnectionUtilities::GetQueueName(_id) + " and hears of no more changes; clients so far: 1\n";
+  EXPECT_TRUE(_daemon->WaitForOutput(line));
+  while (_responses.Waiting() > 0) _responses.Receive();
+  network->Set(eParamID_MediaUpdated, 1000U);
+  EXPECT_EQ(1000U, network->Get(eParamID_MediaUpdated));
+  EXPECT_EQ(0, _responses.Waiting()) << "until it asks again";
+  Ask({48, _id, 7, 0, 0, 0});
+  network->Set(eParamID_MediaUpdated, 1001U);
+  EXPECT_EQ(1001U, _responses.ReceiveWords()[10]);
+  factory.Disconnect(reader);
+  ConfigFactoryImpl::GetInstance()->Disconnect(network);
+}
+
+// The queue of a process that ended without a word.
+TEST_F(QueueService, RemovesTheQueuesOfClientsThatDied) {
+  int ready[2];
+  ASSERT_EQ(0, ::pipe(ready));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    PosixMQFactory factory(_name);
+    PosixMQClient* const client = factory.Connect("");
+    std::_Exit(client == nullptr ? 1 : 0);
+  }
+  int status = -1;
+  ASSERT_EQ(child, ::waitpid(child, &status, 0));
+  ASSERT_EQ(0, status);
+  const std::string name = ConnectionUtilities::GetQueueName(static_cast<uint32_t>(child) << 16);
+  EXPECT_TRUE(TestQueue::Existing(name).IsOpen());
+  Ask({16, _id, 0, 0, 0});
+  EXPECT_TRUE(Eventually([&] { return !TestQueue::Existing(name).IsOpen(); }));
+}
+
+TEST_F(QueueService, DoesNotWriteToAnotherUsersQueue) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can make a queue of another user";
+  TestQueue foreign(ConnectionUtilities::GetQueueName(_id + 1));
+  ASSERT_EQ(0, ::fchown(foreign.Get(), 12345, 12345));
+  _requests.Send(QueueWords{16, _id + 1, 0, 0, 0});
+  _requests.Send(QueueWords{80, _id + 1, 0, 0, 0, kIPConfig, 0, 0, 0});
+  EXPECT_EQ(96U, Get()[0]);
+  EXPECT_EQ(0, foreign.Waiting());
+}
+
+TEST_F(QueueService, OfASecondDaemonIsAClearError) {
+  Daemon second({"--queue", _name});
+  EXPECT_EQ(1, second.Wait());
+  EXPECT_EQ("configd: cannot serve mq:" + _name +
+                ": another configd serves it; stop that one, choose another queue with --queue, or "
+                "leave it out with --no-queue\n",
+            second.GetOutput());
+  EXPECT_EQ(96U, Get()[0]) << "the first one goes on";
+  Daemon without({"--no-queue"});
+  EXPECT_THAT(without.GetOutput(), HasSubstr("ready\n"));
+  EXPECT_THAT(without.GetOutput(), Not(HasSubstr("mq:")));
+}
+
+TEST_F(QueueService, IsTakenOverFromADaemonThatDied) {
+  PosixMQFactory factory(_name);
+  PosixMQClient* const client = factory.Connect("");
+  ASSERT_NE(nullptr, client);
+  EXPECT_EQ(-SIGKILL, _daemon->End(SIGKILL));
+  Start();
+  EXPECT_THAT(_daemon->GetOutput(), HasSubstr("serving mq:" + _name + "\n"));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0U, client->Get(eParamID_IPConfig));
+  EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n",
+            testing::internal::GetCapturedStderr());
+  PosixMQClient* const again = factory.Connect("");
+  ASSERT_NE(nullptr, again);
+  EXPECT_EQ(1, again->Set(eParamID_IPConfig, 2U));
+  factory.Disconnect(client);
+  factory.Disconnect(again);
+}
+
+TEST_F(QueueService, IsFoundAgainAfterAnEndInOrder) {
+  PosixMQFactory factory(_name);
+  EXPECT_EQ(0, _daemon->End(SIGTERM));
+  Start();
+  PosixMQClient* const client = factory.Connect("");
+  ASSERT_NE(nullptr, client);
+  RecordingListener listener;
+  EXPECT_EQ(1, client->AddConfigEventListener(&listener));
+  EXPECT_EQ(1, client->Set(eParamID_SysName, std::string("Edit 7")));
+  EXPECT_TRUE(listener.WaitFor(eParamID_SysName, "Edit 7"));
+  factory.Disconnect(client);
+}
+
+TEST(WithoutQueues, TheDaemonSaysWhatToSetAndServesTheRest) {
+  if (!testing_support::kOwnNamespace) GTEST_SKIP() << "the system's limits cannot be changed";
+  testing_support::WriteFile("/proc/sys/fs/mqueue/msg_max", "10");
+  const bool refused = !testing_support::WhyNoQueues().empty();
+  {
+    Daemon daemon({"--queue", testing_support::TestQueueName()});
+    if (refused) {
+      EXPECT_EQ(0U, daemon.GetOutput().find(
+                        "configd: not serving mq:" + testing_support::TestQueueName() +
+                        ": Invalid argument; set fs.mqueue.msg_max to 128 or more (sysctl -w "
+                        "fs.mqueue.msg_max=128), or leave the queue out with --no-queue\n"));
+    }
+    EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: ready\n"));
+  }
+  testing_support::WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
+  if (!refused) GTEST_SKIP() << "this user may have queues of any length";
+}
+
+}  // namespace

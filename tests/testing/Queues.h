@@ -1,0 +1,160 @@
+// Message queues for tests: a namespace of the process's own where the machine allows it, so that
+// nothing is left behind and no other test is met, and queues as a stranger would use them.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <mqueue.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "libconfig/access/ConnectionUtilities.h"
+
+namespace testing_support {
+
+inline bool WriteFile(const char* path, const std::string& text) {
+  std::ofstream file(path);
+  file << text << std::flush;
+  return file.good();
+}
+
+// Before main, as threads that are there already would stay behind.
+inline bool EnterOwnNamespace() {
+  const auto user = std::to_string(::geteuid());
+  if (::unshare(CLONE_NEWIPC) != 0) {
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWIPC) != 0) return false;
+    WriteFile("/proc/self/uid_map", "0 " + user + " 1");
+  }
+  WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
+  WriteFile("/proc/sys/fs/mqueue/msgsize_max", "131072");
+  return true;
+}
+
+inline const bool kOwnNamespace = EnterOwnNamespace();
+
+inline std::string TestQueueName() { return "/corewheel_test_" + std::to_string(::getpid()); }
+
+// Empty when queues of the usual size can be had, else why not.
+inline std::string WhyNoQueues() {
+  const std::string name = "/probe_test_" + std::to_string(::getpid());
+  mq_attr attributes = {};
+  attributes.mq_maxmsg = 128;
+  attributes.mq_msgsize = 512;
+  const mqd_t queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, 0600, &attributes);
+  if (queue == -1) {
+    return std::string("no message queue of 128 messages can be had here: ") + std::strerror(errno);
+  }
+  ::mq_close(queue);
+  ::mq_unlink(name.c_str());
+  return {};
+}
+
+using QueueWords = std::vector<uint32_t>;
+
+// A descriptor of a queue, open as long as the object lives.
+class TestQueue {
+ public:
+  TestQueue() = default;
+  // Makes it, and removes it in the end.
+  explicit TestQueue(const std::string& name, long messages = 128, long size = 512) : _name(name) {
+    mq_attr attributes = {};
+    attributes.mq_maxmsg = messages;
+    attributes.mq_msgsize = size;
+    _queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, 0770, &attributes);
+  }
+  // One that is there.
+  static TestQueue Existing(const std::string& name) {
+    TestQueue queue;
+    queue._queue = ::mq_open(name.c_str(), O_RDWR);
+    return queue;
+  }
+  ~TestQueue() { Close(); }
+  TestQueue(TestQueue&& other) noexcept : _name(other._name), _queue(other._queue) {
+    other._queue = -1;
+  }
+  TestQueue& operator=(TestQueue&& other) noexcept {
+    std::swap(_name, other._name);
+    std::swap(_queue, other._queue);
+    return *this;
+  }
+
+  bool IsOpen() const { return _queue != -1; }
+  mqd_t Get() const { return _queue; }
+  void Close() {
+    if (_queue == -1) return;
+    ::mq_close(_queue);
+    // Not in the children of death tests.
+    if (!_name.empty() && ::getpid() == _owner) ::mq_unlink(_name.c_str());
+    _queue = -1;
+  }
+
+  bool Send(const void* bytes, std::size_t size, unsigned priority = 0) {
+    return ::mq_send(_queue, static_cast<const char*>(bytes), size, priority) == 0;
+  }
+  bool Send(const QueueWords& words, const std::string& stream = {}) {
+    std::string bytes(words.size() * 4, '\0');
+    std::memcpy(bytes.data(), words.data(), bytes.size());
+    bytes += stream;
+    return Send(bytes.data(), bytes.size());
+  }
+
+  // The bytes of the next message; empty when none comes.
+  std::string Receive(int milliseconds = 20000, unsigned* priority = nullptr) {
+    pollfd wanted = {_queue, POLLIN, 0};
+    if (::poll(&wanted, 1, milliseconds) <= 0) return {};
+    mq_attr attributes;
+    ::mq_getattr(_queue, &attributes);
+    std::string bytes(static_cast<std::size_t>(attributes.mq_msgsize), '\0');
+    const ssize_t size = ::mq_receive(_queue, bytes.data(), bytes.size(), priority);
+    bytes.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return bytes;
+  }
+
+  static QueueWords ToWords(const std::string& bytes) {
+    QueueWords words(bytes.size() / 4);
+    std::memcpy(words.data(), bytes.data(), words.size() * 4);
+    return words;
+  }
+  QueueWords ReceiveWords(int milliseconds = 20000) { return ToWords(Receive(milliseconds)); }
+
+  long Waiting() const {
+    mq_attr attributes = {};
+    ::mq_getattr(_queue, &attributes);
+    return attributes.mq_curmsgs;
+  }
+
+ private:
+  std::string _name;
+  mqd_t _queue = -1;
+  const pid_t _owner = ::getpid();
+};
+
+// A response to `request`, as words: its type, what it repeats, and the rest by name.
+struct Response {
+  uint32_t result = 0;
+  uint32_t param = 0;
+  uint32_t seconds = 0;
+  uint32_t microseconds = 0;
+  uint32_t error = 0;
+  uint32_t value = 0;
+  uint32_t streamLength = 0;
+
+  QueueWords To(const QueueWords& request) const {
+    return {request[0] + 16, request[1], request[2], request[3],   0,   result, param, seconds,
+            microseconds,    error,      value,      streamLength, 2560};
+  }
+  QueueWords Event(uint32_t type, uint32_t connection) const {
+    return To({type - 16, connection, 0xFFFFFFFF, 0});
+  }
+};
+
+}  // namespace testing_support
