@@ -28,8 +28,11 @@ class PosixMQClient::Exchange {
       inbox.ExpectNothing();
       return Result::kNotSent;
     }
-    if (inbox.AwaitAnswer(answer, deadline) != qel::config::QueueInbox::Outcome::kReady) {
-      const int saved = errno;
+    const auto outcome = inbox.AwaitAnswer(answer, deadline);
+    const int saved = errno;
+    // The system may fail to start the thread of a notification, and says nothing of it.
+    if (!_client._state->listeners.IsEmpty() && inbox.NeedsDrain()) _client.DrainOnAThread();
+    if (outcome != qel::config::QueueInbox::Outcome::kReady) {
       inbox.Abandon(request.requestID);
       errno = saved;
       return Result::kNotReceived;

@@ -137,6 +137,11 @@ bool QueueInbox::HasEvents() {
   return !_events.empty();
 }
 
+bool QueueInbox::NeedsDrain() {
+  MutexLock lock(_mutex);
+  return !_events.empty() && !_draining && _eventWaiters == 0 && !_closed;
+}
+
 bool QueueInbox::TakeEvent(QueueMessage& event) {
   MutexLock lock(_mutex);
   if (_events.empty()) return false;

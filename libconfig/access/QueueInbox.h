@@ -59,6 +59,8 @@ class QueueInbox {
   // Whether somebody wants to hear events. Those that nobody wants are dropped.
   void KeepEvents(bool keep);
   bool HasEvents();
+  // Whether there are events that no thread is about to tell of.
+  bool NeedsDrain();
   // False when another thread was quicker.
   bool TakeEvent(QueueMessage& event);
 
