@@ -234,6 +234,7 @@ TEST_F(QueueEvents, GoOnAfterAListenerThatThrows) {
   Send(Event(1));
   Send(Event(2));
   EXPECT_TRUE(thrower.WaitFor(eParamID_MediaUpdated, "2"));
+  GiveBack();  // and with it what another thread has to say
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
               HasSubstr("] PosixMQClient::MQNotifyHandler - exception!!!!\n"));
 }

@@ -58,6 +58,8 @@ class FakeDaemon {
       const std::string request = _requests.Receive(-1);
       if (request.empty()) return;
       const QueueWords words = TestQueue::ToWords(request);
+      // A new connection has a new queue, whatever its name.
+      if (words[0] == 16) Forget(words[1]);
       const std::shared_ptr<TestQueue> response = ResponseQueue(words[1]);
       const bool done = _behaviour && _behaviour(request, *response);
       // One that is refused is not heard of again either.
