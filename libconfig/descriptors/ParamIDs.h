@@ -309,4 +309,20 @@ enum eParam_t : uint32_t {
   eParamID_ConfigCommand = 0x01400000,
   eParamID_ConfigCommandStatus = 0x01410000,
   eParamID_ConfigPath = 0x01420000,
+
+  // Proxies of sibling models, their selectors and what they stand for; in no catalogue here
+  eParamID_OutputFormatProxy = 0x01010000,
+  eParamID_OutputFrameRate = 0x03030000,
+  eParamID_OutputTiming_1 = 0x06020000,
+  eParamID_OutputTiming_2 = 0x06030000,
+  eParamID_OutputTiming_3 = 0x06040000,
+  eParamID_OutputFormat = 0x79030000,
+  eParamID_ProcAmp_1 = 0x0a010000,
+  eParamID_ProcAmp_2 = 0x0a020000,
+  eParamID_ProcAmp_3 = 0x0a030000,
+  eParamID_ProcAmp_4 = 0x0a040000,
+  eParamID_ProcAmp_5 = 0x0a050000,
+  eParamID_WiFiDefaultGateway = 0x3604000a,
+  eParamID_WiFiDHCPDefaultGateway = 0x3604010a,
+  eParamID_WiFiStaticDefaultGateway = 0x3604020a,
 };

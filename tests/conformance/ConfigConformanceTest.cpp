@@ -13,12 +13,15 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
+#include "libconfig/mapping/GetMappingConfig.h"
+#include "libconfig/mapping/RecorderParamMapper.h"
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Queues.h"
 #include "tests/testing/RecordingListener.h"
 #include "tests/testing/TestServer.h"
 
+using quarn::mapper::RecorderParamMapper;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing_support::Daemon;
@@ -42,6 +45,7 @@ struct Way {
   bool livesWithoutListeners;  // removing the last listener leaves the connection usable
   bool queue = false;  // reaches configuration 0 of a daemon; Get returns the value that it reads
   std::size_t longestText = 8000;
+  bool mapped = false;  // is given back by deleting it, and announces proxies as well
 };
 
 constexpr Way kWays[] = {
@@ -52,6 +56,9 @@ constexpr Way kWays[] = {
     {"Udp", "%u", true, false, false, false, false, false, false, false},
     {"CachedUdp", "%u/caching=true", true, false, false, false, false, false, true, false},
     {"MessageQueue", "mq:", true, true, true, true, false, false, false, true, true, 400},
+    {"Mapped", "%s", false, false, true, true, false, false, false, true, false, 8000, true},
+    {"MappedCached", "%s/caching=true", false, false, true, true, false, false, false, true, false,
+     8000, true},
 };
 
 void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
@@ -91,13 +98,14 @@ class Configs : public testing::TestWithParam<Way> {
     if (uri.compare(0, 2, "%s") == 0) uri.replace(0, 2, _server.GetURI());
     if (uri.compare(0, 2, "%u") == 0) uri.replace(0, 2, _datagramServer.GetURI());
     uri += "/configid=" + std::to_string(_number);
+    if (GetParam().mapped) return GetMappingConfig(uri, false, false);
     return ConfigFactoryImpl::GetInstance()->Connect(uri);
   }
 
   void GiveBack(Config* config) {
     if (_queues != nullptr) {
       _queues->Disconnect(static_cast<PosixMQClient*>(config));
-    } else if (GetParam().cached) {
+    } else if (GetParam().cached || GetParam().mapped) {
       delete config;
     } else {
       EXPECT_EQ(1, ConfigFactoryImpl::GetInstance()->Disconnect(config));
@@ -129,7 +137,8 @@ INSTANTIATE_TEST_SUITE_P(Ways, Configs, testing::ValuesIn(kWays), NameOf);
 TEST_P(Configs, BeginWithTheFactoryDefaults) {
   EXPECT_EQ(_number, _config->GetConfigID());
   for (const eParam_t id : GetParamIDs()) {
-    const ParamDescriptor* const descriptor = GetDescriptor(id);
+    // A proxy's is the one of what it stands for.
+    const ParamDescriptor* const descriptor = _config->GetParamDescriptor(id);
     if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(descriptor)) {
       unsigned int value = 4711;
       const int result = _config->Get(id, value);
@@ -191,14 +200,21 @@ TEST_P(Configs, AnnounceChangesInTheOrderInWhichTheyWereStored) {
   _store->Set(eParamID_SysName, std::string("behind its back"));
   ASSERT_TRUE(listener.WaitFor(eParamID_SysName, "behind its back"));
   EXPECT_THAT(listener.GetValues(eParamID_SysName), ElementsAre("Edit 7", "behind its back"));
-  // The change itself first, then those that depend on it, each with its current value.
+  // The change itself first, then those that depend on it, each with its current value. A mapped
+  // configuration has proxies behind each of them.
   const auto heard = listener.GetHeard();
+  const auto proxiesOf = [](eParam_t id) {
+    return GetParam().mapped ? RecorderParamMapper().ParamsChangedBy(id).size() : 0;
+  };
   const auto dependents = GetDescriptor(eParamID_IPConfig)->GetDependentParamIDs();
   ASSERT_GE(heard.size(), 1 + dependents.size());
   EXPECT_EQ(std::make_pair(eParamID_IPConfig, std::string("1")), heard[0]);
-  for (std::size_t i = 0; i < dependents.size(); ++i) {
-    EXPECT_EQ(dependents[i], heard[i + 1].first);
-    EXPECT_EQ(std::to_string(_store->Get(dependents[i])), heard[i + 1].second);
+  std::size_t next = 1 + proxiesOf(eParamID_IPConfig);
+  for (const eParam_t dependent : dependents) {
+    ASSERT_LT(next, heard.size());
+    EXPECT_EQ(dependent, heard[next].first);
+    EXPECT_EQ(std::to_string(_store->Get(dependent)), heard[next].second);
+    next += 1 + proxiesOf(dependent);
   }
   EXPECT_EQ(1, _config->RemoveConfigEventListener(&listener));
 }

@@ -1,0 +1,176 @@
+#include "libconfig/mapping/MappingConfig.h"
+
+#include "libconfig/access/ConfigCache.h"
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/manager/ConfigManager.h"
+#include "libconfig/mapping/MappingAnnouncement.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::MutexLock;
+using qel::config::Report;
+
+MappingConfig* MappingConfig::Create(std::string configURI, std::string eventsURI,
+                                     ParamMapper* mapper) {
+  return Create(std::move(configURI), std::move(eventsURI), mapper, false, false);
+}
+
+MappingConfig* MappingConfig::Create(std::string configURI, std::string eventsURI,
+                                     ParamMapper* mapper, bool priority, bool caching) {
+  ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
+  if (priority) configURI += "/priority=1";
+  if (caching) configURI += "/caching=true";
+  Config* const config = factory->Connect(configURI);
+  // A cache is there even when its connection is not; it then knows no parameter.
+  if (config == nullptr || config->GetParamDescriptor(eParamID_IPConfig) == nullptr) {
+    GiveBack(config);
+    Report("MappingConfig::Create: pConfig failed\n");
+    return nullptr;
+  }
+  Config* const events = factory->Connect(eventsURI);
+  if (events == nullptr) {
+    GiveBack(config);
+    Report("MappingConfig::Create: pEvConfig failed\n");
+    return nullptr;
+  }
+  auto mapping = std::unique_ptr<MappingConfig>(new MappingConfig(config, events));
+  // A server does not answer a registration; what it answers next says that it has arrived. A
+  // multicast group has nobody to answer, and is joined at once.
+  const bool answers = eventsURI.find("multicast:") == std::string::npos;
+  unsigned int any;
+  if (!mapping->ListenToEvents() || (answers && events->Get(eParamID_IPConfig, any) == 0)) {
+    Report("MappingConfig::Create: pEvConfig failed\n");
+    return nullptr;
+  }
+  mapping->SetParamMapper(mapper);
+  return mapping.release();
+}
+
+MappingConfig::MappingConfig(Config* config, Config* events)
+    : DelegatorConfig(config), _eventsConfig(events), _events(std::make_shared<Events>()) {}
+
+MappingConfig::~MappingConfig() {
+  _events->gone = true;
+  // A store lives on without this connection. The end of any other ends its events, without asking
+  // a server that may be gone.
+  if (dynamic_cast<ConfigManager*>(_eventsConfig) != nullptr) {
+    _eventsConfig->RemoveConfigEventListener(this);
+    auto* const cache = dynamic_cast<ConfigCache*>(&GetWrapped());
+    if (cache != nullptr) _eventsConfig->RemoveConfigEventListener(cache);
+  }
+  GiveBack(_eventsConfig);
+  _events->listeners.RemoveAll();
+  Release();
+}
+
+bool MappingConfig::ListenToEvents() {
+  // The cache comes first, so that what is read inside an event is not older than the event.
+  auto* const cache = dynamic_cast<ConfigCache*>(&GetWrapped());
+  if (cache != nullptr && _eventsConfig->AddConfigEventListener(cache) == 0) return false;
+  return _eventsConfig->AddConfigEventListener(this) != 0;
+}
+
+void MappingConfig::SetParamMapper(ParamMapper* mapper) {
+  if (mapper == GetMapper().get()) return;
+  if (mapper != nullptr) mapper->UseConfig(&GetWrapped());
+  std::shared_ptr<ParamMapper> other(mapper);
+  MutexLock lock(_mapperMutex);
+  _mapper.swap(other);
+}
+
+std::shared_ptr<ParamMapper> MappingConfig::GetMapper() {
+  MutexLock lock(_mapperMutex);
+  return _mapper;
+}
+
+eParam_t MappingConfig::Map(eParam_t param) {
+  const std::shared_ptr<ParamMapper> mapper = GetMapper();
+  return mapper == nullptr ? param : mapper->MapParamID(param);
+}
+
+int MappingConfig::Set(eParam_t param, unsigned int value) {
+  return GetWrapped().Set(Map(param), value) != 0 ? 1 : 0;
+}
+
+unsigned int MappingConfig::Get(eParam_t param) { return GetWrapped().Get(Map(param)); }
+
+int MappingConfig::Get(eParam_t param, unsigned int& value) {
+  return GetWrapped().Get(Map(param), value);
+}
+
+int MappingConfig::Set(eParam_t param, std::string value) {
+  return GetWrapped().Set(Map(param), std::move(value)) != 0 ? 1 : 0;
+}
+
+int MappingConfig::Get(eParam_t param, std::string& value) {
+  return GetWrapped().Get(Map(param), value);
+}
+
+Serializable* MappingConfig::GetSerializable(eParam_t param) {
+  return GetWrapped().GetSerializable(Map(param));
+}
+
+int MappingConfig::SetSerializable(eParam_t param, Serializable* value) {
+  return GetWrapped().SetSerializable(Map(param), value);
+}
+
+int MappingConfig::GetData(eParam_t param, std::string& data) {
+  return GetWrapped().GetData(Map(param), data);
+}
+
+int MappingConfig::SetData(eParam_t param, std::string& data) {
+  return GetWrapped().SetData(Map(param), data);
+}
+
+ParamDescriptor* MappingConfig::GetParamDescriptor(eParam_t param) {
+  return GetWrapped().GetParamDescriptor(Map(param));
+}
+
+int MappingConfig::AddConfigEventListener(ConfigEventListener* listener) {
+  _events->listeners.Add(listener);
+  return 1;
+}
+
+int MappingConfig::AddConfigEventListener(eParam_t, ConfigEventListener* listener) {
+  return AddConfigEventListener(listener);
+}
+
+int MappingConfig::AddConfigEventListener(std::list<eParam_t>, ConfigEventListener* listener) {
+  return AddConfigEventListener(listener);
+}
+
+int MappingConfig::RemoveConfigEventListener(ConfigEventListener* listener) {
+  return _events->listeners.Remove(listener) ? 1 : 0;
+}
+
+void MappingConfig::ParamChanged(eParam_t param, unsigned int value, timeval when) {
+  const std::shared_ptr<Events> events = _events;
+  events->Announce(
+      [=](Delivery& delivery) { Announcement(*this, delivery, when).Tell(param, value); });
+}
+
+void MappingConfig::ParamChanged(eParam_t param, std::string value, timeval when) {
+  const std::shared_ptr<Events> events = _events;
+  events->Announce(
+      [=](Delivery& delivery) { Announcement(*this, delivery, when).Tell(param, value); });
+}
+
+void MappingConfig::DataChanged(eParam_t param, std::string& data, timeval when) {
+  const std::shared_ptr<Events> events = _events;
+  events->Announce([param, data, when](Delivery& delivery) {
+    delivery.ToAll([&](ConfigEventListener& listener) {
+      std::string copy = data;
+      listener.DataChanged(param, copy, when);
+    });
+  });
+}
+
+void MappingConfig::ParamChanged(ConfigEvent event) {
+  const std::shared_ptr<Events> events = _events;
+  events->Announce([event](Delivery& delivery) {
+    delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(event); });
+  });
+}
+
+}  // namespace qel::vorlane::config::access

@@ -1,0 +1,393 @@
+// Configurations in which proxies are what they stand for, over stores of this process and over
+// TCP.
+#include "libconfig/mapping/MappingConfig.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/mapping/GetMappingConfig.h"
+#include "libconfig/mapping/RecorderParamMapper.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/RecordingListener.h"
+#include "tests/testing/TestServer.h"
+#include "tests/testing/Wire.h"
+
+using qel::vorlane::config::access::MappingConfig;
+using qel::vorlane::config::access::ParamMapper;
+using quarn::mapper::RecorderParamMapper;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+using testing_support::Eventually;
+using testing_support::RecordingListener;
+using testing_support::TestServer;
+using testing_support::Wire;
+using testing_support::WireListener;
+using testing_support::Words;
+
+namespace {
+
+// A store of its own for each test.
+class MappedConfig : public testing::Test {
+ protected:
+  MappedConfig() {
+    static int number = 2000;
+    _option = "configid=" + std::to_string(++number);
+    _store = ConfigFactoryImpl::GetInstance()->Connect("local:" + _option);
+  }
+  ~MappedConfig() override { ConfigFactoryImpl::GetInstance()->Disconnect(_store); }
+
+  std::string LocalURI() const { return "local:" + _option; }
+  std::string TcpURI() const { return _server.GetURI() + "/" + _option; }
+  std::unique_ptr<MappingConfig> Local() {
+    return std::unique_ptr<MappingConfig>(GetMappingConfig(LocalURI(), false, false));
+  }
+  std::unique_ptr<MappingConfig> Tcp(bool caching = false) {
+    return std::unique_ptr<MappingConfig>(GetMappingConfig(TcpURI(), false, caching));
+  }
+
+  TestServer _server;
+  std::string _option;
+  Config* _store;
+};
+
+// Stands for what a test says, and counts its deaths.
+class PlainMapper : public ParamMapper {
+ public:
+  PlainMapper(eParam_t proxy, eParam_t concrete, int* deaths = nullptr)
+      : _proxy(proxy), _concrete(concrete), _deaths(deaths) {}
+  ~PlainMapper() override {
+    if (_deaths != nullptr) ++*_deaths;
+  }
+  eParam_t MapParamID(eParam_t id) override { return id == _proxy ? _concrete : id; }
+  std::vector<eParam_t> ParamsChangedBy(eParam_t id) override {
+    return id == _concrete ? std::vector<eParam_t>{_proxy} : std::vector<eParam_t>{};
+  }
+
+ private:
+  const eParam_t _proxy, _concrete;
+  int* const _deaths;
+};
+
+// Does something from inside each call.
+class ActingListener : public RecordingListener {
+ public:
+  explicit ActingListener(std::function<void()> action) : _action(std::move(action)) {}
+  using RecordingListener::ParamChanged;
+  void ParamChanged(eParam_t param, unsigned int value, timeval when) override {
+    RecordingListener::ParamChanged(param, value, when);
+    _action();
+  }
+
+ private:
+  const std::function<void()> _action;
+};
+
+}  // namespace
+
+TEST_F(MappedConfig, ReadAndWriteTheParameterInForce) {
+  const auto config = Local();
+  const eParam_t addresses[] = {eParamID_IPAddress_1, eParamID_IPAddress_2, eParamID_IPAddress_3};
+  for (unsigned mode = 0; mode < 3; ++mode) {
+    ASSERT_EQ(1, config->Set(eParamID_IPConfig, mode));
+    EXPECT_EQ(1, config->Set(eParamID_IPAddress, 0x0A000001 + mode));
+    EXPECT_EQ(0x0A000001 + mode, _store->Get(addresses[mode]));
+    unsigned address = 0;
+    EXPECT_EQ(1, config->Get(eParamID_IPAddress, address));
+    EXPECT_EQ(0x0A000001 + mode, address);
+    EXPECT_EQ(address, config->Get(eParamID_IPAddress));
+    EXPECT_EQ(GetDescriptor(addresses[mode]), config->GetParamDescriptor(eParamID_IPAddress));
+    EXPECT_EQ(_store->GetSerializable(addresses[mode]),
+              config->GetSerializable(eParamID_IPAddress));
+  }
+  EXPECT_EQ(0xC0A80002U, _store->Get(eParamID_IPAddress));
+  EXPECT_EQ(GetDescriptor(eParamID_IPAddress), config->GetParamDescriptor("eParamID_IPAddress"));
+  EXPECT_EQ(0, config->Set(eParamID_IPConfig, 77U));
+  EXPECT_EQ(GetParamIDs(), config->GetParamIDs());
+}
+
+TEST_F(MappedConfig, MapNothingWithoutAMapper) {
+  const std::unique_ptr<MappingConfig> config(
+      MappingConfig::Create(LocalURI(), LocalURI(), nullptr));
+  RecordingListener listener;
+  config->AddConfigEventListener(&listener);
+  EXPECT_EQ(1, config->Set(eParamID_IPAddress, 0x0A000001U));
+  EXPECT_EQ(0x0A000001U, config->Get(eParamID_IPAddress));
+  EXPECT_EQ(0x0A000001U, _store->Get(eParamID_IPAddress));
+  EXPECT_EQ(GetDescriptor(eParamID_IPAddress), config->GetParamDescriptor(eParamID_IPAddress));
+  EXPECT_THAT(listener.GetHeard(), ElementsAre(Pair(eParamID_IPAddress, "167772161")));
+}
+
+TEST_F(MappedConfig, AnnounceTheProxiesBehindTheChange) {
+  _store->Set(eParamID_IPAddress_1, 1U);
+  _store->Set(eParamID_IPAddress_2, 2U);
+  _store->Set(eParamID_SubnetMask_2, 3U);
+  _store->Set(eParamID_DefaultGateway_2, 4U);
+  const auto config = Local();
+  RecordingListener listener;
+  config->AddConfigEventListener(&listener);
+  // Of the parameter in force, and of another one.
+  _store->Set(eParamID_IPAddress_1, 5U);
+  _store->Set(eParamID_IPAddress_2, 6U);
+  EXPECT_THAT(listener.GetHeard(),
+              ElementsAre(Pair(eParamID_IPAddress_1, "5"), Pair(eParamID_IPAddress, "5"),
+                          Pair(eParamID_IPAddress_2, "6"), Pair(eParamID_IPAddress, "5")));
+
+  // Of the selector: all proxies of its family, and then what the store itself announces, where a
+  // proxy's own value is followed by the one in force.
+  RecordingListener second;
+  config->AddConfigEventListener(&second);
+  _store->Set(eParamID_IPConfig, 1U);
+  EXPECT_THAT(second.GetHeard(),
+              ElementsAre(Pair(eParamID_IPConfig, "1"), Pair(eParamID_IPAddress, "6"),
+                          Pair(eParamID_SubnetMask, "3"), Pair(eParamID_DefaultGateway, "4"),
+                          Pair(eParamID_IPAddress_3, "0"), Pair(eParamID_IPAddress, "6"),
+                          Pair(eParamID_SubnetMask_3, "0"), Pair(eParamID_SubnetMask, "3"),
+                          Pair(eParamID_DefaultGateway, "0"), Pair(eParamID_DefaultGateway, "4")));
+  EXPECT_EQ(1, config->RemoveConfigEventListener(&listener));
+  EXPECT_EQ(0, config->RemoveConfigEventListener(&listener));
+
+  // A wireless proxy is one of its own concrete parameters.
+  _store->Set(eParamID_WiFiIPConfig, 0U);
+  RecordingListener wireless;
+  config->AddConfigEventListener(&wireless);
+  _store->Set(eParamID_WiFiIPAddress, 7U);
+  _store->Set(eParamID_WiFiDHCPIPAddress, 8U);
+  EXPECT_THAT(
+      wireless.GetHeard(),
+      ElementsAre(Pair(eParamID_WiFiIPAddress, "7"), Pair(eParamID_WiFiIPAddress, "7"),
+                  Pair(eParamID_WiFiDHCPIPAddress, "8"), Pair(eParamID_WiFiIPAddress, "7")));
+  _store->Set(eParamID_WiFiIPConfig, 1U);
+  EXPECT_EQ("8", wireless.GetValues(eParamID_WiFiIPAddress).back());
+}
+
+TEST_F(MappedConfig, AnnounceTextsAsTexts) {
+  const std::unique_ptr<MappingConfig> config(MappingConfig::Create(
+      LocalURI(), LocalURI(), new PlainMapper(eParamID_ReelName, eParamID_SysName)));
+  RecordingListener listener;
+  config->AddConfigEventListener(&listener);
+  EXPECT_EQ(1, config->Set(eParamID_ReelName, std::string("Edit 7")));
+  EXPECT_THAT(listener.GetHeard(),
+              ElementsAre(Pair(eParamID_SysName, "Edit 7"), Pair(eParamID_ReelName, "Edit 7")));
+  std::string text;
+  EXPECT_EQ(1, config->Get(eParamID_ReelName, text));
+  EXPECT_EQ("Edit 7", text);
+}
+
+TEST_F(MappedConfig, LeaveNoPlaceholdersForProxiesOutsideTheCatalogue) {
+  const auto unknown = static_cast<eParam_t>(0x01020304);
+  const std::unique_ptr<MappingConfig> config(
+      MappingConfig::Create(LocalURI(), LocalURI(), new PlainMapper(unknown, eParamID_IPConfig)));
+  RecordingListener listener;
+  config->AddConfigEventListener(&listener);
+  // The proxy itself need not be known, what it stands for has to be.
+  _store->Set(eParamID_IPConfig, 2U);
+  EXPECT_THAT(listener.GetValues(unknown), ElementsAre("2"));
+  config->SetParamMapper(new PlainMapper(eParamID_IPConfig, unknown));
+  config->ParamChanged(unknown, 1U, timeval{});
+  EXPECT_EQ(std::make_pair(unknown, std::string("1")), listener.GetHeard().back());
+}
+
+TEST_F(MappedConfig, OwnTheirMapper) {
+  int deaths = 0;
+  const auto mapper = [&] { return new PlainMapper(eParamID_ReelName, eParamID_SysName, &deaths); };
+  std::unique_ptr<MappingConfig> config(MappingConfig::Create(LocalURI(), LocalURI(), mapper()));
+  ParamMapper* const second = mapper();
+  config->SetParamMapper(second);
+  EXPECT_EQ(1, deaths);
+  config->SetParamMapper(second);
+  EXPECT_EQ(1, deaths);
+  config.reset();
+  EXPECT_EQ(2, deaths);
+}
+
+TEST_F(MappedConfig, SayWhichConnectionFailed) {
+  int deaths = 0;
+  PlainMapper mapper(eParamID_ReelName, eParamID_SysName, &deaths);
+  int closedPort;
+  { closedPort = WireListener().GetPort(); }
+  const std::string nobody = "tcp://127.0.0.1:" + std::to_string(closedPort);
+  struct Case {
+    std::string config, events;
+    bool caching;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"nonsense", LocalURI(), false, "MappingConfig::Create: pConfig failed\n"},
+      {nobody, LocalURI(), false, "MappingConfig::Create: pConfig failed\n"},
+      {nobody, LocalURI(), true, "MappingConfig::Create: pConfig failed\n"},
+      {LocalURI(), "nonsense", false, "MappingConfig::Create: pEvConfig failed\n"},
+      {TcpURI(), nobody, true, "MappingConfig::Create: pEvConfig failed\n"},
+      {TcpURI(), nobody + "/caching=true", true, "MappingConfig::Create: pEvConfig failed\n"},
+  };
+  for (const Case& c : cases) {
+    CaptureStderr();
+    EXPECT_EQ(nullptr, MappingConfig::Create(c.config, c.events, &mapper, true, c.caching));
+    EXPECT_THAT(GetCapturedStderr(), HasSubstr(c.message)) << c.config << " " << c.events;
+  }
+  EXPECT_EQ(0, deaths);
+  for (const char* const uri : {"socket", "TCP", ""}) {
+    CaptureStderr();
+    EXPECT_EQ(nullptr, GetMappingConfig(uri, false, true));
+    EXPECT_EQ(
+        "MappingConfig::Create: pConfig failed\n"
+        "GetMappingConfig: Failed to create a MappingConfig instance\n",
+        GetCapturedStderr());
+  }
+}
+
+// What was read before is in the cache, and must not be what an event carries.
+TEST_F(MappedConfig, ReadThroughACacheThatIsNeverOlderThanTheEvent) {
+  RecordingListener listener;
+  const auto config = Tcp(true);
+  ASSERT_NE(nullptr, config);
+  config->AddConfigEventListener(&listener);
+  config->Get(eParamID_IPAddress);
+  for (unsigned i = 1; i <= 100; ++i) {
+    const unsigned mode = i % 3;
+    const eParam_t inForce[] = {eParamID_IPAddress_1, eParamID_IPAddress_2, eParamID_IPAddress_3};
+    _store->Set(eParamID_IPConfig, mode);
+    ASSERT_TRUE(listener.WaitFor(eParamID_DefaultGateway, "0"));
+    _store->Set(inForce[mode], i);
+    ASSERT_TRUE(listener.WaitFor(eParamID_IPAddress, std::to_string(i)));
+    EXPECT_EQ(i, config->Get(eParamID_IPAddress));
+  }
+}
+
+// Requests go to the server, events come from the device's multicast group.
+TEST_F(MappedConfig, MapOverDatagrams) {
+  TestServer server(SOCK_DGRAM);
+  RecordingListener listener;
+  const std::unique_ptr<MappingConfig> config(
+      GetMappingConfig(server.GetURI() + "/" + _option, false, true));
+  ASSERT_NE(nullptr, config);
+  config->AddConfigEventListener(&listener);
+  EXPECT_EQ(1, config->Set(eParamID_RS422Remote, 1U));
+  EXPECT_EQ(1, config->Set(eParamID_TimecodeIn, 3U));
+  EXPECT_EQ(3U, _store->Get(eParamID_RS422TimecodeIn));
+  EXPECT_TRUE(listener.WaitFor(eParamID_TimecodeIn, "3"));
+  EXPECT_THAT(listener.GetHeard(),
+              ElementsAre(Pair(eParamID_RS422Remote, "1"), Pair(eParamID_TimecodeIn, testing::_),
+                          Pair(eParamID_RS422TimecodeIn, "3"), Pair(eParamID_TimecodeIn, "3")));
+}
+
+// The selector can still be read, what it points to cannot.
+TEST_F(MappedConfig, LeaveTheProxiesOutWhenTheLinkDies) {
+  WireListener listening;
+  std::thread server([&] {
+    Wire peer(listening.Accept());
+    const auto connect = peer.Record(6);
+    peer.Send(Words(std::array<uint32_t, 7>{32, connect[1], 0, connect[3], 0, 0, 0}));
+    const auto get = peer.Record(10);
+    EXPECT_EQ(0x32010000U, get.at(6));
+    peer.Send(Words(
+        std::array<uint32_t, 11>{96, get[1], get[2], get[3], get[4], get[5], get[6], 0, 1, 0, 0}));
+    EXPECT_EQ(0x32020200U, peer.Record(10).at(6));
+  });
+  const std::unique_ptr<MappingConfig> config(
+      MappingConfig::Create(listening.GetURI(), LocalURI(), new RecorderParamMapper));
+  ASSERT_NE(nullptr, config);
+  RecordingListener listener;
+  config->AddConfigEventListener(&listener);
+  _store->Set(eParamID_IPConfig, 1U);
+  server.join();
+  EXPECT_THAT(listener.GetHeard(),
+              ElementsAre(Pair(eParamID_IPConfig, "1"), Pair(eParamID_IPAddress_3, "0"),
+                          Pair(eParamID_SubnetMask_3, "0"), Pair(eParamID_DefaultGateway, "0")));
+  EXPECT_EQ(0, config->Set(eParamID_IPAddress, 1U));
+  unsigned value = 4711;
+  EXPECT_EQ(0, config->Get(eParamID_IPAddress, value));
+  EXPECT_EQ(4711U, value);
+}
+
+TEST_F(MappedConfig, LetListenersComeAndGoDuringEvents) {
+  for (const bool tcp : {false, true}) {
+    RecordingListener last, joined;
+    std::unique_ptr<ActingListener> once;
+    const auto config = tcp ? Tcp() : Local();
+    ASSERT_NE(nullptr, config);
+    once = std::make_unique<ActingListener>([&] {
+      config->AddConfigEventListener(&joined);
+      EXPECT_EQ(1, config->RemoveConfigEventListener(once.get()));
+    });
+    config->AddConfigEventListener(once.get());
+    config->AddConfigEventListener(&last);
+    std::atomic<bool> stop{false};
+    std::thread traffic([&] {
+      for (unsigned i = 0; !stop; ++i) _store->Set(eParamID_IPConfig, i % 3);
+    });
+    // A listener may be freed as soon as it is removed.
+    for (int i = 0; i < 100; ++i) {
+      const auto guest = std::make_unique<RecordingListener>();
+      config->AddConfigEventListener(guest.get());
+      EXPECT_EQ(1, config->RemoveConfigEventListener(guest.get()));
+    }
+    EXPECT_TRUE(Eventually([&] { return !joined.GetHeard().empty(); }));
+    stop = true;
+    traffic.join();
+    EXPECT_EQ(1U, once->GetHeard().size());
+  }
+}
+
+TEST_F(MappedConfig, BearChangesFromInsideACall) {
+  const auto config = Local();
+  ActingListener* self = nullptr;
+  ActingListener listener([&] {
+    if (self->GetHeard().size() != 1) return;
+    config->Set(eParamID_MediaUpdated, 2U);
+    // An event source of its own, on the same thread.
+    config->ParamChanged(eParamID_MediaUpdated, 3U, timeval{});
+  });
+  self = &listener;
+  config->AddConfigEventListener(&listener);
+  _store->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("1", "3", "2"));
+}
+
+TEST_F(MappedConfig, CanBeDestroyedUnderEvents) {
+  std::atomic<bool> stop{false};
+  std::thread traffic([&] {
+    for (unsigned i = 0; !stop; ++i) _store->Set(eParamID_IPConfig, i % 3);
+  });
+  for (int i = 0; i < 30; ++i) {
+    RecordingListener listener;
+    auto config = i % 3 == 0 ? Local() : Tcp(i % 3 == 1);
+    ASSERT_NE(nullptr, config);
+    config->AddConfigEventListener(&listener);
+    EXPECT_TRUE(Eventually([&] { return !listener.GetHeard().empty(); }));
+    config.reset();
+  }
+  // By a listener, from inside its call.
+  for (int i = 0; i < 6; ++i) {
+    auto config = i % 2 == 0 ? Local() : Tcp();
+    ASSERT_NE(nullptr, config);
+    std::atomic<bool> all{false};  // listeners are there, and the configuration is theirs
+    std::atomic<bool> gone{false};
+    std::size_t heardBehind = 0;
+    RecordingListener behind;
+    ActingListener listener([&] {
+      if (!all || gone) return;
+      config.reset();
+      heardBehind = behind.GetHeard().size();
+      gone = true;
+    });
+    config->AddConfigEventListener(&listener);
+    config->AddConfigEventListener(&behind);
+    all = true;
+    EXPECT_TRUE(Eventually([&] { return gone.load(); }));
+    const std::size_t heard = listener.GetHeard().size();
+    _store->Set(eParamID_MediaUpdated, 1U);
+    EXPECT_EQ(heard, listener.GetHeard().size());
+    EXPECT_EQ(heardBehind, behind.GetHeard().size());
+  }
+  stop = true;
+  traffic.join();
+}
