@@ -1,0 +1,158 @@
+#include "libconfig/legacy/CParam_QX4.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <map>
+
+#include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Mutex.h"
+#include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/descriptors/EnumDescriptor.h"
+#include "libconfig/descriptors/StringDescriptor.h"
+#include "libconfig/mapping/GetMappingConfig.h"
+
+using qel::config::Mutex;
+using qel::config::MutexLock;
+using qel::config::Report;
+
+namespace {
+
+constexpr char kBogus[] = "BOGUS";
+
+struct TypeClass {
+  int type;
+  eClassID_t classID;
+};
+
+constexpr TypeClass kTypeClassMapping[] = {
+    {0, eClassID_IntegerValue},  {1, eClassID_IntegerValue}, {3, eClassID_IntegerValue},
+    {4, eClassID_IntegerValue},  {5, eClassID_IntegerValue}, {6, eClassID_IntegerValue},
+    {7, eClassID_IntegerValue},  {8, eClassID_IntegerValue}, {10, eClassID_IntegerValue},
+    {11, eClassID_IntegerValue}, {12, eClassID_StringValue}, {0, eClassID_IntegerValue},
+    {0, eClassID_IntegerValue},  // not searched, but read for type 12
+};
+constexpr int kSearchedRows = 12;
+static_assert(std::size(kTypeClassMapping) == kSearchedRows + 1);
+
+// Held while the first object connects. Never destroyed, as objects may be static.
+Mutex& ConnectMutex() {
+  static auto* const mutex = new Mutex;
+  return *mutex;
+}
+
+// Every question about a parameter that is not in the catalogue would leave a placeholder behind.
+class Placeholders {
+ public:
+  static Placeholders& Instance() {
+    static auto* const instance = new Placeholders;
+    return *instance;
+  }
+
+  ParamDescriptor* Get(Config& config, eParam_t id) {
+    MutexLock lock(_mutex);
+    ParamDescriptor*& known = _known[id];
+    if (known == nullptr) known = config.GetParamDescriptor(id);
+    return known;
+  }
+
+ private:
+  Mutex _mutex;
+  std::map<eParam_t, ParamDescriptor*> _known LIBCONFIG_GUARDED_BY(_mutex);
+};
+
+}  // namespace
+
+std::atomic<Config*> CParam_QX4::_pConfigAccess{nullptr};
+
+CParam_QX4::CParam_QX4(eParam_t id, eParamType_t type) : CParam(id, type) {
+  {
+    MutexLock lock(ConnectMutex());
+    if (_pConfigAccess == nullptr) _pConfigAccess = GetMappingConfig("udp", false, true);
+    if (_pConfigAccess != nullptr) return;
+  }
+  Report("CParam_QX4::CParam_QX4 Connect failed\n");
+  ConfigFactoryImpl::GetInstance()->Disconnect(nullptr);
+  std::exit(1);
+}
+
+CParam_QX4::CParam_QX4(eParam_t id, eParamType_t type, Config* config) : CParam(id, type) {
+  MutexLock lock(ConnectMutex());
+  _pConfigAccess = config;
+}
+
+CParam_QX4::~CParam_QX4() = default;
+
+ParamDescriptor* CParam_QX4::GetParamDescriptor(eParam_t id) {
+  Config* const config = _pConfigAccess;
+  if (config == nullptr) return nullptr;
+  if (!IsValidParamID(id)) return Placeholders::Instance().Get(*config, id);
+  return config->GetParamDescriptor(id);
+}
+
+std::string CParam_QX4::GetParamName(eParam_t id) {
+  const ParamDescriptor* const descriptor = GetParamDescriptor(id);
+  return descriptor == nullptr ? kBogus : descriptor->GetName();
+}
+
+std::string CParam_QX4::GetParamEnumName(eParam_t id, unsigned int value) {
+  const auto* const descriptor = dynamic_cast<const EnumDescriptor*>(GetParamDescriptor(id));
+  return descriptor == nullptr ? kBogus : descriptor->GetEnumValueDescriptor(value).name;
+}
+
+std::string CParam_QX4::GetParamNumber(eParam_t id) {
+  char number[16];
+  std::snprintf(number, sizeof number, "%u.%u.%u", id >> 24 & 0xff, id >> 16 & 0xff,
+                id >> 8 & 0xff);
+  return number;
+}
+
+eParamType_t CParam_QX4::GetParamType(eParam_t id) {
+  const ParamDescriptor* const descriptor = GetParamDescriptor(id);
+  if (descriptor == nullptr) {
+    Report("Bogus descriptor for paramID %0X\n", static_cast<unsigned>(id));
+    return eParamType_Unknown;
+  }
+  return descriptor->GetParamType();
+}
+
+unsigned int CParam_QX4::GetFactoryValue(eParam_t id) {
+  const auto* const descriptor = dynamic_cast<const IntegerDescriptor*>(GetParamDescriptor(id));
+  return descriptor == nullptr ? 0 : descriptor->GetFactoryDefault();
+}
+
+std::string CParam_QX4::ToString(eParam_t id) {
+  Config* const config = _pConfigAccess;
+  if (config == nullptr) return kBogus;
+  const ParamDescriptor* const descriptor = GetParamDescriptor(id);
+  if (descriptor == nullptr) return kBogus;
+  if (dynamic_cast<const StringDescriptor*>(descriptor) != nullptr) {
+    std::string text;
+    return config->Get(id, text) != 0 ? text : kBogus;
+  }
+  if (dynamic_cast<const IntegerDescriptor*>(descriptor) == nullptr) return {};
+  unsigned int value;
+  if (config->Get(id, value) == 0) return kBogus;
+  const auto* const choices = dynamic_cast<const EnumDescriptor*>(descriptor);
+  if (choices != nullptr && choices->HasValue(value)) {
+    return choices->GetEnumValueDescriptor(value).name;
+  }
+  char number[16];
+  if (choices != nullptr) {
+    std::snprintf(number, sizeof number, "(%d)", static_cast<int>(value));
+  } else {
+    std::snprintf(number, sizeof number, "%u", value);
+  }
+  return number;
+}
+
+eClassID_t CParam_QX4::GetClassID(eParamType_t type) {
+  for (int row = 0; row < kSearchedRows; ++row) {
+    // The row with the type's number, not the one that was found: older code stores what it was
+    // told.
+    if (kTypeClassMapping[row].type == type) return kTypeClassMapping[type].classID;
+  }
+  Report("Unable to find classID for paramType %d\n", static_cast<int>(type));
+  return static_cast<eClassID_t>(-1);
+}
