@@ -93,6 +93,9 @@ void CommandLine::DeclareCommonOptions(CLI::App& app) {
       ->check(CLI::Validator(CheckTimeout, ""))
       ->default_str("5")
       ->group(kGroup);
+  app.add_flag("--mapped", _options.mapped,
+               "Take a proxy, such as IPAddress, for the parameter it stands for now")
+      ->group(kGroup);
   app.add_flag("--json", _options.json, "Answer with one JSON object on a line")->group(kGroup);
   app.add_flag("--show-secrets", _options.showSecrets, "Print passwords as they are")
       ->group(kGroup);

@@ -2,12 +2,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <utility>
 
+using qel::vorlane::config::access::MappingConfig;
 using qel::vorlane::config::access::NetworkClient;
 using qel::vorlane::config::access::NetworkUDPClient;
 
@@ -66,8 +68,7 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
     throw NotConnected(_place);
   }
   const auto start = Watchdog::Clock::now();
-  _config = ConfigFactoryImpl::GetInstance()->Connect(_place.GetLibraryURI());
-  _client = dynamic_cast<NetworkClient*>(_config);
+  Connect();
   if (_config != nullptr) return;
   const auto took = Watchdog::Clock::now() - start;
   if (took >= _place.GetPatience()) {
@@ -77,8 +78,39 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
 }
 
 Connection::~Connection() {
+  if (_session.GetOptions().mapped) {
+    delete _config;
+    return;
+  }
   ConfigFactoryImpl::GetInstance()->Disconnect(_announcements);
   ConfigFactoryImpl::GetInstance()->Disconnect(_config);
+}
+
+void Connection::Connect() {
+  const std::string uri = _place.GetLibraryURI();
+  if (_session.GetOptions().mapped) {
+    ConnectMapped(uri, _place.GetListeningURI());
+    return;
+  }
+  _config = ConfigFactoryImpl::GetInstance()->Connect(uri);
+  if (auto* const client = dynamic_cast<NetworkClient*>(_config)) _clients.push_back(client);
+}
+
+void Connection::ConnectMapped(const std::string& uri, const std::string& listeningURI) {
+  MappingConfig* mapping;
+  if (listeningURI.empty()) {
+    mapping = GetMappingConfig(uri, false, false);
+  } else {
+    auto mapper = std::make_unique<quarn::mapper::RecorderParamMapper>();
+    mapping = MappingConfig::Create(uri, listeningURI, mapper.get());
+    if (mapping != nullptr) static_cast<void>(mapper.release());  // the mapping owns it
+  }
+  if (mapping == nullptr) return;
+  _config = mapping;
+  _announcements = dynamic_cast<NetworkUDPClient*>(&mapping->GetEventsConfig());
+  for (Config* const part : {&mapping->GetAccessConfig(), &mapping->GetEventsConfig()}) {
+    if (auto* const client = dynamic_cast<NetworkClient*>(part)) _clients.push_back(client);
+  }
 }
 
 // An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
@@ -89,11 +121,14 @@ Watchdog::Action Connection::EndProgram(const char* doing) {
 Watchdog::Guard Connection::Watch(const char* doing) {
   if (_onTimeout == OnTimeout::kEndProgram) return Watchdog::Guard(_watchdog, EndProgram(doing));
   return Watchdog::Guard(_watchdog, [this] {
-    if (_client != nullptr) _client->StopEventsThread();
+    for (NetworkClient* const client : _clients) client->StopEventsThread();
   });
 }
 
-bool Connection::IsAlive() const { return _client == nullptr || _client->IsConnected(); }
+bool Connection::IsAlive() const {
+  return std::all_of(_clients.begin(), _clients.end(),
+                     [](NetworkClient* client) { return client->IsConnected(); });
+}
 
 void Connection::ThrowLost() const {
   throw Failure(Status::kNoConnection,
@@ -112,6 +147,18 @@ programs::Value Connection::Get(eParam_t id) {
     unsigned int number = 0;
     if (_config->Get(id, number) != 0) return number;
   }
+  ThrowUnread(id, start);
+}
+
+eParam_t Connection::Resolve(eParam_t id) {
+  const auto guard = Watch("reading");
+  const auto start = Watchdog::Clock::now();
+  eParam_t concrete = id;
+  if (!CParamMapper(_config).Resolve(id, concrete)) ThrowUnread(id, start);
+  return concrete;
+}
+
+void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const {
   if (!IsAlive()) ThrowLost();
   if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
     throw TimedOut(_place, "reading", _place.GetPatience());
@@ -137,7 +184,8 @@ void Connection::Listen(ConfigEventListener& listener) {
                                       "; use its tcp:// URI instead, or a multicast:// URI");
   }
   const auto guard = Watch("registering");
-  if (const std::string uri = _place.GetListeningURI(); !uri.empty()) {
+  const std::string uri = _place.GetListeningURI();
+  if (!uri.empty() && !_session.GetOptions().mapped) {
     _announcements =
         dynamic_cast<NetworkUDPClient*>(ConfigFactoryImpl::GetInstance()->Connect(uri));
     if (_announcements == nullptr || _announcements->AddConfigEventListener(&listener) == 0) {

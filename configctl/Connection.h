@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "configctl/Place.h"
 #include "configctl/Session.h"
@@ -34,24 +35,29 @@ class Connection {
   // side has no such value or cannot be sent this one.
   programs::Value Get(eParam_t id);
   void Set(eParam_t id, const programs::Value& value);
+  // What a proxy stands for now; any other parameter stands for itself. Throws Failure as Get does.
+  eParam_t Resolve(eParam_t id);
   // `listener` is called until the connection is gone.
   void Listen(ConfigEventListener& listener);
   // Changes that were announced and have not come, since the last call.
   unsigned int TakeMissed();
 
  private:
+  void Connect();
+  void ConnectMapped(const std::string& uri, const std::string& listeningURI);
   Watchdog::Action EndProgram(const char* doing);
   Watchdog::Guard Watch(const char* doing);
   [[noreturn]] void ThrowLost() const;
+  [[noreturn]] void ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const;
 
   const Session& _session;
   OnTimeout _onTimeout;
   Place _place;
   Watchdog _watchdog;
   Config* _config = nullptr;
-  // The same connection where the transport is one that can break.
-  qel::vorlane::config::access::NetworkClient* _client = nullptr;
-  // Where changes are announced, when that is another place.
+  // What it consists of, where the transport is one that can break.
+  std::vector<qel::vorlane::config::access::NetworkClient*> _clients;
+  // Where changes are announced, when that is another place; a part of a mapped configuration.
   qel::vorlane::config::access::NetworkUDPClient* _announcements = nullptr;
   unsigned int _missed = 0;
 };

@@ -23,6 +23,7 @@ struct CommonOptions {
   bool json = false;
   bool showSecrets = false;
   bool verbose = false;
+  bool mapped = false;  // proxies are what they stand for
 };
 
 class Session {

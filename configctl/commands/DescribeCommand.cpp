@@ -4,6 +4,7 @@
 #include "configctl/Command.h"
 #include "configctl/ParamJson.h"
 #include "configctl/ParamNames.h"
+#include "configctl/Proxies.h"
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
 #include "programs/MenuTitles.h"
@@ -156,7 +157,19 @@ void DescribeTags(const ParamDescriptor& param, Page& page) {
   page.Entry("Attributes", Join(attributes));
 }
 
-std::string Describe(const ParamDescriptor& param, int width) {
+void DescribeStanding(const Standing& standing, Page& page) {
+  if (standing.choices.empty()) return;
+  page.Section("STANDS FOR");
+  page.Entry("Now",
+             standing.unknown.empty() ? Reference(standing.now) : "not known: " + standing.unknown);
+  std::string label = "One of";
+  for (const eParam_t choice : standing.choices) {
+    page.Item(label, Reference(choice));
+    label.clear();
+  }
+}
+
+std::string Describe(const ParamDescriptor& param, const Standing& standing, int width) {
   std::string help;
   param.GetAttribute("description", help);
   Page page(width);
@@ -170,6 +183,7 @@ std::string Describe(const ParamDescriptor& param, int width) {
   page.Entry("Panel", OneLine(param.GetShortName()));
   page.Entry("Identifier",
              param.GetParamIDName() + ", " + programs::ParamNumber(param.GetParamID()));
+  DescribeStanding(standing, page);
   DescribeValue(param, page);
   DescribeKeeping(param, page);
   DescribeTies(param, page);
@@ -185,12 +199,14 @@ class DescribeCommand : public Command {
 
   void Run(Session& session) override {
     const ParamDescriptor& param = FindParam(_name);
+    const Standing standing = FindStanding(session, param.GetParamID());
     if (!session.WantsJson()) {
-      session.Print(Describe(param, session.GetConsole().GetWidth()));
+      session.Print(Describe(param, standing, session.GetConsole().GetWidth()));
       return;
     }
     nlohmann::ordered_json result = ParamToJson(param);
     result.update(TiesToJson(param));
+    if (!standing.choices.empty()) result["stands_for"] = StandingToJson(standing);
     session.PrintResult(result);
   }
 

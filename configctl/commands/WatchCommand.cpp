@@ -9,6 +9,7 @@
 #include "configctl/Connection.h"
 #include "configctl/EventQueue.h"
 #include "configctl/ParamNames.h"
+#include "configctl/Proxies.h"
 #include "programs/Clock.h"
 
 using programs::Value;
@@ -56,7 +57,7 @@ class Watcher {
       }
       const std::string uri = connection->GetURI();
       connection.reset();
-      for (Event event; !IsDone() && _queue.Take({}, event);) Note(event);
+      for (Event event; !IsDone() && _queue.Take({}, event);) Note(event, nullptr);
       if (IsDone()) return;
       Tell("lost", uri + " has gone away; waiting for it to come back");
       if ((connection = Reconnect()) == nullptr) return;
@@ -74,7 +75,7 @@ class Watcher {
     while (!IsDone()) {
       Event event;
       const bool came = _queue.Take(kTick, event);
-      if (came) Note(event);
+      if (came) Note(event, &connection);
       if (_queue.TakeOverflow()) {
         _session.GetConsole().Say(
             "changes came faster than they could be printed; those of values that changed back "
@@ -158,8 +159,14 @@ class Watcher {
 
   bool IsWatched(eParam_t id) const { return _only.empty() || _only.count(id) != 0; }
 
-  void Note(const Event& event) {
+  // Without a connection, what has to be read waits for the next comparison.
+  void Note(Event event, Connection* connection) {
     if (!IsWatched(event.id)) return;
+    // A store announces proxies too, with values of their own and not those in force.
+    if (_session.GetOptions().mapped && IsProxy(event.id)) {
+      if (connection == nullptr) return;
+      event.value = connection->Get(event.id);
+    }
     const auto known = _known.find(event.id);
     if (!_options.allEvents && known != _known.end() && known->second == event.value) return;
     Change(event);

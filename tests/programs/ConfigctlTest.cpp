@@ -356,3 +356,32 @@ TEST(ConfigctlAlone, CompletesCommandsNamesAndValues) {
   EXPECT_EQ("IPConfig\n", complete("--json --timeout 3 get ipc"));
   EXPECT_EQ("Default\\ Addr DHCP\n", complete("set IPConfig d"));
 }
+
+TEST_F(Configctl, TakesAProxyForWhatItStandsForWhenAsked) {
+  Run({"set", "RS422Remote", "RS-422"});
+  EXPECT_EQ(Done("TimecodeIn: stored LTC\n"), Run({"--mapped", "set", "TimecodeIn", "LTC"}));
+  EXPECT_EQ(Done("TimecodeIn = Embedded\nRS422TimecodeIn = LTC\n"),
+            Run({"get", "TimecodeIn", "RS422TimecodeIn"}));
+  EXPECT_EQ(Done("LTC\n"), Run({"get", "TimecodeIn", "--mapped"}));
+  EXPECT_EQ(Done("169.254.0.2\n"), Run({"get", "--mapped", "IPAddress"}));
+  EXPECT_EQ(Done("LTC\n"), Run({"get", "--mapped", "TimecodeIn", "--uri",
+                                "udp://127.0.0.1:" + _daemon.GetPort()}));
+
+  EXPECT_THAT(Run({"describe", "TimecodeIn"}).out,
+              HasSubstr("\nSTANDS FOR\n"
+                        "    Now             8.0 RS-422 Timecode In (RS422TimecodeIn)\n"
+                        "    One of          8.0 Local Timecode In (LocalTimecodeIn)\n"
+                        "                    8.0 RS-422 Timecode In (RS422TimecodeIn)\n"
+                        "                    8.0 FireWire Timecode In (FW400TimecodeIn)\n"));
+  EXPECT_THAT(Run({"describe", "RS422Remote"}).out, Not(HasSubstr("STANDS FOR")));
+  const json standing = RunJson({"describe", "TimecodeIn"}).at("result").at("stands_for");
+  EXPECT_EQ("RS422TimecodeIn", standing.at("now"));
+  EXPECT_EQ("LocalTimecodeIn", standing.at("one_of").at(0));
+}
+
+TEST(ConfigctlAlone, DescribesAProxyThoughNobodyCanTellWhatItIsNow) {
+  const Outcome outcome = RunConfigctl(kNowhere, {"describe", "IPAddress"});
+  EXPECT_EQ(0, outcome.status);
+  EXPECT_THAT(outcome.out, HasSubstr("    Now             not known: nobody answers at "));
+  EXPECT_THAT(outcome.out, HasSubstr("    One of          50.2 Default IP (IPAddress_1)\n"));
+}

@@ -71,6 +71,27 @@ TEST_F(ConfigctlWatch, WatchesEverythingAndEndsAfterTheWantedNumberOfChanges) {
   EXPECT_EQ(0, watch->Wait());
 }
 
+// The store announces some proxies itself, with values that are not in force.
+TEST_F(ConfigctlWatch, FollowsAProxyToWhatItStandsFor) {
+  RunConfigctl(_daemon->GetURI(), {"set", "DefaultGateway_1", "10.0.0.1", "--force"});
+  Set("DefaultGateway_3", "10.0.0.3");
+  const auto watch = Watch({"--mapped", "DefaultGateway"});
+  EXPECT_EQ("DefaultGateway: 10.0.0.1", WithoutTime(watch->WaitForLine()));
+  Set("IPConfig", "Static Addr");
+  EXPECT_EQ("DefaultGateway: 10.0.0.1 -> 10.0.0.3", WithoutTime(watch->WaitForLine()));
+  Set("DefaultGateway_3", "10.0.0.4");
+  EXPECT_EQ("DefaultGateway: 10.0.0.3 -> 10.0.0.4", WithoutTime(watch->WaitForLine()));
+  RunConfigctl(_daemon->GetURI(), {"set", "DefaultGateway", "10.0.0.9", "--force"});
+  Set("IPConfig", "Default Addr");
+  EXPECT_EQ("DefaultGateway: 10.0.0.4 -> 10.0.0.1", WithoutTime(watch->WaitForLine()));
+  const std::string port = _daemon->GetPort();
+  _daemon->GetProcess().Kill(SIGKILL);
+  watch->WaitForErrorLine("has gone away");
+  _daemon = nullptr;
+  _daemon = std::make_unique<Daemon>(port);
+  EXPECT_EQ("DefaultGateway: 10.0.0.1 -> 0.0.0.0", WithoutTime(watch->WaitForLine()));
+}
+
 TEST_F(ConfigctlWatch, PrintsWhatIsOnlyAnnouncedWhenAsked) {
   const auto watch = Watch({"IPConfig", "IPAddress_3", "--all-events", "--json"});
   json first = json::parse(watch->WaitForLine()).at("result");
