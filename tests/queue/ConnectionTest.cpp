@@ -57,7 +57,7 @@ TEST_F(QueueConnection, TakesItsPriorityFromAnUriThatHasOneAtAll) {
 }
 
 TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
-  std::function<void(QueueWords&)> spoil;
+  Spoil spoil;
   std::atomic<bool> silent{false};
   FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
     if (silent) return true;

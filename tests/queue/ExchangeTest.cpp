@@ -110,7 +110,7 @@ TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
   QueueWords answer;
   std::string stream;
   bool breakIt = true;
-  std::function<void(QueueWords&)> spoil;
+  Spoil spoil;
   Connect([&](const std::string& request, TestQueue& queue) {
     const QueueWords words = TestQueue::ToWords(request);
     if (words[0] < 80 || !breakIt) return false;

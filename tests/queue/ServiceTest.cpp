@@ -212,7 +212,7 @@ TEST_F(QueueService, IsTakenOverFromADaemonThatDied) {
   PosixMQFactory factory(_name);
   PosixMQClient* const client = factory.Connect("");
   ASSERT_NE(nullptr, client);
-  EXPECT_EQ(-SIGKILL, _daemon->End(SIGKILL));
+  EXPECT_EQ(128 + SIGKILL, _daemon->End(SIGKILL));
   Start();
   EXPECT_THAT(_daemon->GetOutput(), HasSubstr("serving mq:" + _name + "\n"));
   testing::internal::CaptureStderr();

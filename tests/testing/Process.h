@@ -75,6 +75,15 @@ class Process {
   std::string WaitForLine(const std::string& part = "") { return WaitForLine(_out, part); }
   std::string WaitForErrorLine(const std::string& part = "") { return WaitForLine(_err, part); }
 
+  // Reads until `text` has come on either stream. False when both end without it.
+  bool WaitForText(const std::string& text) {
+    const auto found = [&] {
+      return _out.text.find(text) != std::string::npos || _err.text.find(text) != std::string::npos;
+    };
+    PumpUntil([&] { return found() || (_out.fd < 0 && _err.fd < 0); });
+    return found();
+  }
+
   // Everything that has been read so far, lines that were returned included.
   const std::string& GetOutput() const { return _out.text; }
   const std::string& GetErrors() const { return _err.text; }
