@@ -159,12 +159,11 @@ class Watcher {
 
   bool IsWatched(eParam_t id) const { return _only.empty() || _only.count(id) != 0; }
 
-  // Without a connection, what has to be read waits for the next comparison.
   void Note(Event event, Connection* connection) {
     if (!IsWatched(event.id)) return;
     // A store announces proxies too, with values of their own and not those in force.
     if (_session.GetOptions().mapped && IsProxy(event.id)) {
-      if (connection == nullptr) return;
+      if (connection == nullptr) return;  // the next comparison finds out
       event.value = connection->Get(event.id);
     }
     const auto known = _known.find(event.id);

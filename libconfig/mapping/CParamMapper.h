@@ -10,7 +10,8 @@ class CProxyMap;
 
 class LIBCONFIG_API CParamMapper {
  public:
-  // `config` stays the caller's, and has to outlive the mapper. With null no selector can be read.
+  // `config` stays the caller's, and has to outlive the mapper. With null no selector can be read;
+  // over message queues, where a value of 0 cannot be told from a failure, none that is 0.
   explicit CParamMapper(Config* config);
 
   // The parameter that `id` stands for; `id` itself when it is no proxy, when no row fits, and when

@@ -29,9 +29,11 @@ class LIBCONFIG_API MappingConfig final : public DelegatorConfig, public ConfigE
  public:
   // Connects to both URIs through ConfigFactoryImpl and takes over `mapper`, which may be null:
   // then nothing is mapped. `priority` asks for the priority option on the access URI, `caching`
-  // for a cache, which events keep current; over UDP that is true of changes made over UDP only.
-  // From the moment of the return no event is missed. Null, with a message, on failure; the mapper
-  // then stays the caller's.
+  // for a cache, which events keep current. Null, with a message, on failure; the mapper then stays
+  // the caller's. From the moment of the return no event is missed.
+  //
+  // The event of a change that was made through a cache may come after a later change: for that
+  // moment the cache has the earlier value. Over UDP it hears of changes made over UDP only.
   static MappingConfig* Create(std::string configURI, std::string eventsURI, ParamMapper* mapper,
                                bool priority, bool caching);
   static MappingConfig* Create(std::string configURI, std::string eventsURI, ParamMapper* mapper);
