@@ -131,12 +131,11 @@ QueueService::Opened QueueService::Open() {
   if (error == EBUSY) {
     std::fprintf(stderr,
                  "configd: cannot serve mq:%s: another configd serves it; stop that one, choose "
-                 "another queue with --queue, or leave it out with --no-queue\n",
+                 "another queue with --queue, or start without --queue\n",
                  _name.c_str());
     return Opened::kTaken;
   }
-  std::fprintf(stderr,
-               "configd: not serving mq:%s: %s; %s, or leave the queue out with --no-queue\n",
+  std::fprintf(stderr, "configd: not serving mq:%s: %s; %s, or start without --queue\n",
                _name.c_str(), std::strerror(error), Advice(error));
   return Opened::kUnavailable;
 }

@@ -31,8 +31,7 @@ struct Options {
   int port = kDefaultPort;
   bool udp = true;
   bool quiet = false;
-  bool queue = true;
-  std::string queueName = PosixMQFactory::kRequestQueue;
+  std::string queue;  // empty for none
 };
 
 // Each peer takes a descriptor.
@@ -99,8 +98,8 @@ int Serve(const Options& options) {
   }
 
   std::unique_ptr<QueueService> queue;
-  if (options.queue) {
-    queue = std::make_unique<QueueService>(options.queueName);
+  if (!options.queue.empty()) {
+    queue = std::make_unique<QueueService>(options.queue);
     const QueueService::Opened opened = queue->Open();
     if (opened == QueueService::Opened::kTaken) return kFailed;
     if (opened == QueueService::Opened::kUnavailable) queue.reset();
@@ -111,7 +110,7 @@ int Serve(const Options& options) {
   LineWriter& out = LineWriter::Instance();
   out.Write("configd " LIBCONFIG_VERSION);
   for (const std::string& uri : servers.GetURIs()) out.Write("configd: serving " + uri);
-  if (queue != nullptr) out.Write("configd: serving mq:" + options.queueName);
+  if (queue != nullptr) out.Write("configd: serving mq:" + options.queue);
   out.Write("configd: ready");
   PrintCommandsToTry(options, servers.GetPort());
   service_manager::Notify("READY=1");
@@ -133,7 +132,7 @@ int Serve(const Options& options) {
 int main(int argc, char** argv) {
   Options options;
   CLI::App app(
-      "Serves the device's configurations to other processes, over TCP, UDP and a message queue.\n"
+      "Serves the device's configurations to other processes, over TCP and UDP.\n"
       "What is changed over UDP is multicast to 239.81.69.76, port 63110, on the loopback\n"
       "interface.\n"
       "It runs in the foreground until SIGTERM or SIGINT.");
@@ -147,14 +146,14 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   app.add_flag("!--no-udp", options.udp, "Serve TCP only, and multicast nothing");
-  app.add_option("--queue", options.queueName, "Message queue to serve")
+  app.add_option("--queue", options.queue,
+                 std::string("Message queue to serve too; clients look for ") +
+                     PosixMQFactory::kRequestQueue)
       ->type_name("NAME")
       ->check([](const std::string& name) {
         const bool good = name.size() > 1 && name.size() < 256 && name.rfind('/') == 0;
         return good ? std::string() : "a queue is named /NAME, not " + name;
-      })
-      ->capture_default_str();
-  app.add_flag("!--no-queue", options.queue, "Serve no message queue");
+      });
   CLI::Option* const log =
       app.add_flag("--log-changes", "Print a line for each change (this is the default)");
   app.add_flag("--quiet", options.quiet, "Print no changes")->excludes(log);

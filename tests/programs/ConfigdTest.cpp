@@ -29,7 +29,7 @@ namespace {
 constexpr uint32_t kIPConfig = 0x32010000;
 
 Outcome RunConfigd(const Process::Words& arguments) {
-  Process::Words command = {CONFIGD_PATH, "--no-queue"};
+  Process::Words command = {CONFIGD_PATH};
   command.insert(command.end(), arguments.begin(), arguments.end());
   Process process(command);
   const int status = process.Wait();
@@ -76,7 +76,7 @@ class ServiceManager {
 }  // namespace
 
 TEST(Configd, SaysWhereItServesAndWhatToTry) {
-  Process daemon({CONFIGD_PATH, "--no-queue", "--port", "0"});
+  Process daemon({CONFIGD_PATH, "--port", "0"});
   EXPECT_THAT(daemon.WaitForLine(), MatchesRegex("configd [0-9.]+"));
   const std::string tcp = daemon.WaitForLine();
   EXPECT_THAT(tcp, MatchesRegex("configd: serving tcp://127.0.0.1:[0-9]+"));
@@ -179,7 +179,7 @@ TEST(Configd, KeepsWhatWasChangedWhenNobodyIsConnected) {
 }
 
 TEST(Configd, LeavesUdpAloneWhenToldTo) {
-  Process daemon({CONFIGD_PATH, "--no-queue", "--port", "0", "--no-udp", "--quiet"});
+  Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--quiet"});
   const std::string line = daemon.WaitForLine("serving ");
   const int port = std::stoi(line.substr(line.rfind(':') + 1));
   EXPECT_EQ("configd: ready", daemon.WaitForLine());

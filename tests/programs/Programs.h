@@ -14,7 +14,7 @@ namespace testing_support {
 class Daemon {
  public:
   explicit Daemon(const std::string& port = "0", const Process::Words& environment = {})
-      : _process({CONFIGD_PATH, "--no-queue", "--port", port}, environment) {
+      : _process({CONFIGD_PATH, "--port", port}, environment) {
     const std::string mark = "serving ";
     const std::string line = _process.WaitForLine(mark);
     _uri = line.substr(std::min(line.size(), line.find(mark) + mark.size()));

@@ -15,6 +15,7 @@ using testing_support::FakeDaemon;
 using testing_support::QueueTest;
 using testing_support::QueueWords;
 using testing_support::Response;
+using testing_support::Spoil;
 using testing_support::TestQueue;
 
 namespace {

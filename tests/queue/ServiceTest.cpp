@@ -200,10 +200,10 @@ TEST_F(QueueService, OfASecondDaemonIsAClearError) {
   EXPECT_EQ(1, second.Wait());
   EXPECT_EQ("configd: cannot serve mq:" + _name +
                 ": another configd serves it; stop that one, choose another queue with --queue, or "
-                "leave it out with --no-queue\n",
+                "start without --queue\n",
             second.GetOutput());
   EXPECT_EQ(96U, Get()[0]) << "the first one goes on";
-  Daemon without({"--no-queue"});
+  Daemon without({});
   EXPECT_THAT(without.GetOutput(), HasSubstr("ready\n"));
   EXPECT_THAT(without.GetOutput(), Not(HasSubstr("mq:")));
 }
@@ -246,10 +246,10 @@ TEST(WithoutQueues, TheDaemonSaysWhatToSetAndServesTheRest) {
   {
     Daemon daemon({"--queue", testing_support::TestQueueName()});
     if (refused) {
-      EXPECT_EQ(0U, daemon.GetOutput().find(
-                        "configd: not serving mq:" + testing_support::TestQueueName() +
-                        ": Invalid argument; set fs.mqueue.msg_max to 128 or more (sysctl -w "
-                        "fs.mqueue.msg_max=128), or leave the queue out with --no-queue\n"));
+      EXPECT_THAT(daemon.GetOutput(),
+                  HasSubstr("configd: not serving mq:" + testing_support::TestQueueName() +
+                            ": Invalid argument; set fs.mqueue.msg_max to 128 or more (sysctl -w "
+                            "fs.mqueue.msg_max=128), or start without --queue\n"));
     }
     EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: ready\n"));
   }
