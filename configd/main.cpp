@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -127,9 +128,7 @@ int Serve(const Options& options) {
   return kDone;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   Options options;
   CLI::App app(
       "Serves the device's configurations to other processes, over TCP and UDP.\n"
@@ -166,4 +165,15 @@ int main(int argc, char** argv) {
     return kUsage;
   }
   return Serve(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "configd: %s; see to this and start again\n", error.what());
+    return kFailed;
+  }
 }

@@ -223,7 +223,7 @@ bool PosixMQClient::RegisterForWaiting() {
 
 int PosixMQClient::WaitForConfigEvent(ConfigEvent& event, long, long) {
   const PosixMQClients::Inside inside(this);
-  const std::shared_ptr<State> state = inside.state();
+  const std::shared_ptr<State>& state = inside.state();
   if (state == nullptr) return 0;
   {
     const ListenerList::Delivery hold(state->listeners);

@@ -38,7 +38,7 @@ constexpr std::size_t kPeerThreadStack = std::size_t{256} * 1024;
 constexpr std::size_t kAbandonedRequests = 1024;
 
 // One message of a queue, and how long an exchange over queues may take.
-constexpr std::size_t kQueueRecord = 64 * 1024;
+constexpr std::size_t kQueueRecord = std::size_t{64} * 1024;
 constexpr int kQueueExchangeMs = 60000;
 
 // Names of processes that are remembered.

@@ -15,6 +15,11 @@ namespace {
 
 std::atomic<StoreObserver*> g_observer{nullptr};
 
+std::vector<std::shared_ptr<ConfigManager>>& UntrackedStores() {
+  static auto* const stores = new std::vector<std::shared_ptr<ConfigManager>>;
+  return *stores;
+}
+
 }  // namespace
 
 LocalConfigFactory::LocalConfigFactory() = default;
@@ -22,8 +27,7 @@ LocalConfigFactory::LocalConfigFactory() = default;
 LocalConfigFactory::~LocalConfigFactory() {
   SemaphoreHelper lock(_lock);
   // Whoever is still connected goes on using the store; it belongs to nobody now.
-  static auto* const untracked = new std::vector<std::shared_ptr<ConfigManager>>;
-  for (auto& entry : _stores) untracked->push_back(std::move(entry.second));
+  for (auto& entry : _stores) UntrackedStores().push_back(std::move(entry.second));
 }
 
 eConfigID_t LocalConfigFactory::GetConfigID(std::string address) {

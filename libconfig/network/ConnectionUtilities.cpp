@@ -87,7 +87,7 @@ std::string ConnectionUtilities::DescribePeer(unsigned int connectionID,
   const bool here = address.empty() || address.compare(0, 4, "127.") == 0;
   const unsigned int pid = here ? FindProcess(connectionID & 0xFFFF) : 0;
   const std::string program = pid != 0 ? name_from_pid(pid) : "";
-  const std::string place = address.empty() ? "a local socket" : address;
+  std::string place = address.empty() ? "a local socket" : address;
   if (program.empty()) return place;
   return program + " (process " + std::to_string(pid) + ") at " + place;
 }

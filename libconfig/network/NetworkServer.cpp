@@ -157,7 +157,7 @@ void NetworkServer::ServeConnections() {
     }
     std::shared_ptr<void> slot = TakeSlot();
     if (slot != nullptr && connection->Start(std::move(slot))) {
-      connection.release();
+      static_cast<void>(connection.release());  // its thread deletes it
     } else {
       Report("NetworkServer::Run - unable to start connection\n");
     }

@@ -351,7 +351,7 @@ bool NetworkTCPConnection::ReceiveAndSet(uint32_t streamLength) {
     received = _reader->Skip(streamLength);
   } else {
     // What a peer only announces takes no memory.
-    constexpr std::size_t kPiece = 64 * 1024;
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
     while (received == Result::kWhole && bytes.size() < streamLength) {
       const std::size_t before = bytes.size();
       bytes.resize(std::min<std::size_t>(streamLength, before + kPiece));

@@ -16,7 +16,7 @@ using qel::config::limits::kOutbox;
 namespace {
 
 // Room that an empty outbox keeps for the records to come.
-constexpr std::size_t kKeptRoom = 64 * 1024;
+constexpr std::size_t kKeptRoom = std::size_t{64} * 1024;
 
 constexpr int kForever = -1;
 

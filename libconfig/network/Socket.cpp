@@ -168,7 +168,7 @@ int Socket::bind_local(int port) {
 }
 
 std::string Socket::build_local_path(std::string, int port) {
-  const std::string path = "/tmp/qel_" + std::to_string(port);
+  std::string path = "/tmp/qel_" + std::to_string(port);
   Report("Local path = %s\n", path.c_str());
   return path;
 }

@@ -10,7 +10,7 @@
 namespace qel::vorlane::config::access {
 namespace {
 
-constexpr std::size_t kBufferSize = 16 * 1024;
+constexpr std::size_t kBufferSize = std::size_t{16} * 1024;
 
 using Clock = std::chrono::steady_clock;
 

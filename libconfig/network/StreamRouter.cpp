@@ -89,7 +89,7 @@ Result StreamRouter::ReadStream(ReceivedRecord& record, Received& failure) {
   }
   failure = Received::kStreamCut;
   // What a peer only announces takes no memory.
-  constexpr std::size_t kPiece = 64 * 1024;
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
   Result read = Result::kWhole;
   while (read == Result::kWhole && record.stream.size() < length) {
     const std::size_t before = record.stream.size();

@@ -32,7 +32,8 @@ std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
                                          eSerializationFormat format) {
   std::unique_ptr<Serializable> object = DecodeObject(data, length, format);
   auto* const value = dynamic_cast<ConfigValue*>(object.get());
-  if (value != nullptr) object.release();
+  if (value == nullptr) return nullptr;
+  static_cast<void>(object.release());
   return std::unique_ptr<ConfigValue>(value);
 }
 
