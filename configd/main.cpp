@@ -120,9 +120,7 @@ int Serve(const Options& options) {
   while (::sigwait(&ending, &signal) != 0) {
   }
   service_manager::Notify("STOPPING=1");
-  // To the end of the process, as the servers' threads have their last words after this.
-  static const auto* const silent = new SilentStderr;
-  static_cast<void>(silent);
+  SilentStderr::ToTheEnd();  // the servers' threads have their last words after this
   servers.Stop();
   queue.reset();
   out.Write("configd: ended");
