@@ -44,6 +44,9 @@ constexpr int kQueueExchangeMs = 60000;
 // Names of processes that are remembered.
 constexpr std::size_t kProcessNames = 1024;
 
+// A preset's contents as a file.
+constexpr std::size_t kPresetFile = std::size_t{64} * 1024 * 1024;
+
 // Events that a client keeps while one of its listeners waits for an answer.
 constexpr std::size_t kKeptEvents = 65536;
 

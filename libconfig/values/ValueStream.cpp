@@ -1,31 +1,52 @@
 #include "libconfig/values/ValueStream.h"
 
-#include "libconfig/base/Mutex.h"
+#include <mutex>
+
 #include "libconfig/serialization/ClassFactory.h"
 #include "libconfig/serialization/MemoryDeSerializer.h"
 #include "libconfig/serialization/MemorySerializer.h"
 #include "libconfig/serialization/MemorySerializerSizer.h"
+#include "libconfig/values/Checkpoint.h"
+#include "libconfig/values/SectorHeader.h"
 
 namespace qel::config {
 namespace {
 
-Mutex& PrototypeMutex() {
-  static auto* const mutex = new Mutex;
+// Recursive, because an object may hold others.
+std::recursive_mutex& PrototypeMutex() {
+  static auto* const mutex = new std::recursive_mutex;
   return *mutex;
+}
+
+Serializable* Copy(Serializable& shared) {
+  if (auto* const value = dynamic_cast<ConfigValue*>(&shared)) return value->Clone();
+  if (const auto* const header = dynamic_cast<SectorHeader*>(&shared)) {
+    return SectorHeader::Create(header->GetOdometer(), header->GetConfigVersion(),
+                                header->GetLength());
+  }
+  if (const auto* const checkpoint = dynamic_cast<Checkpoint*>(&shared)) {
+    auto* const copy = new Checkpoint(checkpoint->GetConfigID());
+    copy->SetOffset(checkpoint->GetOffset());
+    return copy;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
+std::unique_ptr<Serializable> ReadObject(DeSerializer& deserializer, const char* key) {
+  const std::lock_guard<std::recursive_mutex> lock(PrototypeMutex());
+  Serializable* object = nullptr;
+  deserializer.Read(key, object);
+  if (object == nullptr) return nullptr;
+  const bool shared = ClassFactory::IsShared(object->GetClassID());
+  return std::unique_ptr<Serializable>(shared ? Copy(*object) : object);
+}
+
 std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
                                            eSerializationFormat format) {
   MemoryDeSerializer deserializer(format, data, data + length, false);
-  MutexLock lock(PrototypeMutex());
-  Serializable* object = nullptr;
-  deserializer.Read("Serializable", object);
-  if (object == nullptr) return nullptr;
-  if (!ClassFactory::IsShared(object->GetClassID())) return std::unique_ptr<Serializable>(object);
-  auto* const value = dynamic_cast<ConfigValue*>(object);
-  return std::unique_ptr<Serializable>(value == nullptr ? nullptr : value->Clone());
+  return ReadObject(deserializer, "Serializable");
 }
 
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,

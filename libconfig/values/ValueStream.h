@@ -7,6 +7,8 @@
 #include "libconfig/serialization/Identifiers.h"
 #include "libconfig/values/ConfigValue.h"
 
+class DeSerializer;
+
 namespace qel::config {
 
 // The value that `length` bytes describe, as an object of the caller's own; null when they describe
@@ -15,9 +17,13 @@ namespace qel::config {
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
                                          eSerializationFormat format);
 
-// The same for any object. Null, too, for a shared one that cannot be cloned.
+// The same for any object. Null, too, for a shared one that cannot be copied.
 std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
                                            eSerializationFormat format);
+
+// The object that `deserializer` holds next, as one of the caller's own: the way to read that
+// neither keeps a shared prototype nor meets another thread in it.
+std::unique_ptr<Serializable> ReadObject(DeSerializer& deserializer, const char* key);
 
 // The bytes of `value` as it stands at the time of the call, behind `room` bytes left for a record.
 // A change made meanwhile by another thread is either in them whole or not at all.

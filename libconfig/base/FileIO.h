@@ -1,0 +1,78 @@
+// Files as the library and the daemon open them: files that somebody else may have prepared.
+// Internal; inline, as the shared library does not export it and the daemon uses it too.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+namespace qel::config {
+
+// Owns a descriptor, which may be -1 for none. Closing leaves errno as it was.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int fd) : _fd(fd) {}
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor() {
+    if (_fd < 0) return;
+    const int error = errno;
+    ::close(_fd);
+    errno = error;
+  }
+
+  int Get() const { return _fd; }
+
+ private:
+  const int _fd;
+};
+
+// A descriptor of a regular file; -1 with errno set for anything else: no link is followed, and a
+// pipe or a device neither blocks nor is touched.
+inline int OpenRegular(const char* path, int flags, mode_t mode = 0) {
+  // Truncated only once it is known for what it is.
+  int fd;
+  do {
+    fd = ::open(path, (flags & ~O_TRUNC) | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return -1;
+  struct stat status;
+  if (::fstat(fd, &status) == 0) {
+    if (S_ISREG(status.st_mode)) {
+      if ((flags & O_TRUNC) == 0 || ::ftruncate(fd, 0) == 0) return fd;
+    } else {
+      errno = EINVAL;
+    }
+  }
+  const FileDescriptor closing(fd);
+  return -1;
+}
+
+// Repeats transfer(done) until `size` bytes are through. False, with errno set, when that cannot be
+// had; a transfer that ends early is EIO.
+template <typename Transfer>
+bool TransferWhole(std::size_t size, Transfer transfer) {
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t count = transfer(done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count == 0) errno = EIO;
+    if (count <= 0) return false;
+    done += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+inline bool ReadWhole(int fd, char* data, std::size_t size) {
+  return TransferWhole(size,
+                       [&](std::size_t done) { return ::read(fd, data + done, size - done); });
+}
+
+inline bool WriteWhole(int fd, const char* data, std::size_t size) {
+  return TransferWhole(size,
+                       [&](std::size_t done) { return ::write(fd, data + done, size - done); });
+}
+
+}  // namespace qel::config

@@ -1,0 +1,230 @@
+// Stored records and containers: their bytes, and what becomes of bytes that are cut or damaged.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "libconfig/serialization/MemorySerializer.h"
+#include "libconfig/serialization/MemorySerializerSizer.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/PackageHeader.h"
+#include "libconfig/values/PresetsParamVector.h"
+#include "libconfig/values/RecordFactories.h"
+#include "libconfig/values/SectorHeader.h"
+#include "libconfig/values/StringValue.h"
+#include "libconfig/values/ValueStream.h"
+#include "libconfig/values/Vector.h"
+
+namespace {
+
+using qel::config::DecodeObject;
+using qel::config::values::PresetsFactory;
+using qel::config::values::PresetsParamVector;
+using qel::config::values::Vector;
+using ::testing::HasSubstr;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+using Object = std::unique_ptr<Serializable>;
+using Bytes = std::vector<char>;
+
+constexpr auto kFormat = eSerializationFormat_Queue;
+
+Bytes Written(Serializable& object) {
+  MemorySerializer serializer(kFormat, nullptr, nullptr, false);
+  Bytes bytes(MemorySerializerSizer::GetSize(&object, &serializer));
+  serializer.SetPos(bytes.data());
+  serializer.Write("Object", &object);
+  return bytes;
+}
+
+std::string Hex(const Bytes& bytes) {
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    char digits[4];
+    std::snprintf(digits, sizeof digits, "%s%02x", i % 4 == 0 && i > 0 ? " " : "",
+                  static_cast<unsigned char>(bytes[i]));
+    text += digits;
+  }
+  return text;
+}
+
+// The object in a copy of exactly these bytes, so that a read beyond them is caught; what the
+// library says about it is kept from the terminal.
+Object Read(const Bytes& bytes) {
+  CaptureStderr();
+  const std::unique_ptr<char[]> copy(new char[bytes.size()]);
+  std::copy(bytes.begin(), bytes.end(), copy.get());
+  Object object = DecodeObject(copy.get(), static_cast<unsigned int>(bytes.size()), kFormat);
+  GetCapturedStderr();
+  return object;
+}
+
+struct Sample {
+  const char* name;
+  std::function<Object()> make;
+  const char* bytes;
+};
+
+const Sample kSamples[] = {
+    {"SectorHeader", [] { return Object(SectorHeader::Create(7, 0x01020304, 300)); },
+     "00000006 00000007 01020304 0000012c"},
+    {"Checkpoint", [] { return std::make_unique<Checkpoint>(); }, "00000007 00000000 ffffffff"},
+    {"CheckpointOfAConfiguration",
+     [] {
+       auto checkpoint = std::make_unique<Checkpoint>(static_cast<eConfigID_t>(3));
+       checkpoint->SetOffset(28);
+       return checkpoint;
+     },
+     "00000007 0000001c 00000003"},
+    {"PackageHeader", [] { return std::make_unique<PackageHeader>(); },
+     "0000000e 00001001 ffffffff 00000000 00000000 00000000"},
+    {"Vector",
+     [] {
+       auto vector = std::make_unique<Vector>();
+       vector->Add(IntegerValue::Create(eParamID_IPConfig, eParamType_Enum, 2));
+       vector->Add(StringValue::Create(eParamID_SysName, eParamType_String, "abc"));
+       vector->Add(SectorHeader::Create(1, 2, 3));
+       vector->Add(new Vector);
+       return vector;
+     },
+     "00000009 00000004 00000000 00000000 32010000 00000003 00000002 00000001 00000000 32050000 "
+     "0000000c 61626300 00000006 00000001 00000002 00000003 00000009 00000000"},
+    {"Presets",
+     [] {
+       // Only a stream gives it data without a file.
+       char bytes[] = {0, 0, 0, 8, 0, 0, 0, 3, 'A', 0, 0, 0, 0, 3, 1, 0, 2};
+       return DecodeObject(bytes, sizeof bytes, kFormat);
+     },
+     "00000008 00000003 41000000 00030100 02"},
+};
+
+}  // namespace
+
+TEST(Records, TravelInTheirBytes) {
+  for (const Sample& sample : kSamples) {
+    SCOPED_TRACE(sample.name);
+    const Object object = sample.make();
+    ASSERT_NE(nullptr, object);
+    const Bytes bytes = Written(*object);
+    EXPECT_EQ(sample.bytes, Hex(bytes));
+    const Object read = Read(bytes);
+    ASSERT_NE(nullptr, read);
+    EXPECT_EQ(object->GetClassID(), read->GetClassID());
+    EXPECT_EQ(bytes, Written(*read));
+  }
+}
+
+TEST(Records, AreNothingWhenTheyAreCutAndSurviveDamage) {
+  std::mt19937 random(20260411);
+  for (const Sample& sample : kSamples) {
+    SCOPED_TRACE(sample.name);
+    const Bytes whole = Written(*sample.make());
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+      const Object read = Read(Bytes(whole.begin(), whole.begin() + static_cast<long>(length)));
+      // A list ends with its stream wherever an item ends.
+      EXPECT_TRUE(read == nullptr || read->GetClassID() == eClassID_Vector) << length;
+    }
+    for (int i = 0; i < 300; ++i) {
+      Bytes damaged = whole;
+      damaged[random() % damaged.size()] = static_cast<char>(random());
+      const Object read = Read(damaged);
+      if (read != nullptr) Written(*read);
+    }
+  }
+}
+
+TEST(Records, CompareByWhatTheyAre) {
+  SectorHeader header(1, 2, 3);
+  SectorHeader same(1, 2, 3);
+  same.SetDirty(true);
+  EXPECT_TRUE(header.IsEqual(&same));
+  for (const auto& change :
+       {&SectorHeader::SetOdometer, &SectorHeader::SetConfigVersion, &SectorHeader::SetLength}) {
+    SectorHeader other(1, 2, 3);
+    (other.*change)(9);
+    EXPECT_FALSE(header.IsEqual(&other));
+  }
+  Checkpoint impostor;
+  impostor.SetClassID(eClassID_SectorHeader);
+  EXPECT_FALSE(header.IsEqual(&impostor));
+  EXPECT_FALSE(header.IsEqual(nullptr));
+
+  Vector vector;
+  Vector empty;
+  EXPECT_TRUE(vector.IsEqual(&empty));
+  vector.Add(new Checkpoint);
+  EXPECT_FALSE(vector.IsEqual(&empty));
+  EXPECT_TRUE(vector.IsEqual(&vector));
+  EXPECT_FALSE(vector.IsEqual(&header));
+
+  PresetsParamVector presets;
+  PresetsParamVector other;
+  EXPECT_TRUE(presets.IsEqual(&other));
+  other.SetName("Studio 2");
+  EXPECT_FALSE(presets.IsEqual(&other));
+  EXPECT_FALSE(presets.IsEqual(&vector));
+  EXPECT_FALSE(presets.IsEqual(nullptr));
+}
+
+TEST(Records, DescribeAPackage) {
+  PackageHeader header;
+  EXPECT_EQ(
+      "class=PackageHeader, _packageHeaderVersion=0x1001, _productID=FFFFFFFF, _fileSize=0x0.",
+      header.ToString());
+}
+
+TEST(Vector, OwnsCopiesOfWhatReadersShare) {
+  Vector vector;
+  for (unsigned int i = 0; i < 3; ++i) {
+    vector.Add(IntegerValue::Create(eParamID_IPConfig, eParamType_Enum, i));
+    vector.Add(SectorHeader::Create(i, 0, 0));
+    auto* const checkpoint = new Checkpoint(static_cast<eConfigID_t>(i));
+    checkpoint->SetOffset(i);
+    vector.Add(checkpoint);
+  }
+  const Object read = Read(Written(vector));
+  ASSERT_NE(nullptr, read);
+  EXPECT_EQ(Hex(Written(vector)), Hex(Written(*read)));
+  const auto& items = dynamic_cast<Vector&>(*read).GetItems();
+  const std::set<Serializable*> distinct(items.begin(), items.end());
+  EXPECT_EQ(items.size(), distinct.size());
+}
+
+TEST(Vector, EndsWithItsStreamWhateverItPromises) {
+  // Two billion items, of which there is one.
+  Bytes bytes = {0, 0, 0, 9, 127, -1, -1, -1};
+  const Bytes item = Written(*std::make_unique<Checkpoint>());
+  bytes.insert(bytes.end(), item.begin(), item.end());
+  const Object read = Read(bytes);
+  ASSERT_NE(nullptr, read);
+  EXPECT_EQ(1U, dynamic_cast<Vector&>(*read).GetItems().size());
+}
+
+TEST(Vector, LeavesOutWhatItCannotRead) {
+  const Bytes bytes = {0, 0, 0, 9, 0, 0, 0, 2, 0, 0, 0, 5, 0, 0, 0, 9, 0, 0, 0, 0};
+  const Object read = Read(bytes);
+  ASSERT_NE(nullptr, read);
+  EXPECT_EQ(1U, dynamic_cast<Vector&>(*read).GetItems().size());
+}
+
+TEST(Factories, SayWhatTheyMakeAndRefuseWhatTheyDoNotKnow) {
+  CaptureStderr();
+  const Object vector(ClassFactory::Create(eClassID_Vector));
+  const Object package(ClassFactory::Create(eClassID_PackageHeader));
+  EXPECT_EQ(
+      "VectorFactory::Create - return new Vector()\n"
+      "PackageHeaderFactory::Create - return new Vector()\n",
+      GetCapturedStderr());
+  EXPECT_EQ(ClassFactory::Create(eClassID_SectorHeader),
+            ClassFactory::Create(eClassID_SectorHeader));
+  CaptureStderr();
+  new PresetsFactory(static_cast<qel::config::values::ePresetsPolicy>(2));
+  EXPECT_EQ(nullptr, ClassFactory::Create(eClassID_Presets));
+  EXPECT_EQ("PresetsFactory::Create - unknown policy 2, unable to create Presets instance\n",
+            GetCapturedStderr());
+  new PresetsFactory(qel::config::values::ePresetsPolicy_ParamVector);
+}
