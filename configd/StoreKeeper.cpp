@@ -9,34 +9,54 @@ constexpr std::size_t kKeptStores = 64;
 
 }  // namespace
 
-// Notices the first change of a store.
+// Notices the changes of one store.
 class StoreKeeper::Changes : public ConfigEventListener {
  public:
-  Changes(StoreKeeper& keeper, eConfigID_t configID) : _keeper(keeper), _configID(configID) {}
+  Changes(StoreKeeper& keeper, ConfigManager& store, std::shared_ptr<StoredConfig> stored)
+      : _keeper(keeper), _store(store), _stored(std::move(stored)) {}
 
   using ConfigEventListener::ParamChanged;
-  void ParamChanged(eParam_t, unsigned int, timeval) override { Note(); }
-  void ParamChanged(eParam_t, std::string, timeval) override { Note(); }
+  void ParamChanged(eParam_t param, unsigned int value, timeval) override {
+    Note(param);
+    _keeper._presets.Note(_store, param, value, _kept);
+  }
+  void ParamChanged(eParam_t param, std::string, timeval) override { Note(param); }
 
  private:
-  void Note() {
-    if (_noted) return;
-    _noted = true;
-    _keeper.Keep(_configID);
+  void Note(eParam_t param) {
+    if (!_noted) {
+      _noted = true;
+      _kept = _keeper.Keep(_store.GetConfigID());
+    }
+    if (_kept && _stored != nullptr) _keeper._saver->Note(_stored, param);
   }
 
   StoreKeeper& _keeper;
-  const eConfigID_t _configID;
+  ConfigManager& _store;
+  const std::shared_ptr<StoredConfig> _stored;
   bool _noted = false;
+  bool _kept = false;
 };
 
-StoreKeeper::StoreKeeper(bool logChanges) : _logChanges(logChanges) {}
+StoreKeeper::StoreKeeper(const StateFolder* folder, bool logChanges)
+    : _logChanges(logChanges), _presets(folder) {
+  if (folder == nullptr) return;
+  _saver = std::make_unique<StateSaver>(*folder);
+  _places = folder->GetConfigurations();
+}
 
 StoreKeeper::~StoreKeeper() = default;
 
+bool StoreKeeper::Stop() {
+  _presets.Stop();
+  return _saver == nullptr || _saver->Stop();
+}
+
 void StoreKeeper::StoreOpened(ConfigManager& store) {
+  std::shared_ptr<StoredConfig> stored;
+  if (_saver != nullptr) stored = _saver->Restore(store);
   Watch watch;
-  watch.changes = std::make_unique<Changes>(*this, store.GetConfigID());
+  watch.changes = std::make_unique<Changes>(*this, store, std::move(stored));
   store.AddConfigEventListener(watch.changes.get());
   if (_logChanges) {
     watch.log = std::make_unique<ChangeLog>(store);
@@ -60,21 +80,24 @@ void StoreKeeper::StoreClosing(ConfigManager& store) {
 }
 
 // Whoever made the change is connected, so that the store is there to be held on to.
-void StoreKeeper::Keep(eConfigID_t configID) {
+bool StoreKeeper::Keep(eConfigID_t configID) {
   {
     const std::lock_guard<std::mutex> lock(_mutex);
-    if (_kept.count(configID) != 0) return;
-    if (_kept.size() >= kKeptStores) {
+    if (_kept.count(configID) != 0) return true;
+    if (_places.count(configID) == 0 && _places.size() >= kKeptStores) {
       if (!_warned) {
         LineWriter::Instance().Write(
             "configd: configuration " + std::to_string(configID) + " and those that follow are " +
             "forgotten when their last client leaves, as " + std::to_string(kKeptStores) +
-            " are kept already; restart configd to start over");
+            " are kept already; restart configd to start over, or remove files of others from the "
+            "state folder");
       }
       _warned = true;
-      return;
+      return false;
     }
+    _places.insert(configID);
     _kept.insert(configID);
   }
-  ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(configID));
+  return ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(configID)) !=
+         nullptr;
 }

@@ -1,6 +1,7 @@
 // Looks after the stores that the daemon serves. A store that somebody changed is kept until the
 // daemon ends, although its last peer leaves; a store that still holds the factory defaults is not,
-// so that asking for configuration after configuration costs nothing.
+// so that asking for configuration after configuration costs nothing. With a state folder, what is
+// kept is saved too, and a store begins with what was saved of it.
 #pragma once
 
 #include <map>
@@ -9,15 +10,21 @@
 #include <set>
 
 #include "configd/ChangeLog.h"
+#include "configd/state/PresetRegisters.h"
+#include "configd/state/StateSaver.h"
 #include "libconfig/libconfig.h"
 
 class StoreKeeper : public qel::config::access::StoreObserver {
  public:
-  explicit StoreKeeper(bool logChanges);
+  // Null for no state folder; it stays the caller's.
+  StoreKeeper(const StateFolder* folder, bool logChanges);
   ~StoreKeeper() override;
 
   void StoreOpened(ConfigManager& store) override;
   void StoreClosing(ConfigManager& store) override;
+
+  // Saves what is unsaved and ends the threads. False when something could not be saved.
+  bool Stop();
 
  private:
   class Changes;
@@ -27,11 +34,15 @@ class StoreKeeper : public qel::config::access::StoreObserver {
     std::unique_ptr<ChangeLog> log;
   };
 
-  void Keep(eConfigID_t configID);
+  // False when there are too many already.
+  bool Keep(eConfigID_t configID);
 
   const bool _logChanges;
+  std::unique_ptr<StateSaver> _saver;  // null without a state folder
+  PresetRegisters _presets;
   std::mutex _mutex;
   std::map<ConfigManager*, Watch> _watches;
+  std::set<eConfigID_t> _places;  // configurations that are kept, here or in the state folder
   std::set<eConfigID_t> _kept;
   bool _warned = false;
 };

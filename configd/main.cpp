@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -33,7 +34,16 @@ struct Options {
   bool udp = true;
   bool quiet = false;
   std::string queue;  // empty for none
+  std::string state;  // empty for none
 };
+
+// The folder that the service manager made for this service; it may name more than one.
+std::string StateDirectory() {
+  const char* const folders = std::getenv("STATE_DIRECTORY");
+  if (folders == nullptr) return {};
+  const std::string list(folders);
+  return list.substr(0, list.find(':'));
+}
 
 // Each peer takes a descriptor.
 void RaiseDescriptorLimit() {
@@ -74,6 +84,20 @@ void PrintCommandsToTry(const Options& options, int port) {
   out.Write("  " + command + " get IPConfig");
 }
 
+std::string DescribeState(const StateFolder& folder) {
+  const std::string& path = folder.GetPath();
+  if (path.empty()) {
+    return "configd: settings are forgotten when it ends; give it a folder with --state DIR to "
+           "keep "
+           "them";
+  }
+  if (!folder.IsWritable()) {
+    return "configd: settings cannot be kept, as " + path +
+           " is not writable; see to this, or choose another folder with --state";
+  }
+  return "configd: keeping settings in " + path;
+}
+
 // Held until the process ends.
 bool OpenStore() {
   const SilentStderr silent;
@@ -89,9 +113,19 @@ int Serve(const Options& options) {
   ::signal(SIGPIPE, SIG_IGN);
   RaiseDescriptorLimit();
 
+  LineWriter& out = LineWriter::Instance();
+  // These stay until the process ends: connections use them as long as there are any.
+  static auto* const folder = new StateFolder;
+  if (!options.state.empty()) {
+    std::string why;
+    if (!folder->Open(options.state, why)) {
+      std::fprintf(stderr, "configd: %s\n", why.c_str());
+      return kFailed;
+    }
+  }
   CreateDescriptors();
-  // Stays until the process ends: connections use it as long as there are any.
-  static auto* const keeper = new StoreKeeper(!options.quiet);
+  static auto* const keeper =
+      new StoreKeeper(options.state.empty() ? nullptr : folder, !options.quiet);
   LocalConfigFactory::SetStoreObserver(keeper);
   if (!OpenStore()) {
     std::fprintf(stderr, "configd: there is no memory for the store; free some and start again\n");
@@ -108,10 +142,10 @@ int Serve(const Options& options) {
   Servers servers;
   if (!servers.Open(options.listen, options.port, options.udp)) return kFailed;
   if (queue != nullptr) queue->Start();
-  LineWriter& out = LineWriter::Instance();
   out.Write("configd " LIBCONFIG_VERSION);
   for (const std::string& uri : servers.GetURIs()) out.Write("configd: serving " + uri);
   if (queue != nullptr) out.Write("configd: serving mq:" + options.queue);
+  out.Write(DescribeState(*folder));
   out.Write("configd: ready");
   PrintCommandsToTry(options, servers.GetPort());
   service_manager::Notify("READY=1");
@@ -123,9 +157,11 @@ int Serve(const Options& options) {
   SilentStderr::ToTheEnd();  // the servers' threads have their last words after this
   servers.Stop();
   queue.reset();
+  const bool saved = keeper->Stop();
+  if (!saved) out.Write("configd: the last changes could not be saved and are lost");
   out.Write("configd: ended");
   out.Flush(std::chrono::milliseconds(500));
-  return kDone;
+  return saved ? kDone : kFailed;
 }
 
 int Run(int argc, char** argv) {
@@ -153,6 +189,16 @@ int Run(int argc, char** argv) {
         const bool good = name.size() > 1 && name.size() < 256 && name.rfind('/') == 0;
         return good ? std::string() : "a queue is named /NAME, not " + name;
       });
+  options.state = StateDirectory();
+  CLI::Option* const state =
+      app.add_option("--state", options.state,
+                     "Folder to keep settings and presets in, made if missing; by default that of "
+                     "the service manager, else none")
+          ->type_name("DIR");
+  app.add_flag_callback(
+         "--no-state", [&options] { options.state.clear(); },
+         "Keep nothing: start with the factory values, and forget all at the end")
+      ->excludes(state);
   CLI::Option* const log =
       app.add_flag("--log-changes", "Print a line for each change (this is the default)");
   app.add_flag("--quiet", options.quiet, "Print no changes")->excludes(log);

@@ -82,6 +82,10 @@ TEST(Configd, SaysWhereItServesAndWhatToTry) {
   EXPECT_THAT(tcp, MatchesRegex("configd: serving tcp://127.0.0.1:[0-9]+"));
   const std::string port = tcp.substr(tcp.rfind(':') + 1);
   EXPECT_EQ("configd: serving udp://127.0.0.1:" + port, daemon.WaitForLine());
+  EXPECT_EQ(
+      "configd: settings are forgotten when it ends; give it a folder with --state DIR to keep "
+      "them",
+      daemon.WaitForLine());
   EXPECT_EQ("configd: ready", daemon.WaitForLine());
   EXPECT_EQ("configd: try these in another terminal:", daemon.WaitForLine());
   for (const char* const command : {"watch --initial", "set IPConfig DHCP", "get IPConfig"}) {
@@ -182,7 +186,7 @@ TEST(Configd, LeavesUdpAloneWhenToldTo) {
   Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--quiet"});
   const std::string line = daemon.WaitForLine("serving ");
   const int port = std::stoi(line.substr(line.rfind(':') + 1));
-  EXPECT_EQ("configd: ready", daemon.WaitForLine());
+  daemon.WaitForLine("configd: ready");
   const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in address = {};
   address.sin_family = AF_INET;

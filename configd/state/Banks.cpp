@@ -1,0 +1,104 @@
+#include "configd/state/Banks.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "configd/LineWriter.h"
+#include "configd/state/StateFiles.h"
+
+namespace {
+
+// Odometers are compared as they count, so that they may wrap around.
+bool IsNewer(unsigned int odometer, unsigned int other) {
+  return static_cast<int>(odometer - other) > 0;
+}
+
+}  // namespace
+
+Banks::Banks(const std::string& folder, const std::string& name) : _folder(folder) {
+  _banks[0].path = folder + "/" + name + ".a";
+  _banks[1].path = folder + "/" + name + ".b";
+}
+
+bool Banks::HasFile() const {
+  return std::any_of(_banks.begin(), _banks.end(),
+                     [](const Bank& bank) { return ::access(bank.path.c_str(), F_OK) == 0; });
+}
+
+bool Banks::MoveAside(const Bank& bank, std::string& newPath) {
+  for (int i = 1;; ++i) {
+    newPath = bank.path + ".damaged-" + std::to_string(i);
+    if (::access(newPath.c_str(), F_OK) != 0) break;
+  }
+  return ::rename(bank.path.c_str(), newPath.c_str()) == 0;
+}
+
+std::optional<Sector> Banks::LoadBank(Bank& bank) {
+  bank.damaged = false;
+  bank.odometer.reset();
+  std::vector<char> bytes;
+  std::string why;
+  const int error = ReadStateFile(bank.path, bytes);
+  if (error == ENOENT) return std::nullopt;
+  std::optional<Sector> sector;
+  if (error != 0) {
+    why = error == EINVAL ? "is no file" : std::string("cannot be read: ") + std::strerror(error);
+  } else {
+    sector = DecodeSector(std::move(bytes), why);
+  }
+  if (sector) {
+    bank.odometer = sector->odometer;
+    return sector;
+  }
+  std::string aside;
+  std::string line = "configd: " + bank.path + " " + why;
+  if (MoveAside(bank, aside)) {
+    line += "; it is kept as " + aside + ", look into it or delete it";
+  } else {
+    bank.damaged = true;
+    line += std::string(", and cannot be moved aside: ") + std::strerror(errno) +
+            "; move it away by hand";
+  }
+  LineWriter::Instance().Write(line);
+  return std::nullopt;
+}
+
+std::optional<Sector> Banks::Load() {
+  std::optional<Sector> first = LoadBank(_banks[0]);
+  std::optional<Sector> second = LoadBank(_banks[1]);
+  if (!first) return second;
+  if (!second) return first;
+  return IsNewer(second->odometer, first->odometer) ? std::move(second) : std::move(first);
+}
+
+Banks::Bank& Banks::Older() {
+  Bank& first = _banks[0];
+  Bank& second = _banks[1];
+  if (!first.odometer) return first;
+  if (!second.odometer) return second;
+  return IsNewer(*first.odometer, *second.odometer) ? second : first;
+}
+
+bool Banks::Save(Sector& sector, std::string& why) {
+  Bank& bank = Older();
+  const Bank& other = &bank == &_banks[0] ? _banks[1] : _banks[0];
+  if (bank.damaged) {
+    std::string aside;
+    if (!MoveAside(bank, aside)) {
+      why = bank.path + " is damaged and cannot be moved aside: " + std::strerror(errno);
+      return false;
+    }
+    bank.damaged = false;
+  }
+  sector.odometer = other.odometer.value_or(0) + 1;
+  const int error = ReplaceStateFile(_folder, bank.path, EncodeSector(sector));
+  if (error != 0) {
+    why = bank.path + ": " + std::strerror(error);
+    return false;
+  }
+  bank.odometer = sector.odometer;
+  return true;
+}

@@ -1,0 +1,100 @@
+#include "configd/state/Sector.h"
+
+#include <boost/crc.hpp>
+
+namespace {
+
+using qel::config::values::Vector;
+
+constexpr auto kFormat = eSerializationFormat_Queue;
+constexpr unsigned int kVersion = 1;
+constexpr unsigned int kHeaderSize = 16;
+constexpr unsigned int kCheckpointSize = 12;
+constexpr unsigned int kChecksumSize = 4;
+
+unsigned int ChecksumOf(const char* data, std::size_t size) {
+  boost::crc_32_type checksum;
+  checksum.process_bytes(data, size);
+  return checksum.checksum();
+}
+
+// Reads one record of a class that is known beforehand, without asking the factories.
+template <typename Record>
+bool ReadRecord(MemoryDeSerializer& stream, Record& record) {
+  ClassFactoryHeader header;
+  stream.Read(header);
+  if (header.classID != record.GetClassID()) return false;
+  record.Deserialize(&stream);
+  return !stream.IsOverrun();
+}
+
+}  // namespace
+
+std::vector<char> EncodeSector(const Sector& sector) {
+  Vector vector;
+  for (const auto& value : sector.values) vector.Add(value->Clone());
+  Checkpoint checkpoint(sector.configID);
+  checkpoint.SetOffset(kHeaderSize + kCheckpointSize);
+  MemorySerializer stream(kFormat, nullptr, nullptr, false);
+  const unsigned int length = kCheckpointSize + MemorySerializerSizer::GetSize(&vector, &stream);
+  SectorHeader header(sector.odometer, kVersion, length);
+  std::vector<char> bytes(kHeaderSize + length + kChecksumSize);
+  stream.SetPos(bytes.data());
+  stream.Write("Header", &header);
+  stream.Write("Checkpoint", &checkpoint);
+  stream.Write("Values", &vector);
+  stream.Write("Checksum", ChecksumOf(bytes.data(), kHeaderSize + length));
+  return bytes;
+}
+
+std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why) {
+  if (bytes.empty()) {
+    why = "is empty";
+    return std::nullopt;
+  }
+  MemoryDeSerializer stream(kFormat, bytes.data(), bytes.data() + bytes.size(), false);
+  SectorHeader header(0, 0, 0);
+  if (!ReadRecord(stream, header)) {
+    why = "does not begin as a file of settings does";
+    return std::nullopt;
+  }
+  // As a difference, which a length from the file cannot make overflow.
+  if (bytes.size() < kHeaderSize + kChecksumSize ||
+      bytes.size() - kHeaderSize - kChecksumSize != header.GetLength()) {
+    why = "is cut, or longer than it says";
+    return std::nullopt;
+  }
+  const std::size_t covered = bytes.size() - kChecksumSize;
+  unsigned int checksum = 0;
+  stream.SetPos(bytes.data() + covered);
+  stream.Read("Checksum", checksum);
+  if (checksum != ChecksumOf(bytes.data(), covered)) {
+    why = "has a wrong checksum";
+    return std::nullopt;
+  }
+  if (header.GetConfigVersion() != kVersion) {
+    why = "is of version " + std::to_string(header.GetConfigVersion()) +
+          ", which this configd does not know";
+    return std::nullopt;
+  }
+  stream.SetPos(bytes.data() + kHeaderSize);
+  stream.SetSectorEnd(bytes.data() + covered);
+  Checkpoint checkpoint;
+  Vector vector;
+  if (!ReadRecord(stream, checkpoint) || !ReadRecord(stream, vector) || stream.Available() != 0) {
+    why = "holds records that cannot be read";
+    return std::nullopt;
+  }
+  Sector sector;
+  sector.odometer = header.GetOdometer();
+  sector.configID = checkpoint.GetConfigID();
+  for (Serializable* const item : vector.GetItems()) {
+    auto* const value = dynamic_cast<ConfigValue*>(item);
+    if (value == nullptr) {
+      why = "holds something that is no value";
+      return std::nullopt;
+    }
+    sector.values.emplace_back(value->Clone());
+  }
+  return sector;
+}

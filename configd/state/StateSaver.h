@@ -1,0 +1,49 @@
+// Keeps the settings of the daemon's stores in the state folder. Whoever changes one only notes it
+// here; a thread of this writes it down within a second, together with what else has changed
+// meanwhile. A disk that is full or read-only is reported once and tried again with growing pauses.
+// Any thread may call.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "configd/state/StateFolder.h"
+#include "configd/state/StoredConfig.h"
+
+class StateSaver {
+ public:
+  // The folder stays the caller's.
+  explicit StateSaver(const StateFolder& folder);
+  StateSaver(const StateSaver&) = delete;
+  StateSaver& operator=(const StateSaver&) = delete;
+  ~StateSaver();
+
+  // Gives a store that nobody has reached yet what was saved of it. Note is told of its changes.
+  std::shared_ptr<StoredConfig> Restore(ConfigManager& store);
+
+  // REQUIRES: the store of `config` lives as long as this.
+  void Note(const std::shared_ptr<StoredConfig>& config, eParam_t param);
+
+  // Saves what is unsaved and ends the thread. False when something could not be saved, which is
+  // then reported. Nothing is saved afterwards.
+  bool Stop();
+
+ private:
+  using Configs = std::set<std::shared_ptr<StoredConfig>>;
+
+  void Run();
+  Configs Save(const Configs& configs);
+  void ReportFailure(const std::string& why);
+
+  const StateFolder& _folder;
+  bool _failing = false;  // as reported; the thread's own
+  std::mutex _mutex;
+  std::condition_variable _changed;
+  Configs _unsaved;
+  bool _stopping = false;
+  std::thread _thread;
+};

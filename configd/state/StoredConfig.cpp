@@ -1,0 +1,74 @@
+#include "configd/state/StoredConfig.h"
+
+#include "configd/LineWriter.h"
+#include "configd/state/SettingValue.h"
+#include "programs/ValueText.h"
+
+StoredConfig::StoredConfig(ConfigManager& store, Banks banks)
+    : _store(store), _banks(std::move(banks)) {}
+
+bool StoredConfig::IsSaved(const ParamDescriptor& param) {
+  return param.GetPersistenceType() == ePersist && !param.HasClassName("volatile");
+}
+
+// False when the store's value is not the saved one afterwards.
+bool StoredConfig::Apply(ConfigValue& value) {
+  const ParamDescriptor* const param = FindDescriptor(value.GetParamID());
+  return param != nullptr && IsSaved(*param) && GiveValue(_store, value);
+}
+
+void StoredConfig::Restore() {
+  std::optional<Sector> sector = _banks.Load();
+  std::string notInForce;
+  if (sector) {
+    for (auto& value : sector->values) {
+      if (Apply(*value)) continue;
+      const eParam_t id = value->GetParamID();
+      notInForce += (notInForce.empty() ? "" : ", ") + programs::ParamName(id);
+      _notInForce[id] = std::move(value);
+    }
+  }
+  if (!notInForce.empty()) {
+    LineWriter::Instance().Write(
+        "configd: configuration " + std::to_string(_store.GetConfigID()) +
+        " was saved with values that this configd does not know or allow; they are kept in the "
+        "file until they are set anew: " +
+        notInForce);
+  }
+  _saved = EncodeSector(Collect());
+}
+
+bool StoredConfig::Note(eParam_t param) {
+  const ParamDescriptor* const descriptor = FindDescriptor(param);
+  if (descriptor == nullptr || !IsSaved(*descriptor)) return false;
+  const std::lock_guard<std::mutex> lock(_mutex);
+  _set.insert(param);
+  return true;
+}
+
+Sector StoredConfig::Collect() {
+  Sector sector;
+  sector.configID = _store.GetConfigID();
+  for (const eParam_t id : GetParamIDs()) {
+    if (_notInForce.count(id) != 0 || !IsSaved(*FindDescriptor(id))) continue;
+    if (auto* const value = dynamic_cast<ConfigValue*>(_store.GetSerializable(id))) {
+      sector.values.emplace_back(value->Clone());
+    }
+  }
+  for (const auto& entry : _notInForce) sector.values.emplace_back(entry.second->Clone());
+  return sector;
+}
+
+bool StoredConfig::Save(std::string& why) {
+  {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    for (const eParam_t id : _set) _notInForce.erase(id);
+    _set.clear();
+  }
+  Sector sector = Collect();
+  std::vector<char> bytes = EncodeSector(sector);
+  if (bytes == _saved) return true;
+  if (!_banks.Save(sector, why)) return false;
+  _saved = std::move(bytes);
+  return true;
+}

@@ -1,0 +1,239 @@
+// What is saved, and what is found again: after every call of a save that fails or is the last one,
+// and in files that something has happened to.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/crc.hpp>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "configd/state/Banks.h"
+#include "configd/state/StateFolder.h"
+#include "configd/state/StoredConfig.h"
+#include "tests/configd/FailingCalls.h"
+#include "tests/testing/Folder.h"
+
+namespace {
+
+using ::testing::AnyOf;
+using ::testing::HasSubstr;
+using testing_support::FailCall;
+using testing_support::Failure;
+using testing_support::Folder;
+namespace fs = std::filesystem;
+
+Sector MakeSector(unsigned int number, const std::string& text) {
+  Sector sector;
+  sector.configID = static_cast<eConfigID_t>(3);
+  sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, number));
+  sector.values.emplace_back(StringValue::Create(eParamID_SysName, eParamType_String, text));
+  return sector;
+}
+
+// "2 two", or "nothing"; "damage" for a sector that is not one of MakeSector's.
+std::string Describe(const std::optional<Sector>& sector) {
+  if (!sector) return "nothing";
+  if (sector->values.size() != 2 || sector->configID != 3) return "damage";
+  auto* const number = dynamic_cast<IntegerValue*>(sector->values[0].get());
+  auto* const text = dynamic_cast<StringValue*>(sector->values[1].get());
+  if (number == nullptr || text == nullptr) return "damage";
+  unsigned int value = 0;
+  std::string string;
+  number->Get(value);
+  text->Get(string);
+  return std::to_string(value) + " " + string;
+}
+
+std::string Load(const Folder& folder) { return Describe(Banks(folder.GetPath(), "s").Load()); }
+
+bool Save(const Folder& folder, Sector sector) {
+  Banks banks(folder.GetPath(), "s");
+  banks.Load();
+  std::string why;
+  const bool saved = banks.Save(sector, why);
+  EXPECT_EQ(saved, why.empty());
+  return saved;
+}
+
+std::string Contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void Overwrite(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+std::vector<std::string> Names(const Folder& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder.GetPath())) {
+    names.push_back(entry.path().filename());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// A file that is damaged, but has the checksum of what it holds.
+void SetChecksum(std::string& bytes) {
+  boost::crc_32_type checksum;
+  checksum.process_bytes(bytes.data(), bytes.size() - 4);
+  for (std::size_t i = 0; i < 4; ++i) {
+    bytes[bytes.size() - 4 + i] = static_cast<char>(checksum.checksum() >> (24 - 8 * i));
+  }
+}
+
+}  // namespace
+
+TEST(Sector, IsTheseBytes) {
+  Sector sector;
+  sector.odometer = 5;
+  sector.configID = static_cast<eConfigID_t>(3);
+  sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, 1));
+  const std::vector<char> bytes = EncodeSector(sector);
+  const unsigned char expected[] = {
+      0,    0,    0,    6,   0, 0, 0, 5,  0, 0, 0, 1, 0, 0, 0, 40,              // header
+      0,    0,    0,    7,   0, 0, 0, 28, 0, 0, 0, 3,                           // checkpoint
+      0,    0,    0,    9,   0, 0, 0, 1,                                        // a list of one
+      0,    0,    0,    0,   0, 0, 0, 0,  6, 1, 0, 0, 0, 0, 0, 3,  0, 0, 0, 1,  // value
+      0x1d, 0x5d, 0x2c, 0x37};
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(expected), sizeof expected),
+            std::string(bytes.begin(), bytes.end()));
+}
+
+TEST(Banks, AreWrittenInTurn) {
+  const Folder folder;
+  EXPECT_EQ("nothing", Load(folder));
+  for (unsigned int i = 1; i <= 5; ++i) {
+    EXPECT_TRUE(Save(folder, MakeSector(i, "text")));
+    EXPECT_EQ(std::to_string(i) + " text", Load(folder));
+  }
+  EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
+  // The one before is still there.
+  fs::remove(folder.GetPath() + "/s.a");
+  EXPECT_EQ("4 text", Load(folder));
+  struct stat status;
+  ASSERT_EQ(0, ::stat((folder.GetPath() + "/s.b").c_str(), &status));
+  EXPECT_EQ(0600U, status.st_mode & 0777);
+}
+
+TEST(Banks, CountOnWhenTheOdometerTurnsOver) {
+  const Folder folder;
+  for (const unsigned int odometer : {0xFFFFFFFFU, 0U}) {
+    Sector sector = MakeSector(odometer == 0 ? 2 : 1, "text");
+    sector.odometer = odometer;
+    const std::vector<char> bytes = EncodeSector(sector);
+    Overwrite(folder.GetPath() + (odometer == 0 ? "/s.b" : "/s.a"),
+              std::string(bytes.begin(), bytes.end()));
+  }
+  EXPECT_EQ("2 text", Load(folder));
+  EXPECT_TRUE(Save(folder, MakeSector(3, "text")));
+  EXPECT_EQ("3 text", Load(folder));
+}
+
+TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
+  for (const Failure failure : {Failure::kError, Failure::kDeath, Failure::kTorn}) {
+    int index = 0;
+    for (bool reached = true; reached; ++index) {
+      const Folder folder;
+      ASSERT_TRUE(Save(folder, MakeSector(1, "older")));
+      ASSERT_TRUE(Save(folder, MakeSector(2, "before")));
+      const pid_t child = ::fork();
+      if (child == 0) {
+        Banks banks(folder.GetPath(), "s");
+        banks.Load();
+        Sector sector = MakeSector(3, "after");
+        std::string why;
+        FailCall(index, failure);
+        const bool saved = banks.Save(sector, why);
+        ::_exit((saved ? 1 : 2) + (testing_support::GetCallCount() > index ? 0 : 10));
+      }
+      int status = 0;
+      ASSERT_EQ(child, ::waitpid(child, &status, 0));
+      ASSERT_TRUE(WIFEXITED(status));
+      const int result = WEXITSTATUS(status);
+      reached = result < 10 || result == testing_support::kDied;
+      SCOPED_TRACE("call " + std::to_string(index) + ", result " + std::to_string(result));
+      EXPECT_NE(12, result) << "it failed although no call did";
+      if (result == 1 || result == 11) {
+        EXPECT_EQ("3 after", Load(folder));
+      } else {
+        EXPECT_THAT(Load(folder), AnyOf("2 before", "3 after"));
+      }
+      // And it goes on from there.
+      EXPECT_TRUE(Save(folder, MakeSector(4, "later")));
+      EXPECT_EQ("4 later", Load(folder));
+      EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
+    }
+    EXPECT_GT(index, 6);  // open, write, fsync, close, rename, and the folder's
+  }
+}
+
+TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
+  const Folder sample;
+  ASSERT_TRUE(Save(sample, MakeSector(1, "whole")));
+  const std::string whole = Contents(sample.GetPath() + "/s.a");
+  std::vector<std::string> wrecks = {"", whole.substr(0, 20), whole.substr(0, whole.size() - 1),
+                                     whole + "x", std::string(whole.size(), '\0')};
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    wrecks.push_back(whole);
+    wrecks.back()[i] = static_cast<char>(wrecks.back()[i] ^ 1 << i % 8);
+  }
+  // Whole in themselves, and still not what they should be: the version, a record of another class,
+  // a list that promises more than it holds and one whose last item is cut.
+  for (const auto& change : std::vector<std::pair<std::size_t, char>>{
+           {11, 9}, {19, 6}, {31, 7}, {whole.size() - 5, 'x'}}) {
+    wrecks.push_back(whole);
+    wrecks.back()[change.first] = change.second;
+    SetChecksum(wrecks.back());
+  }
+  for (const std::string& wreck : wrecks) {
+    const Folder folder;
+    ASSERT_TRUE(Save(folder, MakeSector(1, "other")));
+    ASSERT_TRUE(Save(folder, MakeSector(2, "newer")));
+    Overwrite(folder.GetPath() + "/s.b", wreck);
+    EXPECT_EQ("1 other", Load(folder));
+    EXPECT_EQ(wreck, Contents(folder.GetPath() + "/s.b.damaged-1"));
+    EXPECT_TRUE(Save(folder, MakeSector(3, "next")));
+    EXPECT_EQ("3 next", Load(folder));
+  }
+}
+
+TEST(Banks, SurviveFoldersAndLinksInTheirPlace) {
+  const Folder folder;
+  ASSERT_TRUE(Save(folder, MakeSector(1, "first")));
+  fs::create_directory(folder.GetPath() + "/s.b");
+  EXPECT_EQ("1 first", Load(folder));
+  fs::remove(folder.GetPath() + "/s.a");
+  fs::create_symlink("/etc/hostname", folder.GetPath() + "/s.a");
+  EXPECT_EQ("nothing", Load(folder));
+  EXPECT_TRUE(Save(folder, MakeSector(2, "second")));
+  EXPECT_EQ("2 second", Load(folder));
+  EXPECT_EQ((std::vector<std::string>{"s.a", "s.a.damaged-1", "s.b.damaged-1"}), Names(folder));
+}
+
+TEST(StateFolder, IsOneDaemonsAtATime) {
+  const Folder parent;
+  const std::string path = parent.GetPath() + "/deep/folder";
+  std::string why;
+  {
+    StateFolder first;
+    ASSERT_TRUE(first.Open(path, why)) << why;
+    StateFolder second;
+    EXPECT_FALSE(second.Open(path, why));
+    EXPECT_EQ("another configd keeps its settings in " + path +
+                  "; stop it, or choose another folder with --state",
+              why);
+  }
+  StateFolder third;
+  EXPECT_TRUE(third.Open(path, why));
+  Overwrite(parent.GetPath() + "/file", "x");
+  StateFolder none;
+  EXPECT_FALSE(none.Open(parent.GetPath() + "/file", why));
+  EXPECT_THAT(why, HasSubstr("; choose another with --state"));
+}

@@ -1,0 +1,139 @@
+// The daemon that forgets nothing: killed, ended, without space, and told to keep nothing.
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <filesystem>
+#include <string>
+
+#include "libconfig/libconfig.h"
+#include "tests/testing/Daemon.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/Folder.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using testing_support::Daemon;
+using testing_support::Eventually;
+using testing_support::Folder;
+namespace fs = std::filesystem;
+
+class Client {
+ public:
+  explicit Client(const Daemon& daemon, int configID = 0) {
+    CreateDescriptors();
+    _config = ConfigFactoryImpl::GetInstance()->Connect(daemon.GetURI() +
+                                                        "/configid=" + std::to_string(configID));
+    EXPECT_NE(nullptr, _config);
+  }
+  ~Client() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+
+  // Returns when the store has it.
+  void Name(const std::string& name) {
+    _config->Set(eParamID_SysName, name);
+    EXPECT_EQ(name, GetName());
+  }
+  std::string GetName() {
+    std::string name;
+    _config->Get(eParamID_SysName, name);
+    return name;
+  }
+
+ private:
+  Config* _config;
+};
+
+bool HasBank(const Folder& folder, const std::string& name) {
+  return fs::exists(folder.GetPath() + "/" + name);
+}
+
+}  // namespace
+
+TEST(Persistence, OutlivesADaemonThatIsKilled) {
+  const Folder folder;
+  {
+    Daemon daemon({"--state", folder.GetPath()});
+    Client(daemon).Name("Edit 7");
+    Client(daemon, 5).Name("Edit 8");
+    EXPECT_TRUE(
+        Eventually([&] { return HasBank(folder, "config-0.a") && HasBank(folder, "config-5.a"); }));
+    daemon.End(SIGKILL);
+  }
+  Daemon daemon({"--state", folder.GetPath()});
+  EXPECT_EQ("Edit 7", Client(daemon).GetName());
+  EXPECT_EQ("Edit 8", Client(daemon, 5).GetName());
+  // The change log tells no changes: nothing was set, it was so.
+  EXPECT_THAT(daemon.GetOutput(), Not(HasSubstr("Edit 7")));
+}
+
+TEST(Persistence, SavesBeforeItEnds) {
+  const Folder folder;
+  for (const std::string name : {"one", "two", "three"}) {
+    Daemon daemon({"--state", folder.GetPath()});
+    Client(daemon).Name(name);
+    EXPECT_EQ(0, daemon.End(SIGTERM));
+    Daemon next({"--state", folder.GetPath()});
+    EXPECT_EQ(name, Client(next).GetName());
+  }
+}
+
+TEST(Persistence, StartsWhateverBecameOfItsFiles) {
+  const Folder folder;
+  for (const std::string name : {"one", "two"}) {
+    Daemon daemon({"--state", folder.GetPath()});
+    Client(daemon).Name(name);
+    daemon.End(SIGTERM);
+  }
+  fs::resize_file(folder.GetPath() + "/config-0.b", 100);
+  {
+    Daemon daemon({"--state", folder.GetPath()});
+    EXPECT_EQ("one", Client(daemon).GetName());
+    EXPECT_THAT(daemon.GetOutput(), HasSubstr("config-0.b is cut, or longer than it says; it is "
+                                              "kept as " +
+                                              folder.GetPath() + "/config-0.b.damaged-1"));
+  }
+  fs::resize_file(folder.GetPath() + "/config-0.a", 0);
+  Daemon daemon({"--state", folder.GetPath()});
+  EXPECT_EQ("Vantor Rack", Client(daemon).GetName());
+}
+
+TEST(Persistence, GoesOnWithoutItsFolderAndSavesWhenItIsBack) {
+  const Folder folder;
+  const std::string path = folder.GetPath() + "/state";
+  Daemon daemon({"--state", path});
+  fs::rename(path, path + ".away");
+  Client client(daemon);
+  client.Name("unsaved");
+  EXPECT_TRUE(daemon.WaitForOutput("configd: settings cannot be saved: "));
+  client.Name("later");
+  fs::rename(path + ".away", path);
+  EXPECT_TRUE(daemon.WaitForOutput("configd: settings are saved again\n"));
+  daemon.End(SIGKILL);
+  Daemon next({"--state", path});
+  EXPECT_EQ("later", Client(next).GetName());
+  fs::remove_all(path);
+  Client(next).Name("lost");
+  EXPECT_EQ(1, next.End(SIGTERM));
+  EXPECT_THAT(next.GetOutput(), HasSubstr("configd: the last changes could not be saved and are "
+                                          "lost\n"));
+}
+
+TEST(Persistence, TakesTheServiceManagersFolderUnlessToldOtherwise) {
+  const Folder folder;
+  ASSERT_EQ(0, ::setenv("STATE_DIRECTORY", (folder.GetPath() + ":/elsewhere").c_str(), 1));
+  {
+    Daemon daemon({"--no-state"});
+    Client(daemon).Name("forgotten");
+    daemon.End(SIGTERM);
+    EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: settings are forgotten when it ends"));
+  }
+  EXPECT_TRUE(fs::is_empty(folder.GetPath()));
+  {
+    Daemon daemon({});
+    Client(daemon).Name("kept");
+    daemon.End(SIGTERM);
+  }
+  ::unsetenv("STATE_DIRECTORY");
+  EXPECT_TRUE(HasBank(folder, "config-0.a"));
+}

@@ -1,0 +1,115 @@
+// Presets against the real daemon, as a client of the library sees them.
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <string>
+
+#include "libconfig/libconfig.h"
+#include "tests/testing/Daemon.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/Folder.h"
+
+namespace {
+
+using qel::config::values::PresetsParamVector;
+using testing_support::Daemon;
+using testing_support::Eventually;
+using testing_support::Folder;
+using testing_support::PresetFiles;
+
+enum Result : unsigned int { kBusy = 1, kComplete = 2, kFailed = 3, kEmpty = 4 };
+
+class PresetRegistersTest : public ::testing::Test {
+ protected:
+  PresetRegistersTest() : _daemon({"--state", _folder.GetPath()}) {
+    CreateDescriptors();
+    _config = ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI());
+  }
+  ~PresetRegistersTest() override {
+    if (_config != nullptr) ConfigFactoryImpl::GetInstance()->Disconnect(_config);
+  }
+  void SetUp() override { ASSERT_NE(nullptr, _config); }
+
+  unsigned int Command(eParam_t command, eParam_t result, unsigned int number) {
+    _config->Set(command, number);
+    unsigned int state = kBusy;
+    Eventually([&] { return (state = _config->Get(result)) != kBusy; });
+    return state;
+  }
+  unsigned int Save(unsigned int number) {
+    return Command(eParamID_RegisterSave, eParamID_RegisterSaveResult, number);
+  }
+  unsigned int Recall(unsigned int number) {
+    return Command(eParamID_RegisterRecall, eParamID_RegisterRecallResult, number);
+  }
+
+  const Folder _folder;
+  Daemon _daemon;
+  Config* _config = nullptr;
+};
+
+}  // namespace
+
+TEST_F(PresetRegistersTest, SaveAndRecallWhatPresetsHold) {
+  EXPECT_EQ(kEmpty, Recall(3));
+  ASSERT_EQ(1, _config->Set(eParamID_GenLock, 1U));
+  ASSERT_EQ(1, _config->Set(eParamID_IPConfig, 1U));
+  EXPECT_EQ(kComplete, Save(3));
+  _config->Set(eParamID_GenLock, 0U);
+  _config->Set(eParamID_IPConfig, 2U);
+  EXPECT_EQ(kComplete, Save(20));
+  EXPECT_EQ(kComplete, Recall(3));
+  EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
+  // Where a unit is in the network is no matter of presets.
+  EXPECT_EQ(2U, _config->Get(eParamID_IPConfig));
+  for (const unsigned int number : {0U, 21U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(kFailed, Save(number));
+    EXPECT_EQ(kFailed, Recall(number));
+  }
+}
+
+TEST_F(PresetRegistersTest, MoveAsFilesTwiceInARowAndThroughACache) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root reads a file without permission bits";
+  const PresetFiles files;
+  Config* const cached =
+      ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI() + "/caching=true");
+  ASSERT_NE(nullptr, cached);
+  for (Config* const client : {_config, cached}) {
+    for (int round = 0; round < 2; ++round) {
+      _config->Set(eParamID_GenLock, 1U);
+      ASSERT_EQ(kComplete, Save(17));
+      PresetsParamVector presets;
+      ASSERT_TRUE(presets.Load(static_cast<eConfigID_t>(17), client));
+      ASSERT_TRUE(presets.Store(static_cast<eConfigID_t>(18), client));
+      _config->Set(eParamID_GenLock, 0U);
+      EXPECT_EQ(kComplete, Recall(18));
+      EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
+      EXPECT_FALSE(presets.Load(static_cast<eConfigID_t>(16), client));
+      EXPECT_FALSE(presets.Store(static_cast<eConfigID_t>(21), client));
+    }
+  }
+  ConfigFactoryImpl::GetInstance()->Disconnect(cached);
+}
+
+TEST_F(PresetRegistersTest, RefuseFilesThatAreNoPresets) {
+  const PresetFiles files;
+  const std::string path = PresetsParamVector::GetPath(static_cast<eConfigID_t>(19));
+  const auto store = [&] {
+    return Command(eParamID_RegisterStore, eParamID_RegisterStoreResult, 19);
+  };
+  ::unlink(path.c_str());
+  EXPECT_EQ(kFailed, store());
+  std::ofstream(path) << "not a preset";
+  EXPECT_EQ(kFailed, store());
+  ::unlink(path.c_str());
+  ASSERT_EQ(0, ::symlink("/etc/hostname", path.c_str()));
+  EXPECT_EQ(kFailed, store());
+  // What is handed out replaces the link, and not what it points to.
+  ASSERT_EQ(kComplete, Save(19));
+  EXPECT_EQ(kComplete, Command(eParamID_RegisterLoad, eParamID_RegisterLoadResult, 19));
+  char target[16];
+  EXPECT_EQ(-1, ::readlink(path.c_str(), target, sizeof target));
+  ::unlink(path.c_str());
+}

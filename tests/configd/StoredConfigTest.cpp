@@ -1,0 +1,122 @@
+// What a store gets back of what was saved, and what becomes of that which it cannot take.
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "configd/state/StoredConfig.h"
+#include "tests/testing/Folder.h"
+
+namespace {
+
+using testing_support::Folder;
+
+constexpr auto kUnknown = static_cast<eParam_t>(0x71090000);
+
+class StoredConfigTest : public ::testing::Test {
+ protected:
+  StoredConfigTest() { CreateDescriptors(); }
+
+  Banks OwnBanks() { return Banks(_folder.GetPath(), "config-0"); }
+  unsigned int Odometer() {
+    const auto sector = OwnBanks().Load();
+    return sector ? sector->odometer : 0;
+  }
+  void Write(Sector sector) {
+    Banks banks = OwnBanks();
+    banks.Load();
+    std::string why;
+    ASSERT_TRUE(banks.Save(sector, why)) << why;
+  }
+  // The saved number of the parameter, or "none".
+  std::string Saved(eParam_t id) {
+    const auto sector = OwnBanks().Load();
+    for (const auto& value : sector->values) {
+      auto* const number = dynamic_cast<IntegerValue*>(value.get());
+      if (value->GetParamID() != id || number == nullptr) continue;
+      unsigned int saved = 0;
+      number->Get(saved);
+      return std::to_string(saved);
+    }
+    return "none";
+  }
+
+  const Folder _folder;
+};
+
+// A store as the factory would have made it.
+struct Store : ConfigManager {
+  Store() : ConfigManager(eConfigID_Default) { Init(); }
+};
+
+Sector Numbers(const std::vector<std::pair<eParam_t, unsigned int>>& numbers) {
+  Sector sector;
+  for (const auto& number : numbers) {
+    sector.values.emplace_back(IntegerValue::Create(number.first, eParamType_Enum, number.second));
+  }
+  return sector;
+}
+
+}  // namespace
+
+TEST_F(StoredConfigTest, WritesWhatChangedAndNothingElse) {
+  Store store;
+  StoredConfig stored(store, OwnBanks());
+  stored.Restore();
+  std::string why;
+  EXPECT_TRUE(stored.Save(why));
+  EXPECT_EQ(0U, Odometer());
+  // Volatile ones and the device's own state are none that are saved.
+  EXPECT_FALSE(stored.Note(eParamID_RegisterSave));
+  EXPECT_FALSE(stored.Note(eParamID_MACAddress));
+  EXPECT_FALSE(stored.Note(kUnknown));
+
+  store.Set(eParamID_IPConfig, 1U);
+  store.Set(eParamID_SysName, std::string("Edit 7"));
+  EXPECT_TRUE(stored.Note(eParamID_IPConfig));
+  EXPECT_TRUE(stored.Save(why));
+  EXPECT_TRUE(stored.Note(eParamID_IPConfig));
+  EXPECT_TRUE(stored.Save(why));
+  EXPECT_EQ(1U, Odometer());
+
+  Store next;
+  StoredConfig restored(next, OwnBanks());
+  restored.Restore();
+  EXPECT_EQ(1U, next.Get(eParamID_IPConfig));
+  std::string name;
+  next.Get(eParamID_SysName, name);
+  EXPECT_EQ("Edit 7", name);
+  EXPECT_TRUE(restored.Save(why));
+  EXPECT_EQ(1U, Odometer());
+}
+
+TEST_F(StoredConfigTest, KeepsInTheFileWhatTheCatalogueDoesNotTake) {
+  Sector sector = Numbers({{kUnknown, 5},
+                           {eParamID_IPConfig, 77},         // no such choice
+                           {eParamID_IntervalFrames, 500},  // above the most
+                           {eParamID_RegisterSave, 4},      // a command
+                           {eParamID_SysName, 1},           // a text
+                           {eParamID_GenLock, 1}});
+  Write(std::move(sector));
+  Store store;
+  StoredConfig stored(store, OwnBanks());
+  ::testing::internal::CaptureStdout();
+  stored.Restore();
+  EXPECT_EQ(1U, store.Get(eParamID_GenLock));
+  EXPECT_EQ(0U, store.Get(eParamID_IPConfig));
+  EXPECT_EQ(0U, store.Get(eParamID_RegisterSave));
+  std::string why;
+  store.Set(eParamID_GenLock, 0U);
+  stored.Note(eParamID_GenLock);
+  ASSERT_TRUE(stored.Save(why));
+  EXPECT_EQ("5", Saved(kUnknown));
+  EXPECT_EQ("77", Saved(eParamID_IPConfig));
+  EXPECT_EQ("500", Saved(eParamID_IntervalFrames));
+  EXPECT_EQ("4", Saved(eParamID_RegisterSave));
+  // Until somebody sets it, to whatever it is now.
+  stored.Note(eParamID_IPConfig);
+  ASSERT_TRUE(stored.Save(why));
+  EXPECT_EQ("0", Saved(eParamID_IPConfig));
+  EXPECT_EQ("5", Saved(kUnknown));
+  EXPECT_EQ(3U, Odometer());
+  ::testing::internal::GetCapturedStdout();
+}
