@@ -37,6 +37,10 @@ std::unique_ptr<Command> MakeWatchCommand();
 std::unique_ptr<Command> MakeListCommand();
 std::unique_ptr<Command> MakeDescribeCommand();
 std::unique_ptr<Command> MakeMenuCommand();
+std::unique_ptr<Command> MakeExportCommand();
+std::unique_ptr<Command> MakeImportCommand();
+std::unique_ptr<Command> MakeDiffCommand();
+std::unique_ptr<Command> MakeResetCommand();
 std::unique_ptr<Command> MakeStatusCommand();
 std::unique_ptr<Command> MakeCompletionCommand();
 

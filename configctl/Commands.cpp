@@ -30,6 +30,29 @@ const std::vector<CommandEntry>& Commands() {
        nullptr, MakeDescribeCommand},
       {"menu", "Print the menus as the front panel shows them", "configctl menu", nullptr,
        MakeMenuCommand},
+      {"export", "Write the settings that differ from the factory, as a file for import",
+       "configctl export\n"
+       "configctl export edit7.json\n"
+       "configctl export --all --show-secrets backup.json",
+       "The file is JSON, and fit to be edited. It is written whole, or stays as it was.",
+       MakeExportCommand},
+      {"import", "Give settings the values that a file has, and tell what became of each",
+       "configctl import --dry-run edit7.json\n"
+       "configctl import edit7.json\n"
+       "ssh edit7 configctl export | configctl import -",
+       "Settings that the file does not name stay as they are. Status 1 when anything was not\n"
+       "applied as it is written.",
+       MakeImportCommand},
+      {"diff", "Tell how the settings differ from those in a file",
+       "configctl diff edit7.json\n"
+       "configctl diff --all edit7.json",
+       "Status: 0 same, 1 different, 2 when that cannot be told.", MakeDiffCommand},
+      {"reset", "Give settings their factory values again",
+       "configctl reset VideoInSelect IntervalFrames\n"
+       "configctl reset --all --dry-run",
+       "Settings that a factory reset leaves alone, such as the network's, stay as they are;\n"
+       "configctl describe tells which.",
+       MakeResetCommand},
       {"status", "Tell whether the configuration can be reached, and how fast it answers",
        "configctl status --uri tcp://192.168.0.2:43110", nullptr, MakeStatusCommand},
       {"completion", "Print what a shell needs to complete command lines",

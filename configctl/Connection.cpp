@@ -121,6 +121,7 @@ Watchdog::Action Connection::EndProgram(const char* doing) {
 Watchdog::Guard Connection::Watch(const char* doing) {
   if (_onTimeout == OnTimeout::kEndProgram) return Watchdog::Guard(_watchdog, EndProgram(doing));
   return Watchdog::Guard(_watchdog, [this] {
+    _hasGivenUp = true;
     for (NetworkClient* const client : _clients) client->StopEventsThread();
   });
 }
@@ -130,7 +131,8 @@ bool Connection::IsAlive() const {
                      [](NetworkClient* client) { return client->IsConnected(); });
 }
 
-void Connection::ThrowLost() const {
+void Connection::ThrowLost(const char* doing) const {
+  if (_hasGivenUp) throw TimedOut(_place, doing, _watchdog.GetLimit());
   throw Failure(Status::kNoConnection,
                 "the connection to " + GetURI() +
                     " was lost; see whether configd is still running there, and try again");
@@ -159,7 +161,7 @@ eParam_t Connection::Resolve(eParam_t id) {
 }
 
 void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const {
-  if (!IsAlive()) ThrowLost();
+  if (!IsAlive()) ThrowLost("reading");
   if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
     throw TimedOut(_place, "reading", _place.GetPatience());
   }
@@ -171,7 +173,7 @@ void Connection::Set(eParam_t id, const programs::Value& value) {
   const auto guard = Watch("setting");
   const auto set = [&](const auto& content) { return _config->Set(id, content); };
   if (std::visit(set, value) != 0) return;
-  if (!IsAlive()) ThrowLost();
+  if (!IsAlive()) ThrowLost("setting");
   // A refused number is found out by reading it back, as not every transport tells.
   if (std::holds_alternative<unsigned int>(value)) return;
   throw Failure(Status::kRefused, "the value for " + programs::ParamName(id) +
@@ -193,7 +195,7 @@ void Connection::Listen(ConfigEventListener& listener) {
                                                "; see that the loopback interface is up");
     }
   } else if (_config->AddConfigEventListener(&listener) == 0) {
-    ThrowLost();
+    ThrowLost("registering");
   }
 }
 

@@ -3,6 +3,7 @@
 // for a command that asks once, or the connection counts as lost. One thread uses a connection.
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,7 @@ class Connection {
   bool IsAlive() const;
   // As the user would write it.
   std::string GetURI() const { return _place.GetURI(); }
+  int GetConfigNumber() const { return _place.GetConfig(); }
 
   // Throw Failure: kNoConnection or kTimeout when the connection is lost, kRefused when the other
   // side has no such value or cannot be sent this one.
@@ -47,7 +49,7 @@ class Connection {
   void ConnectMapped(const std::string& uri, const std::string& listeningURI);
   Watchdog::Action EndProgram(const char* doing);
   Watchdog::Guard Watch(const char* doing);
-  [[noreturn]] void ThrowLost() const;
+  [[noreturn]] void ThrowLost(const char* doing) const;
   [[noreturn]] void ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const;
 
   const Session& _session;
@@ -60,6 +62,7 @@ class Connection {
   // Where changes are announced, when that is another place; a part of a mapped configuration.
   qel::vorlane::config::access::NetworkUDPClient* _announcements = nullptr;
   unsigned int _missed = 0;
+  std::atomic<bool> _hasGivenUp{false};  // set by the watchdog
 };
 
 }  // namespace configctl

@@ -21,6 +21,12 @@ Session::Session(const CommonOptions& options, std::string command)
                                      : programs::ValueText::Secrets::kMask),
       _console(Console::Instance()) {}
 
+void Session::RefuseMapped() const {
+  if (!_options.mapped) return;
+  throw Failure(Status::kUsage, "--mapped does not go with " + _command +
+                                    ", which takes every parameter for itself; leave it out");
+}
+
 void Session::PrintResult(const json& result) const {
   _console.Print(Dump({{"ok", true}, {"command", _command}, {"result", result}}));
 }
@@ -39,11 +45,15 @@ json Session::ToJson(eParam_t id, const programs::Value& value) const {
 }
 
 int Session::Fail(const Failure& failure) const {
-  const int status = static_cast<int>(failure.GetStatus());
+  const auto* const verdict = dynamic_cast<const Verdict*>(&failure);
+  const bool keepsStatus = verdict != nullptr || !_failureStatus;
+  const int status = static_cast<int>(keepsStatus ? failure.GetStatus() : *_failureStatus);
   if (_options.json) {
-    _console.Print(Dump({{"ok", false},
-                         {"command", _command},
-                         {"error", {{"code", status}, {"message", failure.what()}}}}));
+    json answer = {{"ok", false},
+                   {"command", _command},
+                   {"error", {{"code", status}, {"message", failure.what()}}}};
+    if (verdict != nullptr) answer["result"] = verdict->GetResult();
+    _console.Print(Dump(answer));
   } else {
     _console.Say(failure.what());
   }

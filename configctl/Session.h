@@ -4,10 +4,13 @@
 // With --json every answer is an object on one line of standard output:
 //   {"ok": true, "command": "get", "result": ...}
 //   {"ok": false, "command": "get", "error": {"code": 1, "message": "..."}}
+// A verdict has both, "error" and "result".
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "configctl/Console.h"
 #include "configctl/Failure.h"
@@ -26,12 +29,27 @@ struct CommonOptions {
   bool mapped = false;  // proxies are what they stand for
 };
 
+// What a command found out by being carried out to its end, where that is not what was hoped for.
+// In JSON `result` is told too; text was printed before.
+class Verdict : public Failure {
+ public:
+  Verdict(Status status, const std::string& message, nlohmann::ordered_json result)
+      : Failure(status, message), _result(std::move(result)) {}
+
+  const nlohmann::ordered_json& GetResult() const { return _result; }
+
+ private:
+  const nlohmann::ordered_json _result;
+};
+
 class Session {
  public:
   Session(const CommonOptions& options, std::string command);
 
   const CommonOptions& GetOptions() const { return _options; }
   bool WantsJson() const { return _options.json; }
+  // For a command that is about every parameter by itself. Throws Failure for --mapped.
+  void RefuseMapped() const;
   const programs::ValueText& GetValueText() const { return _valueText; }
   Console& GetConsole() const { return _console; }
 
@@ -42,6 +60,9 @@ class Session {
   // A value that is masked is a text, and "masked" is true.
   nlohmann::ordered_json ToJson(eParam_t id, const programs::Value& value) const;
 
+  // For a command whose other statuses are verdicts: from here on every failure that is none ends
+  // with `status`.
+  void EndFailuresWith(Status status) { _failureStatus = status; }
   // Tells the user, and returns the status for main.
   int Fail(const Failure& failure) const;
 
@@ -50,6 +71,7 @@ class Session {
   const std::string _command;
   const programs::ValueText _valueText;
   Console& _console;
+  std::optional<Status> _failureStatus;
 };
 
 }  // namespace configctl

@@ -34,7 +34,12 @@ _configctl() {
     candidates=$'@COMMANDS@'
   else
     case $command:${#words[@]} in
-      get:*|watch:*|set:0|describe:0) candidates=$(configctl completion names) ;;
+      export:0|import:0|diff:0)
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+      get:*|watch:*|reset:*|set:0|describe:0) candidates=$(configctl completion names) ;;
       set:1) candidates=$(configctl completion values "${words[0]}" 2>/dev/null) ;;
       completion:0) candidates=$'bash\nnames\nvalues' ;;
       completion:1) candidates=$(configctl completion names) ;;

@@ -346,7 +346,8 @@ TEST(ConfigctlAlone, CompletesCommandsNamesAndValues) {
     return bash.GetOutput();
   };
   const std::string commands = complete("''");
-  EXPECT_EQ("get set watch list describe menu status completion\n", commands);
+  EXPECT_EQ("get set watch list describe menu export import diff reset status completion\n",
+            commands);
   std::istringstream names(commands);
   for (std::string name; names >> name;) {
     EXPECT_THAT(help, HasSubstr("\n  " + name + " "));

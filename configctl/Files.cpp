@@ -1,0 +1,144 @@
+#include "configctl/Files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "configctl/Failure.h"
+#include "programs/Text.h"
+
+namespace configctl {
+namespace {
+
+constexpr mode_t kPermissions = 07777;
+constexpr mode_t kUsual = 0666;
+constexpr mode_t kOwner = 0600;
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : _fd(fd) {}
+  ~Descriptor() {
+    if (_fd >= 0) ::close(_fd);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int Get() const { return _fd; }
+
+ private:
+  const int _fd;
+};
+
+// With the system's reason, which errno holds.
+Failure Cannot(const char* what, const std::string& path, const char* next) {
+  return {Status::kRefused, std::string("cannot ") + what + " " + FileText(path) + ": " +
+                                std::strerror(errno) + "; " + next};
+}
+
+Failure CannotWrite(const std::string& path) {
+  return Cannot("write", path, "see to that, or name another file");
+}
+
+// Where the file is in truth, so that a link is not replaced by a file.
+std::string Target(const std::string& path) {
+  char* const resolved = ::realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  const std::string target = resolved;
+  std::free(resolved);
+  return target;
+}
+
+std::string Folder(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+mode_t Umask() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return mask;
+}
+
+bool WriteAll(int fd, const std::string& content) {
+  std::size_t done = 0;
+  while (done < content.size()) {
+    const ssize_t count = ::write(fd, content.data() + done, content.size() - done);
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) done += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+// A new file beside `target`, on the disk. Returns its name; empty, and nothing is left, when that
+// failed.
+std::string WriteBeside(const std::string& target, const std::string& content, mode_t mode) {
+  std::string name = target + ".XXXXXX";
+  const Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
+  if (file.Get() < 0) return {};
+  if (WriteAll(file.Get(), content) && ::fchmod(file.Get(), mode) == 0 &&
+      ::fsync(file.Get()) == 0) {
+    return name;
+  }
+  const int error = errno;
+  ::unlink(name.c_str());
+  errno = error;
+  return {};
+}
+
+}  // namespace
+
+std::string FileText(const std::string& path) {
+  return path == "-" ? "standard input" : programs::Quote(path);
+}
+
+std::string ReadFile(const std::string& path, std::size_t limit) {
+  const bool standard = path == "-";
+  const Descriptor file(standard ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
+                                 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string content;
+  char piece[65536];
+  while (file.Get() >= 0 && content.size() <= limit) {
+    const ssize_t count = ::read(file.Get(), piece, sizeof piece);
+    if (count == 0) return content;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) break;
+    content.append(piece, static_cast<std::size_t>(count));
+  }
+  if (content.size() > limit) {
+    throw Failure(Status::kRefused, FileText(path) + " has more than " + std::to_string(limit) +
+                                        " bytes, and so is no file of this kind; name another");
+  }
+  throw Cannot("read", path, "see to that, or name another file");
+}
+
+void ReplaceFile(const std::string& path, const std::string& content, Readers readers) {
+  const std::string target = Target(path);
+  mode_t mode = kUsual & ~Umask();
+  struct stat before = {};
+  if (::stat(target.c_str(), &before) == 0) {
+    if (!S_ISREG(before.st_mode)) {
+      throw Failure(Status::kRefused, programs::Quote(path) +
+                                          " is no regular file, and nothing was written; name "
+                                          "another file");
+    }
+    mode = before.st_mode & kPermissions;
+  }
+  if (readers == Readers::kOwnerOnly) mode &= kOwner;
+
+  const std::string beside = WriteBeside(target, content, mode);
+  if (beside.empty()) throw CannotWrite(path);
+  if (std::rename(beside.c_str(), target.c_str()) != 0) {
+    const Failure failure = CannotWrite(path);
+    ::unlink(beside.c_str());
+    throw failure;
+  }
+  const Descriptor folder(::open(Folder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.Get() >= 0) ::fsync(folder.Get());
+}
+
+}  // namespace configctl

@@ -1,0 +1,112 @@
+#include "configctl/Command.h"
+#include "configctl/Connection.h"
+#include "configctl/Files.h"
+#include "configctl/Settings.h"
+#include "configctl/SettingsFile.h"
+#include "configctl/TextLayout.h"
+#include "programs/Clock.h"
+#include "programs/Text.h"
+
+using json = nlohmann::ordered_json;
+using programs::ParamName;
+using programs::Value;
+
+namespace configctl {
+namespace {
+
+class ExportCommand : public Command {
+ public:
+  void Declare(CLI::App& app) override {
+    app.add_option("FILE", _file, "Where to; standard output when there is none, or -")
+        ->type_name("");
+    app.add_flag("--all", _all, "Also settings that have their factory value");
+  }
+
+  void Run(Session& session) override {
+    session.RefuseMapped();
+    Connection connection(session, Connection::OnTimeout::kEndProgram);
+    json document = Header(session, connection);
+    json settings = json::object();
+    std::vector<std::string> leftOut;
+    bool hasSecrets = false;
+    for (const ParamDescriptor* const param : SettingsInMenuOrder()) {
+      Value value;
+      if (!Read(connection, *param, value)) continue;
+      if (!_all && value == FactoryDefault(*param)) continue;
+      if (session.GetValueText().Hides(param->GetParamID())) {
+        leftOut.push_back(ParamName(*param));
+        continue;
+      }
+      hasSecrets |= programs::IsSecret(*param);
+      settings[ParamName(*param)] = SettingToJson(*param, value);
+    }
+    if (!leftOut.empty()) document["left_out"] = leftOut;
+    document["settings"] = settings;
+
+    const bool toFile = !_file.empty() && _file != "-";
+    if (toFile) {
+      ReplaceFile(_file, document.dump(2) + "\n",
+                  hasSecrets ? Readers::kOwnerOnly : Readers::kAsUsual);
+    }
+    Tell(session, document, settings.size(), leftOut, toFile);
+  }
+
+ private:
+  json Header(const Session& session, Connection& connection) const {
+    json header = SettingsHeader();
+    Value product;
+    const ParamDescriptor& param = *FindDescriptor(eParamID_ProductID);
+    if (Read(connection, param, product)) {
+      const auto plain = [&](const Value& value) {
+        return session.GetValueText().Plain(eParamID_ProductID, value);
+      };
+      header["product"] = plain(product);
+      if (product != FactoryDefault(param)) {
+        session.GetConsole().Say(connection.GetURI() + " is a " + plain(product) +
+                                 ", and this configctl knows the settings of a " +
+                                 plain(FactoryDefault(param)) +
+                                 "; run it on the device itself to export them all");
+      }
+    }
+    header["config"] = connection.GetConfigNumber();
+    header["exported"] = programs::UniversalTime(programs::Now());
+    header["contains"] = _all ? "all settings" : "settings that differ from the factory";
+    return header;
+  }
+
+  // False for what another model lacks.
+  static bool Read(Connection& connection, const ParamDescriptor& param, Value& value) {
+    try {
+      value = connection.Get(param.GetParamID());
+      return true;
+    } catch (const Failure& failure) {
+      if (failure.GetStatus() != Status::kRefused) throw;
+      return false;
+    }
+  }
+
+  void Tell(const Session& session, const json& document, std::size_t count,
+            const std::vector<std::string>& leftOut, bool toFile) const {
+    if (session.WantsJson()) {
+      json result = {{"file", _file}, {"settings", count}, {"left_out", leftOut}};
+      session.PrintResult(toFile ? result : document);
+      return;
+    }
+    session.Print(toFile ? programs::Quote(_file) + " holds " + std::to_string(count) +
+                               (count == 1 ? " setting" : " settings")
+                         : document.dump(2));
+    if (!leftOut.empty()) {
+      session.GetConsole().Say("passwords were left out: " + Join(leftOut) +
+                               "; export with --show-secrets to have them in the file");
+    }
+  }
+
+  std::string _file;
+  bool _all = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeExportCommand() { return std::make_unique<ExportCommand>(); }
+
+}  // namespace configctl

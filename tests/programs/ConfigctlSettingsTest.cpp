@@ -1,0 +1,321 @@
+// Settings carried in a file, compared with one, and given their factory values again.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "tests/programs/Programs.h"
+#include "tests/testing/TempFolder.h"
+#include "tests/testing/Wire.h"
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using testing_support::Daemon;
+using testing_support::Outcome;
+using testing_support::Process;
+using testing_support::RunConfigctl;
+using testing_support::TempFolder;
+using testing_support::Wire;
+using testing_support::WireListener;
+using testing_support::Words;
+
+namespace {
+
+class ConfigctlSettings : public testing::Test {
+ protected:
+  Outcome Run(const Process::Words& arguments) { return RunConfigctl(_daemon.GetURI(), arguments); }
+  void Set(const std::string& name, const std::string& value) {
+    EXPECT_EQ(0, Run({"set", name, value}).status) << name;
+  }
+  std::string Get(const std::string& name) { return Run({"get", name}).out; }
+  // A file whose settings are `members`, a part of a JSON object.
+  std::string File(const std::string& members) {
+    return _folder.Write("file.json", R"({"format": "configctl settings", "version": 1, )"
+                                      R"("settings": {)" +
+                                          members + "}}");
+  }
+  json Settings(const std::string& name) { return json::parse(_folder.Read(name)).at("settings"); }
+
+  Daemon _daemon;
+  TempFolder _folder;
+};
+
+mode_t Permissions(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(0, ::stat(path.c_str(), &status));
+  return status.st_mode & 07777;
+}
+
+}  // namespace
+
+TEST_F(ConfigctlSettings, ComeBackFromWhatWasExported) {
+  const std::string file = _folder / "a.json";
+  Set("IPConfig", "Static Addr");
+  Set("IPAddress", "10.0.0.3");
+  Set("IntervalFrames", "12");
+  Set("SysName", "Edit \xc3\xa9\n\"7\"");
+  Set("WiFiSSID", "\xff\x01");
+  Set("TransportCommand", "1");  // none
+  EXPECT_EQ((Outcome{0, "\"" + file + "\" holds 5 settings\n", ""}), Run({"export", file}));
+  EXPECT_EQ(json({{"IPConfig", "Static Addr"},
+                  {"IPAddress", "10.0.0.3"},
+                  {"IntervalFrames", 12},
+                  {"SysName", "Edit \xc3\xa9\n\"7\""},
+                  {"WiFiSSID", {{"hex", "ff01"}}}}),
+            Settings("a.json"));
+  const Process::Words diff = {"diff", file};
+  EXPECT_EQ(0, Run(diff).status);
+
+  for (const char* const name :
+       {"IPConfig", "IPAddress", "IntervalFrames", "SysName", "WiFiSSID"}) {
+    Set(name, name[0] == 'I' ? "1" : "other");
+  }
+  Set("TimecodeBurn", "Top");  // was no part of it
+  EXPECT_EQ(1, Run(diff).status);
+  const Outcome imported = Run({"import", file});
+  EXPECT_EQ(0, imported.status) << imported;
+  EXPECT_THAT(imported.out, EndsWith("5 values: 5 set\n"));
+  EXPECT_EQ(0, Run(diff).status);
+  EXPECT_EQ("\\xff\\x01\n", Get("WiFiSSID"));
+  EXPECT_EQ("Top\n", Get("TimecodeBurn"));
+  EXPECT_THAT(Run({"diff", "--all", file}).out,
+              HasSubstr("differs     TimecodeBurn: Off (0) from"));
+  EXPECT_THAT(Run({"import", file}).out, EndsWith("5 values: 5 unchanged\n"));
+}
+
+TEST_F(ConfigctlSettings, ExportAllOfThemAndNoneOfTheCommands) {
+  const json answer = json::parse(Run({"export", "--all", "--json"}).out).at("result");
+  const json& settings = answer.at("settings");
+  EXPECT_EQ(104U, settings.size() + answer.at("left_out").size());
+  EXPECT_EQ("Quarn", answer.at("product"));
+  EXPECT_EQ(1, settings.at("IntervalFrames"));
+  for (const char* const name : {"FormatMedia", "MACAddress", "TransportState", "RegisterSave"}) {
+    EXPECT_FALSE(settings.contains(name)) << name;
+  }
+  // To standard output it is the same document.
+  EXPECT_EQ(settings, json::parse(Run({"export", "--all"}).out).at("settings"));
+}
+
+TEST_F(ConfigctlSettings, ReachADeviceOverDatagramsToo) {
+  const std::string uri = "udp://127.0.0.1:" + _daemon.GetPort();
+  const std::string file = File(R"("IPConfig": "DHCP", "SysName": "Edit 7")");
+  EXPECT_EQ(0, Run({"--uri", uri, "import", file}).status);
+  EXPECT_EQ(0, Run({"--uri", uri, "diff", file}).status);
+  EXPECT_EQ("DHCP\n", Get("IPConfig"));
+  EXPECT_EQ(0, Run({"--uri", uri, "export", _folder / "b.json"}).status);
+  EXPECT_EQ(2U, Settings("b.json").size());
+}
+
+TEST_F(ConfigctlSettings, AreAllJudgedBeforeTheGoodOnesAreSet) {
+  Set("IntervalTime", "20");
+  const std::string file = File(
+      R"("IntervalFrames": 500, "IPConfig": "DHCP", "IntervalTime": 20, "eParamID_SysName": "x",
+         "SYSNAME": "y", "IPConfgi": "DHCP", "RecordType": "Normla", "LoopPlay": 7,
+         "IPAddress": "10.0.0.300", "AudioChannels": [2], "ReelName": 7, "PrerollPreset": -1,
+         "TimecodeValue": "short", "MACAddress": "z", "DateSet": "2031-12-24",
+         "TimecodeBurn": "Top", "TimecodeBurn": "Top", "\u001b[2J": 1, "Take": 99999999999)");
+  const std::string told =
+      R"(skipped      SysName stands there twice; keep one of the two
+skipped      SysName stands there twice; keep one of the two
+unknown      there is no parameter "IPConfgi"; did you mean IPConfig?
+skipped      RecordType has no choice "Normla"; did you mean Normal?
+skipped      LoopPlay has no choice 7; choose one of Off (0), On (1)
+skipped      IPAddress takes an address such as 192.168.0.2, and "10.0.0.300" is none
+skipped      AudioChannels takes a number or a text in quotes, and not [2]
+skipped      ReelName takes a text in quotes, and not 7
+skipped      PrerollPreset takes a number, 0 to 60 s, and "-1" is none
+skipped      TimecodeValue takes 11 characters, and these are 5
+skipped      MACAddress is read-only: the device itself sets it
+skipped      DateSet is a command or a state of the device, and no setting; use configctl set for it
+skipped      TimecodeBurn stands there twice; keep one of the two
+unknown      there is no parameter "\x1b[2J"; see configctl list --hidden
+)";
+  const Outcome dry = Run({"import", "--dry-run", file});
+  EXPECT_EQ(1, dry.status);
+  EXPECT_THAT(dry.out, StartsWith(told));
+  EXPECT_THAT(dry.out,
+              EndsWith("would clamp  IntervalFrames: 1 frames -> 120 frames, as 500 frames "
+                       "is beyond the limits\n"
+                       "would set    IPConfig: Default Addr (0) -> DHCP (1)\n"
+                       "unchanged    IntervalTime: 20 s\n"
+                       "18 values: 1 would set, 1 unchanged, 1 would clamp, 13 skipped, 2 "
+                       "unknown\n"));
+  EXPECT_EQ("Default Addr\n", Get("IPConfig"));
+
+  const Outcome imported = Run({"import", file});
+  EXPECT_EQ(1, imported.status);
+  EXPECT_THAT(imported.out, StartsWith(told));
+  EXPECT_THAT(imported.out, HasSubstr("\nclamped      IntervalFrames: 1 frames -> 120 frames"));
+  EXPECT_EQ("configctl: 16 of 18 values of \"" + file +
+                "\" were not applied as they are written; mend those lines of the file and import "
+                "it again\n",
+            imported.err);
+  EXPECT_EQ("DHCP\n", Get("IPConfig"));
+  EXPECT_EQ("Vantor Rack\n", Get("SysName"));
+  EXPECT_EQ("Off\n", Get("TimecodeBurn"));
+
+  const json answer = json::parse(Run({"import", "--json", file}).out);
+  EXPECT_EQ(1, answer.at("error").at("code"));
+  EXPECT_EQ(18U, answer.at("result").at("values").size());
+  // What names no parameter can be neither same nor different.
+  EXPECT_EQ(2, Run({"diff", file}).status);
+}
+
+TEST_F(ConfigctlSettings, AreSetBehindTheirSelectors) {
+  // Also through a selector that the file does not name: the timecode's input goes by the remote
+  // control.
+  const std::string file = File(
+      R"("TimecodeValue": "02:00:00:00", "IPAddress": "10.0.0.3", "IntervalFrames": 3,
+         "RS422Remote": "RS-422", "IntervalRecord": "On", "IPConfig": "Static Addr")");
+  EXPECT_EQ(0, Run({"import", file}).status);
+  for (const char* const name : {"RS422Remote", "TimecodeValue", "IPConfig", "IPAddress",
+                                 "IntervalRecord", "IntervalFrames"}) {
+    _daemon.GetProcess().WaitForLine(std::string("  ") + name + ": ");  // those before are passed
+  }
+}
+
+TEST_F(ConfigctlSettings, KeepPasswordsToThemselvesAndSaySo) {
+  const std::string file = _folder.Write("a.json", "");
+  Set("SystemPassword", "hunter2");
+  const Outcome exported = Run({"export", file});
+  EXPECT_EQ(
+      "configctl: passwords were left out: SystemPassword; export with --show-secrets to "
+      "have them in the file\n",
+      exported.err);
+  EXPECT_THAT(_folder.Read("a.json"), AllOf(Not(HasSubstr("hunter2")), HasSubstr("\"left_out\"")));
+  EXPECT_THAT(Run({"import", file}).out, HasSubstr("left out     SystemPassword: a password"));
+
+  EXPECT_EQ(0, Run({"export", "--show-secrets", file}).status);
+  EXPECT_EQ("hunter2", Settings("a.json").at("SystemPassword"));
+  EXPECT_EQ(0600U, Permissions(file));  // though it was there before
+  Set("SystemPassword", "swordfish");
+  EXPECT_THAT(Run({"diff", file}).out, Not(HasSubstr("hunter2")));
+  EXPECT_EQ("set          SystemPassword: \"********\" -> \"********\"\n1 value: 1 set\n",
+            Run({"import", file}).out);
+  EXPECT_EQ("hunter2\n", Run({"--show-secrets", "get", "SystemPassword"}).out);
+}
+
+TEST_F(ConfigctlSettings, AreWrittenWholeOrNotAtAll) {
+  const std::string file = _folder.Write("a.json", "before");
+  ASSERT_EQ(0, ::symlink("a.json", (_folder / "link").c_str()));
+  ASSERT_EQ(0, ::chmod(file.c_str(), 0640));
+  EXPECT_EQ(0, Run({"export", _folder / "link"}).status);
+  EXPECT_EQ(json::object(), Settings("a.json"));
+  EXPECT_EQ(0640U, Permissions(file));
+
+  EXPECT_EQ((Outcome{1, "",
+                     "configctl: \"/dev/null\" is no regular file, and nothing was written; "
+                     "name another file\n"}),
+            Run({"export", "/dev/null"}));
+  EXPECT_EQ((Outcome{1, "",
+                     "configctl: cannot write \"" + (_folder / "no/a.json") +
+                         "\": No such file or directory; see to that, or name another "
+                         "file\n"}),
+            Run({"export", _folder / "no/a.json"}));
+  // A disk that is full: nothing is put in the place, and nothing is left beside it.
+  const std::string before = _folder.Read("a.json");
+  Process full({"/bin/sh", "-c",
+                "ulimit -f 0; trap '' XFSZ; exec \"$0\" --uri \"$1\" export \"$2\"", CONFIGCTL_PATH,
+                _daemon.GetURI(), file});
+  EXPECT_EQ(1, full.Wait());
+  EXPECT_THAT(full.GetErrors(), HasSubstr("cannot write"));
+  EXPECT_EQ(before, _folder.Read("a.json"));
+  EXPECT_EQ(2U, _folder.CountFiles());
+}
+
+TEST_F(ConfigctlSettings, GetTheirFactoryValuesAgain) {
+  Set("IntervalFrames", "12");
+  Set("SysName", "Edit 7");
+  EXPECT_EQ((Outcome{1,
+                     "skipped      SysName is no part of a factory reset; do it with configctl set "
+                     "SysName \"Vantor Rack\"\n"
+                     "skipped      TransportState is read-only: the device itself sets it\n"
+                     "set          IntervalFrames: 12 frames -> 1 frames\n"
+                     "3 values: 1 set, 2 skipped\n",
+                     "configctl: 2 of 3 settings did not get their factory values; the lines above "
+                     "tell why\n"}),
+            Run({"reset", "SysName", "intervalframes", "TransportState"}));
+  EXPECT_EQ(1, Run({"reset", "IntervalTime", "Bogus"}).status);
+
+  Set("IntervalFrames", "12");
+  const std::string all =
+      "67 values: 1 set, 66 unchanged\n"
+      "37 other settings are no part of a factory reset and stay as they are\n";
+  EXPECT_THAT(Run({"reset", "--all", "--dry-run"}).out, StartsWith("would set    IntervalFrames"));
+  EXPECT_EQ("12\n", Get("IntervalFrames"));
+  EXPECT_EQ((Outcome{0, "set          IntervalFrames: 12 frames -> 1 frames\n" + all, ""}),
+            Run({"reset", "--all"}));
+  EXPECT_EQ("Edit 7\n", Get("SysName"));
+  EXPECT_EQ(2, Run({"reset"}).status);
+  EXPECT_EQ(2, Run({"reset", "--all", "SysName"}).status);
+}
+
+TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
+  const struct {
+    const char* text;
+    const char* message;
+  } kFiles[] = {
+      {"{\n  \"format\": \"configctl settings\",\n  \"version\": 1, }",
+       "line 3, column 17: this is no JSON (syntax error while parsing object key - unexpected "
+       "'}'; "
+       "expected string literal); mend it there"},
+      {"",
+       "line 1, column 1: this is no JSON (syntax error while parsing value - unexpected end of "
+       "input; expected '[', '{', or a literal); mend it there"},
+      {"[1]",
+       "this is no file of settings, which begins with {\"format\": \"configctl settings\"; "
+       "make one with configctl export"},
+      {R"({"format": "configctl settings", "version": 2, "settings": {}})",
+       "version 2 of the format is not known here; use the configctl that wrote it, or one that is "
+       "newer"},
+      {R"({"format": "configctl settings", "version": 1, "settings": [1]})",
+       "\"settings\" is missing; it holds a value for each name"},
+      {R"({"format": "configctl settings", "version": 1, "settings": {}, "settings": {}})",
+       "\"settings\" stands there twice; keep one of the two"},
+  };
+  for (const auto& file : kFiles) {
+    const std::string path = _folder.Write("bad.json", file.text);
+    const std::string message = "configctl: \"" + path + "\": " + file.message + "\n";
+    EXPECT_EQ((Outcome{1, "", message}), Run({"import", path}));
+    EXPECT_EQ((Outcome{2, "", message}), Run({"diff", path}));
+  }
+  const std::string deep = _folder.Write("deep.json", std::string(200000, '['));
+  EXPECT_THAT(Run({"import", deep}).err, HasSubstr("it is nested too deep"));
+  EXPECT_THAT(Run({"import", "/dev/zero"}).err, HasSubstr("has more than 262144 bytes"));
+  EXPECT_EQ(1, Run({"import", _folder / "none"}).status);
+  EXPECT_EQ(2, RunConfigctl("tcp://127.0.0.1:1", {"diff", File("\"Take\": 1")}).status);
+  EXPECT_EQ(3, RunConfigctl("tcp://127.0.0.1:1", {"import", File("\"Take\": 1")}).status);
+  EXPECT_THAT(Run({"--mapped", "export"}).err, HasSubstr("--mapped does not go with export"));
+}
+
+// The first setting is there already, then the device goes away.
+TEST_F(ConfigctlSettings, SayHowFarTheyCameWhenTheDeviceGoesAway) {
+  WireListener listener;
+  std::thread store([&] {
+    Wire peer(listener.Accept());
+    peer.Receive(24);
+    peer.Send(Words(std::array<uint32_t, 7>{32, 0, 0, 0, 0, 4096, 0}));
+    const auto request = peer.Record(10);
+    if (request.size() < 10) return;
+    peer.Send(Words(
+        std::array<uint32_t, 11>{96, request[1], request[2], 0, 0, 4096, request[6], 0, 1, 0, 0}));
+    peer.Record(10);
+  });
+  const Outcome outcome = RunConfigctl(
+      listener.GetURI(), {"import", File(R"("IPConfig": 1, "Take": 2, "ClipNumber": 3)")});
+  store.join();
+  EXPECT_EQ((Outcome{3,
+                     "unchanged    IPConfig: DHCP (1)\n"
+                     "not tried    Take\n"
+                     "not tried    ClipNumber\n"
+                     "3 values: 2 not tried, 1 unchanged\n",
+                     "configctl: the connection to " + listener.GetURI() +
+                         " was lost; see whether configd is still running there, and try again\n"}),
+            outcome);
+}
