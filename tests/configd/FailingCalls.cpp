@@ -47,12 +47,15 @@ int __real_fsync(int fd);
 int __real_close(int fd);
 int __real_rename(const char* from, const char* to);
 
+// Visible, as the linker lets the libraries' calls come here too.
+#pragma GCC visibility push(default)
 int __wrap_open(const char* path, int flags, ...);
 int __wrap_ftruncate(int fd, off_t size);
 ssize_t __wrap_write(int fd, const void* data, size_t size);
 int __wrap_fsync(int fd);
 int __wrap_close(int fd);
 int __wrap_rename(const char* from, const char* to);
+#pragma GCC visibility pop
 
 int __wrap_open(const char* path, int flags, ...) {
   va_list arguments;

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include "libconfig/libconfig.h"
@@ -73,10 +74,10 @@ TEST_F(PresetRegistersTest, SaveAndRecallWhatPresetsHold) {
 TEST_F(PresetRegistersTest, MoveAsFilesTwiceInARowAndThroughACache) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root reads a file without permission bits";
   const PresetFiles files;
-  Config* const cached =
-      ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI() + "/caching=true");
+  const std::unique_ptr<Config> cached(
+      ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI() + "/caching=true"));
   ASSERT_NE(nullptr, cached);
-  for (Config* const client : {_config, cached}) {
+  for (Config* const client : {_config, cached.get()}) {
     for (int round = 0; round < 2; ++round) {
       _config->Set(eParamID_GenLock, 1U);
       ASSERT_EQ(kComplete, Save(17));
@@ -90,7 +91,6 @@ TEST_F(PresetRegistersTest, MoveAsFilesTwiceInARowAndThroughACache) {
       EXPECT_FALSE(presets.Store(static_cast<eConfigID_t>(21), client));
     }
   }
-  ConfigFactoryImpl::GetInstance()->Disconnect(cached);
 }
 
 TEST_F(PresetRegistersTest, RefuseFilesThatAreNoPresets) {
