@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "libconfig/descriptors/ParamDescriptor.h"
-#include "libconfig/descriptors/ParamIDs.h"
 #include "programs/ValueText.h"
 
 namespace configctl {
@@ -19,9 +18,5 @@ std::string WhyNoSetting(const ParamDescriptor& param);
 std::vector<const ParamDescriptor*> SettingsInMenuOrder();
 
 programs::Value FactoryDefault(const ParamDescriptor& param);
-
-// `ids` in an order in which each comes behind those that select its meaning or enable it; as they
-// stand where there is nothing between them.
-std::vector<eParam_t> SelectorsFirst(const std::vector<eParam_t>& ids);
 
 }  // namespace configctl

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <map>
 
-#include "configctl/Settings.h"
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
+#include "programs/SelectorsFirst.h"
 #include "programs/Text.h"
 
 using json = nlohmann::ordered_json;
@@ -47,7 +47,7 @@ std::vector<Change*> InOrder(std::vector<Change>& changes) {
     byID[ids.back()] = &change;
   }
   std::vector<Change*> ordered;
-  for (const eParam_t id : SelectorsFirst(ids)) ordered.push_back(byID[id]);
+  for (const eParam_t id : programs::SelectorsFirst(ids)) ordered.push_back(byID[id]);
   return ordered;
 }
 

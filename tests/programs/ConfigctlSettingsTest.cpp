@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "tests/programs/Programs.h"
-#include "tests/testing/TempFolder.h"
+#include "tests/testing/Folder.h"
 #include "tests/testing/Wire.h"
 
 using nlohmann::json;
@@ -17,10 +17,10 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 using testing_support::Daemon;
+using testing_support::Folder;
 using testing_support::Outcome;
 using testing_support::Process;
 using testing_support::RunConfigctl;
-using testing_support::TempFolder;
 using testing_support::Wire;
 using testing_support::WireListener;
 using testing_support::Words;
@@ -43,7 +43,7 @@ class ConfigctlSettings : public testing::Test {
   json Settings(const std::string& name) { return json::parse(_folder.Read(name)).at("settings"); }
 
   Daemon _daemon;
-  TempFolder _folder;
+  Folder _folder;
 };
 
 mode_t Permissions(const std::string& path) {

@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace testing_support {
@@ -26,6 +28,20 @@ class Folder {
   Folder& operator=(const Folder&) = delete;
 
   const std::string& GetPath() const { return _path; }
+  std::string operator/(const std::string& name) const { return _path + "/" + name; }
+
+  // Returns the file's path.
+  std::string Write(const std::string& name, const std::string& content) const {
+    std::ofstream(*this / name, std::ios::binary) << content;
+    return *this / name;
+  }
+  std::string Read(const std::string& name) const {
+    std::ifstream file(*this / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::size_t CountFiles() const {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(_path), {}));
+  }
 
  private:
   std::string _path;
