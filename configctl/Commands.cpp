@@ -53,6 +53,18 @@ const std::vector<CommandEntry>& Commands() {
        "Settings that a factory reset leaves alone, such as the network's, stay as they are;\n"
        "configctl describe tells which.",
        MakeResetCommand},
+      {"preset", "Save and recall presets, and move them to and from files",
+       "configctl preset list\n"
+       "configctl preset save 3\n"
+       "configctl preset recall 3\n"
+       "configctl preset load 3 edit7.bin\n"
+       "configctl preset store 3 edit7.bin",
+       "save keeps the present settings as preset N, recall puts them in force again. load "
+       "fetches\n"
+       "preset N into FILE, store hands FILE to the device as preset N: both on the device "
+       "itself,\n"
+       "as the file passes through its /var/tmp. A preset's name is the parameter PresetName_N.",
+       MakePresetCommand},
       {"status", "Tell whether the configuration can be reached, and how fast it answers",
        "configctl status --uri tcp://192.168.0.2:43110", nullptr, MakeStatusCommand},
       {"completion", "Print what a shell needs to complete command lines",

@@ -55,8 +55,21 @@ bool Console::Write(int fd, const std::string& text) {
   return true;
 }
 
+void Console::ShowProgress(const std::string& text) {
+  if (::isatty(_err) != 1) return;
+  MutexLock lock(_mutex);
+  ClearProgress();
+  _showsProgress = Write(_err, text);
+}
+
+void Console::ClearProgress() {
+  if (_showsProgress) Write(_err, "\r\x1b[K");
+  _showsProgress = false;
+}
+
 void Console::Print(const std::string& lines) {
   MutexLock lock(_mutex);
+  ClearProgress();
   if (Write(_out, lines + "\n")) return;
   if (errno == EPIPE) ::_exit(static_cast<int>(Status::kDone));
   Write(_err, std::string("configctl: cannot write the output: ") + std::strerror(errno) +
@@ -66,6 +79,7 @@ void Console::Print(const std::string& lines) {
 
 void Console::Say(const std::string& message) {
   MutexLock lock(_mutex);
+  ClearProgress();
   Write(_err, "configctl: " + programs::Escape(message) + "\n");
 }
 

@@ -26,6 +26,9 @@ class Console {
   // On standard error, after "configctl: ", and always as one line.
   void Say(const std::string& message);
 
+  // A line on standard error that the next one takes the place of, if that is a terminal.
+  void ShowProgress(const std::string& text);
+
   bool IsTerminal() const;
   // Whether the output is a pipe or a socket that nobody reads any more.
   bool ReaderIsGone() const;
@@ -35,11 +38,13 @@ class Console {
  private:
   Console() = default;
 
+  void ClearProgress() LIBCONFIG_REQUIRES(_mutex);
   bool Write(int fd, const std::string& text) LIBCONFIG_REQUIRES(_mutex);
 
   int _out = 1;
   int _err = 2;
   qel::config::Mutex _mutex;
+  bool _showsProgress LIBCONFIG_GUARDED_BY(_mutex) = false;
 };
 
 }  // namespace configctl

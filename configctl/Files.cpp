@@ -10,7 +10,10 @@
 #include <cstring>
 
 #include "configctl/Failure.h"
+#include "libconfig/base/FileIO.h"
 #include "programs/Text.h"
+
+using qel::config::FileDescriptor;
 
 namespace configctl {
 namespace {
@@ -18,21 +21,6 @@ namespace {
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kUsual = 0666;
 constexpr mode_t kOwner = 0600;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : _fd(fd) {}
-  ~Descriptor() {
-    if (_fd >= 0) ::close(_fd);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int Get() const { return _fd; }
-
- private:
-  const int _fd;
-};
 
 // With the system's reason, which errno holds.
 Failure Cannot(const char* what, const std::string& path, const char* next) {
@@ -42,15 +30,6 @@ Failure Cannot(const char* what, const std::string& path, const char* next) {
 
 Failure CannotWrite(const std::string& path) {
   return Cannot("write", path, "see to that, or name another file");
-}
-
-// Where the file is in truth, so that a link is not replaced by a file.
-std::string Target(const std::string& path) {
-  char* const resolved = ::realpath(path.c_str(), nullptr);
-  if (resolved == nullptr) return path;
-  const std::string target = resolved;
-  std::free(resolved);
-  return target;
 }
 
 std::string Folder(const std::string& path) {
@@ -64,24 +43,14 @@ mode_t Umask() {
   return mask;
 }
 
-bool WriteAll(int fd, const std::string& content) {
-  std::size_t done = 0;
-  while (done < content.size()) {
-    const ssize_t count = ::write(fd, content.data() + done, content.size() - done);
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) done += static_cast<std::size_t>(count);
-  }
-  return true;
-}
-
 // A new file beside `target`, on the disk. Returns its name; empty, and nothing is left, when that
 // failed.
 std::string WriteBeside(const std::string& target, const std::string& content, mode_t mode) {
   std::string name = target + ".XXXXXX";
-  const Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
+  const FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
   if (file.Get() < 0) return {};
-  if (WriteAll(file.Get(), content) && ::fchmod(file.Get(), mode) == 0 &&
-      ::fsync(file.Get()) == 0) {
+  if (qel::config::WriteWhole(file.Get(), content.data(), content.size()) &&
+      ::fchmod(file.Get(), mode) == 0 && ::fsync(file.Get()) == 0) {
     return name;
   }
   const int error = errno;
@@ -96,10 +65,18 @@ std::string FileText(const std::string& path) {
   return path == "-" ? "standard input" : programs::Quote(path);
 }
 
+std::string FollowLinks(const std::string& path) {
+  char* const resolved = ::realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  const std::string target = resolved;
+  std::free(resolved);
+  return target;
+}
+
 std::string ReadFile(const std::string& path, std::size_t limit) {
   const bool standard = path == "-";
-  const Descriptor file(standard ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
-                                 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(standard ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
+                                     : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::string content;
   char piece[65536];
   while (file.Get() >= 0 && content.size() <= limit) {
@@ -117,7 +94,7 @@ std::string ReadFile(const std::string& path, std::size_t limit) {
 }
 
 void ReplaceFile(const std::string& path, const std::string& content, Readers readers) {
-  const std::string target = Target(path);
+  const std::string target = FollowLinks(path);
   mode_t mode = kUsual & ~Umask();
   struct stat before = {};
   if (::stat(target.c_str(), &before) == 0) {
@@ -137,7 +114,7 @@ void ReplaceFile(const std::string& path, const std::string& content, Readers re
     ::unlink(beside.c_str());
     throw failure;
   }
-  const Descriptor folder(::open(Folder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor folder(::open(Folder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.Get() >= 0) ::fsync(folder.Get());
 }
 

@@ -9,6 +9,9 @@ namespace configctl {
 // The file as messages call it.
 std::string FileText(const std::string& path);
 
+// Where the file is, when `path` leads there through links; else `path`.
+std::string FollowLinks(const std::string& path);
+
 // What `path` holds, or standard input for "-"; pipes too. Throws Failure, also when it is more
 // than `limit` bytes.
 std::string ReadFile(const std::string& path, std::size_t limit);

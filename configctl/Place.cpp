@@ -156,6 +156,24 @@ bool Place::CanListen() const { return _scheme->canListen; }
 
 std::chrono::milliseconds Place::GetPatience() const { return _scheme->patience; }
 
+bool Place::IsOnThisMachine() const {
+  constexpr uint32_t kLoopbackNet = 127;
+  sockaddr_in there = {};
+  there.sin_family = AF_INET;
+  there.sin_port = htons(static_cast<uint16_t>(_port));
+  ::inet_pton(AF_INET, _address.c_str(), &there.sin_addr);
+  if (ntohl(there.sin_addr.s_addr) >> 24 == kLoopbackNet) return true;
+  // Nothing is sent: the system only chooses the address that this machine would have for it, which
+  // is the same one when it is its own.
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in here = {};
+  socklen_t length = sizeof here;
+  const bool known = ::connect(fd, reinterpret_cast<const sockaddr*>(&there), sizeof there) == 0 &&
+                     ::getsockname(fd, reinterpret_cast<sockaddr*>(&here), &length) == 0;
+  if (fd >= 0) ::close(fd);
+  return known && here.sin_addr.s_addr == there.sin_addr.s_addr;
+}
+
 int Place::Probe(std::chrono::milliseconds limit) const {
   if (!_scheme->hasConnections) return ECONNREFUSED;
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);

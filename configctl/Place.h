@@ -29,6 +29,9 @@ class Place {
   bool CanListen() const;
   // How long the library waits for an answer. It then reports a failure like any other.
   std::chrono::milliseconds GetPatience() const;
+  // Whether it is on the machine that this program runs on, as far as addresses tell. REQUIRES:
+  // Resolve.
+  bool IsOnThisMachine() const;
   // What the library connects to. REQUIRES: Resolve.
   std::string GetLibraryURI() const;
   // What it connects to in order to listen, when that is another place; empty otherwise.

@@ -34,13 +34,15 @@ _configctl() {
     candidates=$'@COMMANDS@'
   else
     case $command:${#words[@]} in
-      export:0|import:0|diff:0)
+      export:0|import:0|diff:0|preset:2)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
       get:*|watch:*|reset:*|set:0|describe:0) candidates=$(configctl completion names) ;;
       set:1) candidates=$(configctl completion values "${words[0]}" 2>/dev/null) ;;
+      preset:0) candidates=$'save\nrecall\nstore\nload\nlist' ;;
+      preset:1) candidates=$(seq 20) ;;
       completion:0) candidates=$'bash\nnames\nvalues' ;;
       completion:1) candidates=$(configctl completion names) ;;
     esac

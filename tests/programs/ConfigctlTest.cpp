@@ -346,7 +346,7 @@ TEST(ConfigctlAlone, CompletesCommandsNamesAndValues) {
     return bash.GetOutput();
   };
   const std::string commands = complete("''");
-  EXPECT_EQ("get set watch list describe menu export import diff reset status completion\n",
+  EXPECT_EQ("get set watch list describe menu export import diff reset preset status completion\n",
             commands);
   std::istringstream names(commands);
   for (std::string name; names >> name;) {
