@@ -6,6 +6,7 @@
 #include "libconfig/access/PosixMQExchange.h"
 #include "libconfig/access/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
@@ -38,6 +39,7 @@ PosixMQClient::PosixMQClient(unsigned int connectionID, unsigned int priority, i
       _connectionSemaphore(connectionSemaphore),
       _requestCounter(requestCounter),
       _configID(configID),
+      _patience(qel::config::limits::kQueueExchangeMs),
       _state(std::make_shared<State>(connectionID, responseQueue,
                                      static_cast<std::size_t>(_messageSize))) {
   {
@@ -71,110 +73,140 @@ unsigned int PosixMQClient::NextRequestID() {
   return static_cast<unsigned>(__atomic_fetch_add(&_requestCounter, 1, __ATOMIC_RELAXED));
 }
 
-XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(uint32_t type, eParam_t param) {
-  XCONFIGMGR_REQUEST_T request = {};
-  request.msgtype = type;
-  request.connectionID = _connectionID;
-  request.requestID = NextRequestID();
-  request.configID = static_cast<uint32_t>(_configID);
-  request.priority = _priority;
-  request.paramID = param;
-  return request;
-}
-
 void PosixMQClient::NoteUpdate(const XCONFIGMGR_RESPONSE_T& response) {
   MutexLock lock(_updateMutex);
   _lastUpdate.tv_sec = static_cast<time_t>(response.timeSeconds);
   _lastUpdate.tv_usec = static_cast<suseconds_t>(response.timeMicroseconds);
 }
 
-unsigned int PosixMQClient::Get(eParam_t param) {
+// What an operation asks for, and what it says when that fails: the first text of a pair with the
+// reason behind it, null where it says nothing.
+struct PosixMQClient::Operation {
+  uint32_t type;
+  const char* notSentReason;
+  const char* notSent;
+  const char* notReceivedReason;
+  const char* notReceived;
+  const char* mismatch;
+  const char* refused;
+  bool refusalFirst;  // looks for the daemon's error ahead of whose answer it is
+};
+
+const PosixMQClient::Operation PosixMQClient::kGet = {
+    XCFG_GET_PARAM_REQUEST,
+    "PosixMQClient::Get - mq_send failed",
+    "PosixMQClient::Get - mq_send failed\n",
+    "PosixMQClient::Get(): mq_receive returned -1, FAILED",
+    "PosixMQClient::Get(): mq_receive returned -1, FAILED",
+    "PosixMQClient::Get(): response message did not match response message info\n",
+    "PosixMQClient::Get(): response message indicated an error\n",
+    true};
+
+const PosixMQClient::Operation PosixMQClient::kSet = {
+    XCFG_SET_PARAM_REQUEST,
+    "PosixMQClient::Set mq_send failed",
+    "PosixMQClient::Set - mq_send failed\n",
+    "PosixMQClient::Set - mq_receive failed",
+    "PosixMQClient::Set - mq_receive failed\n",
+    "PosixMQClient::Set - invalid response for the given request\n",
+    nullptr,
+    false};
+
+const PosixMQClient::Operation PosixMQClient::kGetText = {
+    XCFG_GET_STREAM_PARAM_REQUEST,
+    "PosixMQClient::Get - mq_send failed",
+    "PosixMQClient::Get - mq_send failed",
+    "PosixMQClient::Get - mq_receive failed",
+    nullptr,
+    "PosixMQClient::Get - response does not match request\n",
+    "PosixMQClient::Get - response error != 0\n",
+    false};
+
+const PosixMQClient::Operation PosixMQClient::kSetText = {
+    XCFG_SET_STREAM_PARAM_REQUEST,
+    nullptr,
+    "PosixMQClient::Set: mq_send failed\n",
+    "PosixMQClient::Set - mq_receive failed",
+    nullptr,
+    "PosixMQClient::Get - response does not match request\n",  // the texts are shared so
+    nullptr,
+    false};
+
+XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(const Operation& operation, eParam_t param) const {
+  XCONFIGMGR_REQUEST_T request = {};
+  request.msgtype = operation.type;
+  request.connectionID = _connectionID;
+  request.configID = static_cast<uint32_t>(_configID);
+  request.priority = _priority;
+  request.paramID = param;
+  return request;
+}
+
+// One exchange of `length` bytes that begin with `request`.
+bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request,
+                            std::size_t length, QueueMessage& answer) {
+  const auto say = [](const char* text) {
+    if (text != nullptr) Report("%s", text);
+    return false;
+  };
+  const auto sayWhy = [](const char* text) {
+    if (text != nullptr) ReportErrno(text);
+  };
   Exchange exchange(*this, _connectionSemaphore);
-  XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_PARAM_REQUEST, param);
+  request.requestID = NextRequestID();
   ConnectionUtilities::Dump(&request);
-  QueueMessage answer;
-  switch (exchange.Ask(request, sizeof request, answer)) {
+  switch (exchange.Ask(request, length, answer)) {
     case Exchange::Result::kAnswer:
       break;
     case Exchange::Result::kNotSent:
-      ReportErrno("PosixMQClient::Get - mq_send failed");
-      Report("PosixMQClient::Get - mq_send failed\n");
-      return 0;
+      sayWhy(operation.notSentReason);
+      return say(operation.notSent);
     case Exchange::Result::kNotReceived:
-      ReportErrno("PosixMQClient::Get(): mq_receive returned -1, FAILED");
-      Report("PosixMQClient::Get(): mq_receive returned -1, FAILED");
-      return 0;
+      sayWhy(operation.notReceivedReason);
+      return say(operation.notReceived);
   }
-  if (!HandleErrorResponse(&answer.record)) {
+  const bool refused = !HandleErrorResponse(&answer.record);
+  if (refused && operation.refusalFirst) {
     if (answer.record.requestID != request.requestID) _state->inbox.Abandon(request.requestID);
-    Report("PosixMQClient::Get(): response message indicated an error\n");
-    return 0;
+    return say(operation.refused);
   }
-  if (!exchange.IsAnswered(request, answer) || answer.record.msgtype != XCFG_GET_PARAM_RESPONSE) {
-    Report("PosixMQClient::Get(): response message did not match response message info\n");
-    return 0;
+  if (!exchange.IsAnswered(request, answer) || answer.record.msgtype != operation.type + 16) {
+    return say(operation.mismatch);
   }
   NoteUpdate(answer.record);
-  return answer.record.value;
+  return refused ? say(operation.refused) : true;
+}
+
+bool PosixMQClient::TryGet(eParam_t param, unsigned int& value) {
+  XCONFIGMGR_REQUEST_T request = MakeRequest(kGet, param);
+  QueueMessage answer;
+  const bool done = Perform(kGet, request, sizeof request, answer);
+  value = done ? answer.record.value : 0;
+  return done;
+}
+
+unsigned int PosixMQClient::Get(eParam_t param) {
+  unsigned int value;
+  TryGet(param, value);
+  return value;
 }
 
 int PosixMQClient::Get(eParam_t param, unsigned int& value) {
-  value = Get(param);
+  TryGet(param, value);
   return static_cast<int>(value);
 }
 
 int PosixMQClient::Set(eParam_t param, unsigned int value) {
-  Exchange exchange(*this, _connectionSemaphore);
-  XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_PARAM_REQUEST, param);
+  XCONFIGMGR_REQUEST_T request = MakeRequest(kSet, param);
   request.value = value;
-  ConnectionUtilities::Dump(&request);
   QueueMessage answer;
-  switch (exchange.Ask(request, sizeof request, answer)) {
-    case Exchange::Result::kAnswer:
-      break;
-    case Exchange::Result::kNotSent:
-      ReportErrno("PosixMQClient::Set mq_send failed");
-      Report("PosixMQClient::Set - mq_send failed\n");
-      return 0;
-    case Exchange::Result::kNotReceived:
-      ReportErrno("PosixMQClient::Set - mq_receive failed");
-      Report("PosixMQClient::Set - mq_receive failed\n");
-      return 0;
-  }
-  if (!exchange.IsAnswered(request, answer) || answer.record.msgtype != XCFG_SET_PARAM_RESPONSE) {
-    Report("PosixMQClient::Set - invalid response for the given request\n");
-    return 0;
-  }
-  NoteUpdate(answer.record);
-  return HandleErrorResponse(&answer.record) ? 1 : 0;
+  return Perform(kSet, request, sizeof request, answer) ? 1 : 0;
 }
 
 int PosixMQClient::Get(eParam_t param, std::string& value) {
-  Exchange exchange(*this, _connectionSemaphore);
-  XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
-  ConnectionUtilities::Dump(&request);
+  XCONFIGMGR_REQUEST_T request = MakeRequest(kGetText, param);
   QueueMessage answer;
-  switch (exchange.Ask(request, sizeof request, answer)) {
-    case Exchange::Result::kAnswer:
-      break;
-    case Exchange::Result::kNotSent:
-      ReportErrno("PosixMQClient::Get - mq_send failed");
-      Report("PosixMQClient::Get - mq_send failed");
-      return 0;
-    case Exchange::Result::kNotReceived:
-      ReportErrno("PosixMQClient::Get - mq_receive failed");
-      return 0;
-  }
-  if (!exchange.IsAnswered(request, answer) ||
-      answer.record.msgtype != XCFG_GET_STREAM_PARAM_RESPONSE) {
-    Report("PosixMQClient::Get - response does not match request\n");
-    return 0;
-  }
-  NoteUpdate(answer.record);
-  if (!HandleErrorResponse(&answer.record)) {
-    Report("PosixMQClient::Get - response error != 0\n");
-    return 0;
-  }
+  if (!Perform(kGetText, request, sizeof request, answer)) return 0;
   if (!answer.HasStream()) {
     Report("PosixMQClient::Get - invalid streamLength\n");
     return 0;
@@ -188,34 +220,18 @@ int PosixMQClient::Get(eParam_t param, std::string& value) {
 }
 
 int PosixMQClient::Set(eParam_t param, std::string value) {
-  Exchange exchange(*this, _connectionSemaphore);
-  XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_STREAM_PARAM_REQUEST, param);
+  XCONFIGMGR_REQUEST_T request = MakeRequest(kSetText, param);
   StringValue text(_configID, param, eParamType_String, std::move(value));
   std::vector<char> bytes =
       qel::config::EncodeValue(text, eSerializationFormat_Queue, sizeof request);
   request.streamLength = static_cast<uint32_t>(bytes.size() - sizeof request);
   request.streamFormat = eSerializationFormat_Queue;
-  ConnectionUtilities::Dump(&request);
   std::memcpy(bytes.data(), &request, sizeof request);
   QueueMessage answer;
-  switch (
-      exchange.Ask(*reinterpret_cast<XCONFIGMGR_REQUEST_T*>(bytes.data()), bytes.size(), answer)) {
-    case Exchange::Result::kAnswer:
-      break;
-    case Exchange::Result::kNotSent:
-      Report("PosixMQClient::Set: mq_send failed\n");
-      return 0;
-    case Exchange::Result::kNotReceived:
-      ReportErrno("PosixMQClient::Set - mq_receive failed");
-      return 0;
-  }
-  if (!exchange.IsAnswered(request, answer) ||
-      answer.record.msgtype != XCFG_SET_STREAM_PARAM_RESPONSE) {
-    Report("PosixMQClient::Get - response does not match request\n");
-    return 0;
-  }
-  NoteUpdate(answer.record);
-  return HandleErrorResponse(&answer.record) ? 1 : 0;
+  return Perform(kSetText, *reinterpret_cast<XCONFIGMGR_REQUEST_T*>(bytes.data()), bytes.size(),
+                 answer)
+             ? 1
+             : 0;
 }
 
 eConfigID_t PosixMQClient::GetConfigID() { return _configID; }

@@ -3,9 +3,10 @@
 // PosixMQFactory makes the clients and takes them back.
 //
 // Any thread may call. Exchanges are one at a time in all clients of one factory; one that gets no
-// answer ends after 60 seconds. A record and what follows it have to fit into one message of 512
-// bytes, which leaves a text some 450. Listeners are called on threads that the system starts for
-// them, one after the other, with the time that the daemon gave the change.
+// answer ends after 60 seconds, or as long as the factory's SetPatience said. A record and what
+// follows it have to fit into one message of 512 bytes, which leaves a text some 450. Listeners are
+// called on threads that the system starts for them, one after the other, with the time that the
+// daemon gave the change.
 //
 // From inside a listener's call everything is allowed but waiting for an event: reading and setting
 // on this client, adding and removing listeners, handing the client back.
@@ -15,6 +16,7 @@
 #include <semaphore.h>
 #include <signal.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -53,8 +55,10 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   ParamDescriptor* GetParamDescriptor(eParam_t param) override;
   ParamDescriptor* GetParamDescriptor(std::string name) override;
   std::vector<eParam_t> GetParamIDs() override;
-  // Returns the value, not whether it could be read: 0 is either. `value` is 0 on failure.
+  // Returns the value, not whether it could be read: 0 is either. `value` is 0 on failure. TryGet
+  // tells.
   int Get(eParam_t param, unsigned int& value) override;
+  bool TryGet(eParam_t param, unsigned int& value);
   int Set(eParam_t param, std::string value) override;
   int Get(eParam_t param, std::string& value) override;
   // A listener that is added twice is called twice.
@@ -88,8 +92,13 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   class Exchange;
   struct State;
 
+  struct Operation;
+  static const Operation kGet, kSet, kGetText, kSetText;
+
   unsigned int NextRequestID();
-  XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
+  XCONFIGMGR_REQUEST_T MakeRequest(const Operation& operation, eParam_t param) const;
+  bool Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request, std::size_t length,
+               qel::config::QueueMessage& answer);
   void NoteUpdate(const XCONFIGMGR_RESPONSE_T& response);
   enum class Registration { kDone, kNotSent, kNotReceived, kMismatch, kWrongType, kError };
   Registration ChangeRegistration(uint32_t type, uint32_t& result);
@@ -107,6 +116,7 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   sem_t* const _connectionSemaphore;
   int& _requestCounter;
   const eConfigID_t _configID;
+  std::chrono::milliseconds _patience;  // the factory's, once it has made the client
 
   // Held for an exchange, whatever becomes of the semaphore.
   qel::config::Mutex _exchangeMutex;

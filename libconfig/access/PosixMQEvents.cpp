@@ -4,10 +4,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 
 #include "libconfig/access/ConnectionUtilities.h"
-#include "libconfig/access/PosixMQExchange.h"
 #include "libconfig/access/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Thread.h"
@@ -29,112 +27,12 @@ void* DrainEntry(void* client) {
 
 }  // namespace
 
-PosixMQClient::Registration PosixMQClient::ChangeRegistration(uint32_t type, uint32_t& result) {
-  Exchange exchange(*this, nullptr);
-  const XCONFIGMGR_EVENT_HANDLER_REQUEST_T request = {type, _connectionID, NextRequestID(),
-                                                      0,    _priority,     0};
-  XCONFIGMGR_REQUEST_T dumped = {};
-  std::memcpy(&dumped, &request, sizeof request);
-  ConnectionUtilities::Dump(&dumped);
-  QueueMessage answer;
-  switch (exchange.Ask(request, sizeof request, answer)) {
-    case Exchange::Result::kNotSent:
-      return Registration::kNotSent;
-    case Exchange::Result::kNotReceived:
-      return Registration::kNotReceived;
-    case Exchange::Result::kAnswer:
-      break;
-  }
-  if (!exchange.IsAnswered(request, answer)) return Registration::kMismatch;
-  if (answer.record.msgtype != type + 16) return Registration::kWrongType;
-  result = answer.record.result;
-  return result == 0 ? Registration::kDone : Registration::kError;
-}
-
-bool PosixMQClient::RegisterListener() {
-  uint32_t error = 0;
-  switch (ChangeRegistration(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, error)) {
-    case Registration::kDone:
-      return true;
-    case Registration::kNotSent:
-      ReportErrno("PosixMQClient::AddConfigEventListener - mq_send failed");
-      return false;
-    case Registration::kNotReceived:
-      ReportErrno("PosixMQClient::AddConfigEventListener - mq_receive failed");
-      return false;
-    case Registration::kMismatch:
-      Report("PosixMQClient::AddConfigEventListener - IsValidResponse returned false\n");
-      return false;
-    case Registration::kWrongType:
-      Report(
-          "PosixMQClient::AddConfigEventListener - msgtype != "
-          "XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE\n");
-      return false;
-    case Registration::kError:
-      Report("PosixMQClient::AddConfigEventListener - error = %d\n", static_cast<int>(error));
-      return false;
-  }
-  return false;
-}
-
-int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
-  const ListenerList::Delivery hold(_state->listeners);
-  if (!_state->listeners.IsEmpty()) {
-    _state->listeners.Add(listener);
-    return 1;
-  }
-  // Changes may come ahead of the answer.
-  _state->inbox.KeepEvents(true);
-  if (!RegisterListener()) {
-    if (!_state->eventsRegistered) _state->inbox.KeepEvents(false);
-    return 0;
-  }
-  EnableMQEvents(true);
-  _state->listeners.Add(listener);
-  DrainOnAThread();
-  return 1;
-}
-
 // A notification only comes when the queue was empty before: what is there already needs a look.
 void PosixMQClient::DrainOnAThread() {
   mq_attr attributes;
   const bool queued = ::mq_getattr(_responseQueue, &attributes) == 0 && attributes.mq_curmsgs > 0;
   if (!queued && !_state->inbox.HasEvents()) return;
   qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, DrainEntry, this);
-}
-
-int PosixMQClient::RemoveConfigEventListener(ConfigEventListener* listener) {
-  const ListenerList::Delivery hold(_state->listeners);
-  const bool removed = _state->listeners.Remove(listener);
-  if (!_state->listeners.IsEmpty()) return removed ? 1 : 0;
-  uint32_t error = 0;
-  switch (ChangeRegistration(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, error)) {
-    case Registration::kDone:
-      // Whoever waits for an event next has to ask for events again.
-      _state->eventsRegistered = false;
-      _state->inbox.KeepEvents(false);
-      return EnableMQEvents(false);
-    case Registration::kNotSent:
-      ReportErrno("PosixMQClient::RemoveConfigEventListener - mq_send failed");
-      Report("PosixMQClient::RemoveConfigEventListener - mq_send failed\n");
-      break;
-    case Registration::kNotReceived:
-      ReportErrno("PosixMQClient::RemoveConfigEventListener - mq_receive failed");
-      break;
-    case Registration::kMismatch:
-      Report("PosixMQClient::RemoveConfigEventListener - IsValidResponse returned false\n");
-      break;
-    case Registration::kWrongType:
-      Report(
-          "PosixMQClient::RemoveConfigEventListener - msgtype != "
-          "XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE\n");
-      break;
-    case Registration::kError:
-      Report("PosixMQClient::RemoveConfigEventListener - error = %d\n", static_cast<int>(error));
-      break;
-  }
-  EnableMQEvents(false);
-  return 0;
 }
 
 int PosixMQClient::EnableMQEvents(bool enable) { return _state->EnableEvents(enable); }
@@ -192,33 +90,6 @@ int PosixMQClient::ProcessConfigStreamParamEvent(XCONFIGMGR_RESPONSE_T* response
   const std::size_t room = size < sizeof *response ? 0 : size - sizeof *response;
   return state->DeliverStream(delivery, *response, reinterpret_cast<char*>(response + 1),
                               static_cast<unsigned>(room), event);
-}
-
-bool PosixMQClient::RegisterForWaiting() {
-  uint32_t error = 0;
-  switch (ChangeRegistration(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, error)) {
-    case Registration::kDone:
-      return true;
-    case Registration::kNotSent:
-      Report("PosixMQClient::WaitForConfigEvent - mq_send failed\n");
-      return false;
-    case Registration::kNotReceived:
-      ReportErrno("PosixMQClient::WaitForConfigEvent - mq_receive failed");
-      Report("PosixMQClient::WaitForConfigEvent - mq_receive failed\n");
-      return false;
-    case Registration::kMismatch:
-      Report(
-          "PosixMQClient::WaitForConfigEvent(): response message did not match response message "
-          "info\n");
-      return false;
-    case Registration::kWrongType:
-      Report("PosixMQClient::WaitForConfigEvent - response is not a event listener response\n");
-      return false;
-    case Registration::kError:
-      Report("PosixMQClient::WaitForConfigEvent - error != 0\n");
-      return false;
-  }
-  return false;
 }
 
 int PosixMQClient::WaitForConfigEvent(ConfigEvent& event, long, long) {

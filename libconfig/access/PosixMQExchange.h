@@ -21,7 +21,7 @@ class PosixMQClient::Exchange {
   template <typename Request>
   Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer) {
     qel::config::QueueInbox& inbox = _client._state->inbox;
-    const auto deadline = qel::config::QueueExchangeDeadline();
+    const auto deadline = qel::config::QueueClock::now() + _client._patience;
     inbox.Expect(request.requestID);
     if (!qel::config::SendToQueue(_client._requestQueue, &request, length, _client._priority,
                                   deadline)) {

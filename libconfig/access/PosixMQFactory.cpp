@@ -1,7 +1,6 @@
 #include "libconfig/access/PosixMQFactory.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,97 +8,42 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
-#include <vector>
 
 #include "libconfig/access/PosixMQExchange.h"
 #include "libconfig/access/QueueIO.h"
+#include "libconfig/access/ResponseQueue.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
 
 using qel::config::QueueMessage;
 using qel::config::Report;
 using qel::config::ReportErrno;
-
-namespace {
-
-constexpr char kAdvice[] =
-    "PosixMQFactory::Connect - If you are getting this error:\n"
-    "PosixMQFactory::Connect - // You only need to do this once (per boot)\n"
-    "PosixMQFactory::Connect - $ mkdir /dev/mqueue\n"
-    "PosixMQFactory::Connect - $ mount -t mqueue none /dev/mqueue\n"
-    "PosixMQFactory::Connect - // Do this each time you get this error\n"
-    "PosixMQFactory::Connect - $ kill <your client pid>\n"
-    "PosixMQFactory::Connect - $ kill <corewheel pid>\n"
-    "PosixMQFactory::Connect - $ ls -la /dev/mqueue\n"
-    "PosixMQFactory::Connect - $ rm /dev/mqueue/*\n"
-    "PosixMQFactory::Connect - // This last command deletes the queues and gives you a fresh "
-    "start\n"
-    "PosixMQFactory::Connect - // To be fixed in a future release...\n"
-    "PosixMQFactory::Connect - See mq_overview(7) for more about message queues\n";
-
-// What the two limits of the system are called that mostly stand in the way.
-void ReportLimit(int error) {
-  if (error == EINVAL) {
-    Report(
-        "PosixMQFactory::Connect - Set fs.mqueue.msg_max to %ld or more: $ sysctl -w "
-        "fs.mqueue.msg_max=%ld\n",
-        PosixMQFactory::kMessages, PosixMQFactory::kMessages);
-  } else if (error == EMFILE || error == ENOMEM) {
-    Report(
-        "PosixMQFactory::Connect - Each connection takes 77 KiB of RLIMIT_MSGQUEUE, of which a "
-        "user has one for all processes: raise it with ulimit -q, or LimitMSGQUEUE= of a "
-        "service\n");
-  }
-}
-
-void DoubleQueueLimit() {
-  rlimit64 limit;
-  if (::getrlimit64(RLIMIT_MSGQUEUE, &limit) != 0) return;
-  const auto twice = [](rlim64_t value) {
-    return value >= RLIM64_INFINITY / 2 ? value : value * 2;
-  };
-  limit.rlim_cur = twice(limit.rlim_cur);
-  limit.rlim_max = twice(limit.rlim_max);
-  ::setrlimit64(RLIMIT_MSGQUEUE, &limit);
-}
-
-mqd_t OpenOrMake(const std::string& name) {
-  mq_attr attributes = {};
-  attributes.mq_maxmsg = PosixMQFactory::kMessages;
-  attributes.mq_msgsize = PosixMQFactory::kMessageSize;
-  return ::mq_open(name.c_str(), O_RDWR | O_CREAT, PosixMQFactory::kMode, &attributes);
-}
-
-// A queue of that name may have been there before: another user's is none of ours, and what is left
-// in one of our own is not for us.
-bool TakeOver(mqd_t queue) {
-  struct stat status;
-  if (::fstat(queue, &status) != 0) return false;
-  if (status.st_uid != ::geteuid()) {
-    errno = EACCES;
-    return false;
-  }
-  const long size = qel::config::GetQueueMessageSize(queue);
-  if (size < 0) return false;
-  std::vector<char> buffer(static_cast<std::size_t>(size));
-  while (qel::config::ReceiveQueued(queue, buffer.data(), buffer.size()) >= 0) {
-  }
-  return true;
-}
-
-}  // namespace
 
 int GetPriority(std::string uri) { return uri.find("priority=") == std::string::npos ? 0 : 10; }
 
 PosixMQFactory::PosixMQFactory() : PosixMQFactory(kRequestQueue) {}
 
 PosixMQFactory::PosixMQFactory(const std::string& requestQueue)
-    : _requestQueue(::mq_open(requestQueue.c_str(), O_RDWR)), _requestQueueName(requestQueue) {
+    : PosixMQFactory(requestQueue, ::mq_open(requestQueue.c_str(), O_RDWR)) {
   if (_requestQueue != -1) return;
   ReportErrno("PosixMQFactory: mq_open failed");
   Report("PosixMQFactory: mq_open on request queue failed for %s\n", requestQueue.c_str());
   Report("PosixMQFactory: Are two copies of the corewheel running?\n");
   std::exit(-1);
 }
+
+PosixMQFactory::PosixMQFactory(const std::string& requestQueue, mqd_t descriptor)
+    : _requestQueue(descriptor),
+      _requestQueueName(requestQueue),
+      _patience(qel::config::limits::kQueueExchangeMs) {}
+
+std::unique_ptr<PosixMQFactory> PosixMQFactory::Open(const std::string& requestQueue) {
+  const mqd_t queue = ::mq_open(requestQueue.c_str(), O_RDWR);
+  if (queue == -1) return nullptr;
+  return std::unique_ptr<PosixMQFactory>(new PosixMQFactory(requestQueue, queue));
+}
+
+void PosixMQFactory::SetPatience(std::chrono::milliseconds patience) { _patience = patience; }
 
 PosixMQFactory::~PosixMQFactory() { CloseLeftOpen(); }
 
@@ -123,19 +67,6 @@ void PosixMQFactory::FindNewDaemon() {
   ::mq_close(queue);
 }
 
-mqd_t PosixMQFactory::OpenResponseQueue(const std::string& name) {
-  mqd_t queue = OpenOrMake(name);
-  if (queue == -1 && (errno == ENOMEM || errno == EMFILE)) {
-    DoubleQueueLimit();
-    queue = OpenOrMake(name);
-  }
-  if (queue == -1 || TakeOver(queue)) return queue;
-  const int saved = errno;
-  ::mq_close(queue);
-  errno = saved;
-  return -1;
-}
-
 PosixMQClient* PosixMQFactory::Connect(std::string uri) {
   CloseLeftOpen();
   if (_requestQueue == -1) {
@@ -147,29 +78,30 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
       (static_cast<unsigned int>(::getpid()) << 16) + (_connectionCounter & 0xFFFF);
   ++_connectionCounter;
   const std::string name = ConnectionUtilities::GetQueueName(connectionID);
-  const mqd_t queue = OpenResponseQueue(name);
+  const mqd_t queue = qel::config::OpenResponseQueue(name);
   if (queue == -1) {
-    const int error = errno;
-    ReportErrno("PosixMQFactory::Connect - mq_open failed");
-    Report("PosixMQFactory::Connect: mq_open on response queue %s failed\n", name.c_str());
-    Report("%s", kAdvice);
-    ReportLimit(error);
+    qel::config::ReportNoResponseQueue(name);
     return nullptr;
   }
   const auto priority = static_cast<unsigned int>(GetPriority(uri));
   if (ConfirmConnection(_requestQueue, queue, connectionID, priority) == 0) {
+    const int reason = errno;
     Report("PosixMQFactory::Connect - failed to confirm connection %s with server\n", name.c_str());
     ::mq_unlink(name.c_str());
     _leftOpen = queue;
+    errno = reason;
     return nullptr;
   }
-  return new PosixMQClient(connectionID, priority, _requestQueue, queue, _connectionSemaphore.Get(),
-                           _requestCounter, eConfigID_Default);
+  auto* const client =
+      new PosixMQClient(connectionID, priority, _requestQueue, queue, _connectionSemaphore.Get(),
+                        _requestCounter, eConfigID_Default);
+  client->_patience = _patience;
+  return client;
 }
 
 int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
                                       unsigned int connectionID, unsigned int priority) {
-  const auto deadline = qel::config::QueueExchangeDeadline();
+  const auto deadline = qel::config::QueueClock::now() + _patience;
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_CONNECT_REQUEST, connectionID,
                                                    NextRequestID(), 0, priority};
   if (!qel::config::SendToQueue(requestQueue, &request, sizeof request, priority, deadline)) {
@@ -200,6 +132,7 @@ int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
   XCONFIGMGR_RESPONSE_T response = {};
   const bool whole = static_cast<std::size_t>(length) >= sizeof response;
   std::memcpy(&response, buffer.get(), whole ? sizeof response : static_cast<std::size_t>(length));
+  errno = EPROTO;
   if (response.msgtype != XCFG_CONNECT_RESPONSE) {
     Report("PosixMQFactory::ConfirmConnection: unexpected msgtype == %d\n",
            static_cast<int>(response.msgtype));
@@ -212,6 +145,7 @@ int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
   if (response.result != 0) {
     Report("PosixMQFactory::ConfirmConnection: server responded with error %d\n",
            static_cast<int>(response.result));
+    errno = ECONNREFUSED;
     return 0;
   }
   return 1;

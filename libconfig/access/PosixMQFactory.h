@@ -12,6 +12,8 @@
 
 #include <mqueue.h>
 
+#include <chrono>
+#include <memory>
 #include <string>
 
 #include "libconfig/base/Export.h"
@@ -27,19 +29,25 @@ class LIBCONFIG_API PosixMQFactory {
   static constexpr mode_t kMode = 0770;
 
   // Opens the daemon's request queue. Where that fails the process ends, with exit status 255 and a
-  // message: who would rather go on looks first whether the queue can be opened.
+  // message: Open is for those who would rather go on.
   PosixMQFactory();
   // The same with a daemon whose request queue has another name.
   explicit PosixMQFactory(const std::string& requestQueue);
+  // Null, without a message and with the reason in errno, where the queue cannot be opened.
+  static std::unique_ptr<PosixMQFactory> Open(const std::string& requestQueue = kRequestQueue);
   PosixMQFactory(const PosixMQFactory&) = delete;
   PosixMQFactory& operator=(const PosixMQFactory&) = delete;
   // Leaves the request queue open.
   ~PosixMQFactory();
 
+  // How long a handshake may take, and an exchange of the clients that are made from now on. 60
+  // seconds until it is called.
+  void SetPatience(std::chrono::milliseconds patience);
+
   // A connection with configuration 0, the caller's until it goes back to Disconnect. Null, with a
-  // message, when the response queue cannot be had or the daemon does not accept it within 60
-  // seconds. Of `uri` only "priority=" counts: see GetPriority. A daemon that was started anew is
-  // found again.
+  // message and the reason in errno, when the response queue cannot be had or the daemon does not
+  // accept it in time. Of `uri` only "priority=" counts: see GetPriority. A daemon that was started
+  // anew is found again.
   PosixMQClient* Connect(std::string uri);
 
   // Takes leave of the daemon, removes the response queue and deletes the client, also from inside
@@ -52,8 +60,9 @@ class LIBCONFIG_API PosixMQFactory {
   int ConfirmDisconnect(PosixMQClient* client);
 
  private:
+  PosixMQFactory(const std::string& requestQueue, mqd_t descriptor);
+
   void FindNewDaemon();
-  mqd_t OpenResponseQueue(const std::string& name);
   void CloseLeftOpen();
   void ResetSemaphore();
   unsigned int NextRequestID();
@@ -65,6 +74,7 @@ class LIBCONFIG_API PosixMQFactory {
 
   const std::string _requestQueueName;
   mqd_t _leftOpen = -1;  // of a handshake that failed
+  std::chrono::milliseconds _patience;
 };
 
 // 10 for a URI with "priority=" in it, whatever follows; else 0.

@@ -4,7 +4,6 @@
 #include <time.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 
 #include "libconfig/base/Limits.h"
@@ -14,8 +13,6 @@ namespace qel::config {
 using std::chrono::milliseconds;
 
 namespace {
-
-std::atomic<int> exchangeMs{limits::kQueueExchangeMs};
 
 // The kernel counts by the wall clock, which may be set meanwhile: what has really passed is looked
 // at whenever a wait is over.
@@ -50,12 +47,6 @@ int Poll(mqd_t queue, int wake, int time) {
 }
 
 }  // namespace
-
-QueueClock::time_point QueueExchangeDeadline() {
-  return QueueClock::now() + milliseconds(exchangeMs.load(std::memory_order_relaxed));
-}
-
-void SetQueueExchangeMs(int ms) { exchangeMs = ms == 0 ? limits::kQueueExchangeMs : ms; }
 
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
                  QueueClock::time_point deadline) {

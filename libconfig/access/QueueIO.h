@@ -13,12 +13,6 @@ namespace qel::config {
 
 using QueueClock = std::chrono::steady_clock;
 
-// When an exchange that begins now is given up.
-QueueClock::time_point QueueExchangeDeadline();
-
-// For tests, which cannot wait for a minute; 0 is the usual time again.
-void SetQueueExchangeMs(int milliseconds);
-
 // False with the reason in errno: ETIMEDOUT when the queue stayed full until `deadline`.
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
                  QueueClock::time_point deadline);

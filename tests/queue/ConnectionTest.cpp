@@ -5,7 +5,6 @@
 #include <atomic>
 #include <thread>
 
-#include "libconfig/access/QueueIO.h"
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Eventually.h"
 
@@ -22,11 +21,6 @@ namespace {
 
 class QueueConnection : public QueueTest {
  protected:
-  void TearDown() override {
-    QueueTest::TearDown();
-    qel::config::SetQueueExchangeMs(0);
-  }
-
   std::string FailToConnect(PosixMQFactory& factory) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(nullptr, factory.Connect(""));
@@ -88,7 +82,7 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
   EXPECT_EQ("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" + lastLine(3),
             FailToConnect(factory));
   silent = true;
-  qel::config::SetQueueExchangeMs(20);
+  factory.SetPatience(std::chrono::milliseconds(20));
   char identifier[16];
   std::snprintf(identifier, sizeof identifier, "%X", FakeDaemon::FirstConnection() + 4);
   EXPECT_EQ(

@@ -1,11 +1,13 @@
 // What a queue client sends, and what it makes of the answers: right ones, wrong ones, late ones.
 #include <gmock/gmock.h>
 
-#include "libconfig/access/QueueIO.h"
+#include <chrono>
+
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Wire.h"
 
+using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing_support::FakeDaemon;
@@ -30,10 +32,6 @@ class QueueExchange : public QueueTest {
   void SetUp() override {
     QueueTest::SetUp();
     CreateDescriptors();
-  }
-  void TearDown() override {
-    QueueTest::TearDown();
-    qel::config::SetQueueExchangeMs(0);
   }
 
   // Connects to a daemon that answers the requests of one type with what `make` makes of them.
@@ -162,6 +160,7 @@ TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
 }
 
 TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
+  _patience = milliseconds(500);
   QueueWords kept;
   ConnectTo(80, [&](const QueueWords& words, TestQueue& queue) {
     if (words[5] == kIPConfig) {
@@ -176,28 +175,23 @@ TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
     queue.Send(late.To(kept));
     queue.Send(right.To(words));
   });
-  qel::config::SetQueueExchangeMs(50);
   EXPECT_EQ(
       "PosixMQClient::Get(): mq_receive returned -1, FAILED: Connection timed out\n"
       "PosixMQClient::Get(): mq_receive returned -1, FAILED",
       Complaint([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); }));
-  qel::config::SetQueueExchangeMs(0);
   EXPECT_EQ("", Complaint([&] { EXPECT_EQ(3U, _client->Get(eParamID_MediaUpdated)); }));
 }
 
 TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
+  _patience = milliseconds(500);
   Connect();
+  // The daemon is gone, and nobody takes what is in its queue.
   _daemon.reset();
-  // The daemon is gone, and its queue fills with requests that nobody takes.
-  qel::config::SetQueueExchangeMs(1);
-  std::string complaint;
-  for (int i = 0; i < 200 && complaint.find("mq_send") == std::string::npos; ++i) {
-    complaint = Complaint([&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); });
-  }
+  while (FakeDaemon::Requests().Waiting() < 128) ASSERT_TRUE(FakeDaemon::Requests().Send("", 0));
   EXPECT_EQ(
       "PosixMQClient::Set mq_send failed: Connection timed out\n"
       "PosixMQClient::Set - mq_send failed\n",
-      complaint);
+      Complaint([&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); }));
   EXPECT_EQ("PosixMQClient::Set: mq_send failed\n", Complaint([&] {
               EXPECT_EQ(0, _client->Set(eParamID_SysName, std::string(600, 'x')));
             }));

@@ -1,6 +1,7 @@
 // The daemon's end of the queues, as a test wants it to behave.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -120,6 +121,7 @@ class QueueTest : public testing::Test {
   void Connect(FakeDaemon::Behaviour behaviour = {}, const char* uri = "") {
     _daemon = std::make_unique<FakeDaemon>(std::move(behaviour));
     _factory = std::make_unique<PosixMQFactory>(TestQueueName());
+    _factory->SetPatience(_patience);
     _client = _factory->Connect(uri);
     ASSERT_NE(nullptr, _client);
   }
@@ -130,6 +132,7 @@ class QueueTest : public testing::Test {
     _client = nullptr;
   }
 
+  std::chrono::milliseconds _patience{60000};
   std::unique_ptr<FakeDaemon> _daemon;
   std::unique_ptr<PosixMQFactory> _factory;
   PosixMQClient* _client = nullptr;

@@ -1,0 +1,105 @@
+#include "libconfig/access/ResponseQueue.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "libconfig/access/PosixMQFactory.h"
+#include "libconfig/access/QueueIO.h"
+#include "libconfig/base/Diagnostics.h"
+
+namespace qel::config {
+namespace {
+
+constexpr char kAdvice[] =
+    "PosixMQFactory::Connect - If you are getting this error:\n"
+    "PosixMQFactory::Connect - // You only need to do this once (per boot)\n"
+    "PosixMQFactory::Connect - $ mkdir /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ mount -t mqueue none /dev/mqueue\n"
+    "PosixMQFactory::Connect - // Do this each time you get this error\n"
+    "PosixMQFactory::Connect - $ kill <your client pid>\n"
+    "PosixMQFactory::Connect - $ kill <corewheel pid>\n"
+    "PosixMQFactory::Connect - $ ls -la /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ rm /dev/mqueue/*\n"
+    "PosixMQFactory::Connect - // This last command deletes the queues and gives you a fresh "
+    "start\n"
+    "PosixMQFactory::Connect - // To be fixed in a future release...\n"
+    "PosixMQFactory::Connect - See mq_overview(7) for more about message queues\n";
+
+// What the two limits of the system are called that mostly stand in the way.
+void ReportLimit(int error) {
+  if (error == EINVAL) {
+    Report(
+        "PosixMQFactory::Connect - Set fs.mqueue.msg_max to %ld or more: $ sysctl -w "
+        "fs.mqueue.msg_max=%ld\n",
+        PosixMQFactory::kMessages, PosixMQFactory::kMessages);
+  } else if (error == EMFILE || error == ENOMEM) {
+    Report(
+        "PosixMQFactory::Connect - Each connection takes 77 KiB of RLIMIT_MSGQUEUE, of which a "
+        "user has one for all processes: raise it with ulimit -q, or LimitMSGQUEUE= of a "
+        "service\n");
+  }
+}
+
+void DoubleQueueLimit() {
+  rlimit64 limit;
+  if (::getrlimit64(RLIMIT_MSGQUEUE, &limit) != 0) return;
+  const auto twice = [](rlim64_t value) {
+    return value >= RLIM64_INFINITY / 2 ? value : value * 2;
+  };
+  limit.rlim_cur = twice(limit.rlim_cur);
+  limit.rlim_max = twice(limit.rlim_max);
+  ::setrlimit64(RLIMIT_MSGQUEUE, &limit);
+}
+
+mqd_t OpenOrMake(const std::string& name) {
+  mq_attr attributes = {};
+  attributes.mq_maxmsg = PosixMQFactory::kMessages;
+  attributes.mq_msgsize = PosixMQFactory::kMessageSize;
+  return ::mq_open(name.c_str(), O_RDWR | O_CREAT, PosixMQFactory::kMode, &attributes);
+}
+
+// A queue of that name may have been there before: another user's is none of ours, and what is left
+// in one of our own is not for us.
+bool TakeOver(mqd_t queue) {
+  struct stat status;
+  if (::fstat(queue, &status) != 0) return false;
+  if (status.st_uid != ::geteuid()) {
+    errno = EACCES;
+    return false;
+  }
+  const long size = GetQueueMessageSize(queue);
+  if (size < 0) return false;
+  std::vector<char> buffer(static_cast<std::size_t>(size));
+  while (ReceiveQueued(queue, buffer.data(), buffer.size()) >= 0) {
+  }
+  return true;
+}
+
+}  // namespace
+
+mqd_t OpenResponseQueue(const std::string& name) {
+  mqd_t queue = OpenOrMake(name);
+  if (queue == -1 && (errno == ENOMEM || errno == EMFILE)) {
+    DoubleQueueLimit();
+    queue = OpenOrMake(name);
+  }
+  if (queue == -1 || TakeOver(queue)) return queue;
+  const int saved = errno;
+  ::mq_close(queue);
+  errno = saved;
+  return -1;
+}
+
+void ReportNoResponseQueue(const std::string& name) {
+  ReportErrno("PosixMQFactory::Connect - mq_open failed");
+  Report("PosixMQFactory::Connect: mq_open on response queue %s failed\n", name.c_str());
+  Report("%s", kAdvice);
+  ReportLimit(errno);
+}
+
+}  // namespace qel::config
