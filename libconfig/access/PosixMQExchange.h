@@ -20,8 +20,13 @@ class PosixMQClient::Exchange {
   // `length` bytes that begin with `request`. Where it fails errno says why.
   template <typename Request>
   Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer) {
+    return Ask(request, length, answer, _client._patience);
+  }
+  template <typename Request>
+  Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer,
+             std::chrono::milliseconds patience) {
     qel::config::QueueInbox& inbox = _client._state->inbox;
-    const auto deadline = qel::config::QueueClock::now() + _client._patience;
+    const auto deadline = qel::config::QueueClock::now() + patience;
     inbox.Expect(request.requestID);
     if (!qel::config::SendToQueue(_client._requestQueue, &request, length, _client._priority,
                                   deadline)) {
