@@ -33,7 +33,8 @@ struct Options {
   int port = kDefaultPort;
   bool udp = true;
   bool quiet = false;
-  std::string queue;  // empty for none
+  bool serveQueue = true;
+  std::string queue = PosixMQFactory::kRequestQueue;
   std::string state;  // empty for none
 };
 
@@ -133,11 +134,11 @@ int Serve(const Options& options) {
   }
 
   std::unique_ptr<QueueService> queue;
-  if (!options.queue.empty()) {
+  if (options.serveQueue) {
     queue = std::make_unique<QueueService>(options.queue);
-    const QueueService::Opened opened = queue->Open();
-    if (opened == QueueService::Opened::kTaken) return kFailed;
-    if (opened == QueueService::Opened::kUnavailable) queue.reset();
+    const RequestQueue::Opened opened = queue->Open();
+    if (opened == RequestQueue::Opened::kTaken) return kFailed;
+    if (opened == RequestQueue::Opened::kUnavailable) queue.reset();
   }
   Servers servers;
   if (!servers.Open(options.listen, options.port, options.udp)) return kFailed;
@@ -167,7 +168,7 @@ int Serve(const Options& options) {
 int Run(int argc, char** argv) {
   Options options;
   CLI::App app(
-      "Serves the device's configurations to other processes, over TCP and UDP.\n"
+      "Serves the device's configurations to other processes, over TCP, UDP and a message queue.\n"
       "What is changed over UDP is multicast to 239.81.69.76, port 63110, on the loopback\n"
       "interface.\n"
       "It runs in the foreground until SIGTERM or SIGINT.");
@@ -181,14 +182,15 @@ int Run(int argc, char** argv) {
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   app.add_flag("!--no-udp", options.udp, "Serve TCP only, and multicast nothing");
-  app.add_option("--queue", options.queue,
-                 std::string("Message queue to serve too; clients look for ") +
-                     PosixMQFactory::kRequestQueue)
-      ->type_name("NAME")
-      ->check([](const std::string& name) {
-        const bool good = name.size() > 1 && name.size() < 256 && name.rfind('/') == 0;
-        return good ? std::string() : "a queue is named /NAME, not " + name;
-      });
+  CLI::Option* const queue =
+      app.add_option("--queue", options.queue, "Message queue to serve; clients look for this one")
+          ->type_name("NAME")
+          ->check([](const std::string& name) {
+            const bool good = name.size() > 1 && name.size() < 256 && name.rfind('/') == 0;
+            return good ? std::string() : "a queue is named /NAME, not " + name;
+          })
+          ->capture_default_str();
+  app.add_flag("!--no-queue", options.serveQueue, "Serve no message queue")->excludes(queue);
   options.state = StateDirectory();
   CLI::Option* const state =
       app.add_option("--state", options.state,
