@@ -79,7 +79,10 @@ CommandLine::CommandLine() : _app("Reads, changes and watches the settings of a 
 
 void CommandLine::DeclareCommonOptions(CLI::App& app) {
   constexpr char kGroup[] = "Options of every command";
-  app.add_option("--uri", _options.uri, "Where the configuration is (env: LIBCONFIG_URI)")
+  app.add_option(
+         "--uri", _options.uri,
+         "Where the configuration is: tcp://HOST:PORT, udp://…, multicast://…, or mq: for the "
+         "message queues of this machine (env: LIBCONFIG_URI)")
       ->type_name("URI")
       ->default_str(_options.uri)
       ->group(kGroup);

@@ -51,6 +51,11 @@ Failure NotConnected(const Place& place) {
   }
 }
 
+bool IsText(eParam_t id) {
+  const ParamDescriptor* const param = FindDescriptor(id);
+  return param != nullptr && param->GetParamType() == eParamType_String;
+}
+
 }  // namespace
 
 Connection::Connection(const Session& session, OnTimeout onTimeout)
@@ -78,7 +83,7 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
 }
 
 Connection::~Connection() {
-  if (_session.GetOptions().mapped) {
+  if (_session.GetOptions().mapped || _queue != nullptr) {
     delete _config;
     return;
   }
@@ -87,6 +92,10 @@ Connection::~Connection() {
 }
 
 void Connection::Connect() {
+  if (!_place.GetQueue().empty()) {
+    ConnectQueue();
+    return;
+  }
   const std::string uri = _place.GetLibraryURI();
   if (_session.GetOptions().mapped) {
     ConnectMapped(uri, _place.GetListeningURI());
@@ -94,6 +103,19 @@ void Connection::Connect() {
   }
   _config = ConfigFactoryImpl::GetInstance()->Connect(uri);
   if (auto* const client = dynamic_cast<NetworkClient*>(_config)) _clients.push_back(client);
+}
+
+void Connection::ConnectQueue() {
+  if (_session.GetOptions().mapped) {
+    throw Failure(Status::kUsage,
+                  "proxies cannot be followed over message queues; leave out --mapped, or name the "
+                  "daemon's tcp:// URI");
+  }
+  // Where the watchdog ends the program, it is to be the first.
+  auto patience = std::chrono::ceil<std::chrono::milliseconds>(_watchdog.GetLimit());
+  if (_onTimeout == OnTimeout::kEndProgram) patience += std::chrono::seconds(1);
+  _queue = QueueConfig::Connect(_place.GetQueue(), patience).release();
+  _config = _queue;
 }
 
 void Connection::ConnectMapped(const std::string& uri, const std::string& listeningURI) {
@@ -115,7 +137,10 @@ void Connection::ConnectMapped(const std::string& uri, const std::string& listen
 
 // An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
 Watchdog::Action Connection::EndProgram(const char* doing) {
-  return [this, doing] { ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit()))); };
+  return [this, doing] {
+    QueueConfig::RemoveResponseQueue();
+    ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit())));
+  };
 }
 
 Watchdog::Guard Connection::Watch(const char* doing) {
@@ -127,6 +152,7 @@ Watchdog::Guard Connection::Watch(const char* doing) {
 }
 
 bool Connection::IsAlive() const {
+  if (_queue != nullptr) return _queue->IsAlive();
   return std::all_of(_clients.begin(), _clients.end(),
                      [](NetworkClient* client) { return client->IsConnected(); });
 }
@@ -141,8 +167,7 @@ void Connection::ThrowLost(const char* doing) const {
 programs::Value Connection::Get(eParam_t id) {
   const auto guard = Watch("reading");
   const auto start = Watchdog::Clock::now();
-  const ParamDescriptor* const param = FindDescriptor(id);
-  if (param != nullptr && param->GetParamType() == eParamType_String) {
+  if (IsText(id)) {
     std::string text;
     if (_config->Get(id, text) != 0) return text;
   } else {
@@ -165,17 +190,28 @@ void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) con
   if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
     throw TimedOut(_place, "reading", _place.GetPatience());
   }
-  throw Failure(Status::kRefused, GetURI() + " has no value for " + programs::ParamName(id) +
-                                      "; it may be another model of the recorder");
+  const bool isText = _queue != nullptr && IsText(id);
+  throw Failure(Status::kRefused,
+                GetURI() + " has no value for " + programs::ParamName(id) +
+                    (isText ? "; it may have more than " + std::to_string(_queue->kLongestText) +
+                                  " bytes, which the daemon's tcp:// URI tells"
+                            : "; it may be another model of the recorder"));
 }
 
 void Connection::Set(eParam_t id, const programs::Value& value) {
   const auto guard = Watch("setting");
+  const auto* const text = std::get_if<std::string>(&value);
+  if (_queue != nullptr && text != nullptr && text->size() > _queue->kLongestText) {
+    throw Failure(Status::kRefused, "the value for " + programs::ParamName(id) +
+                                        " does not fit into a message; texts may have up to " +
+                                        std::to_string(_queue->kLongestText) +
+                                        " bytes there, and more over the daemon's tcp:// URI");
+  }
   const auto set = [&](const auto& content) { return _config->Set(id, content); };
   if (std::visit(set, value) != 0) return;
   if (!IsAlive()) ThrowLost("setting");
-  // A refused number is found out by reading it back, as not every transport tells.
-  if (std::holds_alternative<unsigned int>(value)) return;
+  // A refusal is found out by reading it back, as not every transport tells.
+  if (text == nullptr || _queue != nullptr) return;
   throw Failure(Status::kRefused, "the value for " + programs::ParamName(id) +
                                       " cannot be sent; texts may have up to 8000 bytes");
 }
@@ -197,6 +233,16 @@ void Connection::Listen(ConfigEventListener& listener) {
   } else if (_config->AddConfigEventListener(&listener) == 0) {
     ThrowLost("registering");
   }
+}
+
+bool Connection::ListenAgain(ConfigEventListener& listener) {
+  if (_queue == nullptr) return false;
+  const auto guard = Watch("registering");
+  if (_queue->RemoveConfigEventListener(&listener) == 0 ||
+      _queue->AddConfigEventListener(&listener) == 0) {
+    ThrowLost();
+  }
+  return true;
 }
 
 unsigned int Connection::TakeMissed() {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "configctl/Place.h"
+#include "configctl/QueueConfig.h"
 #include "configctl/Session.h"
 #include "configctl/Watchdog.h"
 #include "libconfig/libconfig.h"
@@ -29,6 +30,7 @@ class Connection {
   void SetOnTimeout(OnTimeout choice) { _onTimeout = choice; }
   // As far as this side knows; a transport without connections is alive until an exchange fails.
   bool IsAlive() const;
+  bool IsOverQueues() const { return _queue != nullptr; }
   // As the user would write it.
   std::string GetURI() const { return _place.GetURI(); }
   int GetConfigNumber() const { return _place.GetConfig(); }
@@ -41,11 +43,15 @@ class Connection {
   eParam_t Resolve(eParam_t id);
   // `listener` is called until the connection is gone.
   void Listen(ConfigEventListener& listener);
+  // A daemon sends no more changes to a queue that was full for once, and cannot say so. Asks it to
+  // begin again; true where changes may have been missed, which is for the caller to look at.
+  bool ListenAgain(ConfigEventListener& listener);
   // Changes that were announced and have not come, since the last call.
   unsigned int TakeMissed();
 
  private:
   void Connect();
+  void ConnectQueue();
   void ConnectMapped(const std::string& uri, const std::string& listeningURI);
   Watchdog::Action EndProgram(const char* doing);
   Watchdog::Guard Watch(const char* doing);
@@ -57,6 +63,7 @@ class Connection {
   Place _place;
   Watchdog _watchdog;
   Config* _config = nullptr;
+  QueueConfig* _queue = nullptr;  // the same, over message queues
   // What it consists of, where the transport is one that can break.
   std::vector<qel::vorlane::config::access::NetworkClient*> _clients;
   // Where changes are announced, when that is another place; a part of a mapped configuration.

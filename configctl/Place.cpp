@@ -11,15 +11,19 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 #include "configctl/Failure.h"
+#include "libconfig/libconfig.h"
 
 namespace configctl {
 namespace {
 
+constexpr char kQueueScheme[] = "mq";
+
 [[noreturn]] void ThrowUsage(const std::string& uri, const std::string& what) {
   throw Failure(Status::kUsage,
-                "--uri " + uri + ": " + what + "; write it like tcp://127.0.0.1:43110");
+                "--uri " + uri + ": " + what + "; write it like tcp://127.0.0.1:43110, or mq:");
 }
 
 // Decimal digits only, up to `max`; -1 otherwise.
@@ -69,9 +73,14 @@ const Place::Scheme Place::kSchemes[] = {
     {"tcp", true, true, std::chrono::milliseconds(12000), kDefaultPort, "tcp"},
     {"udp", false, false, std::chrono::milliseconds(6000), kDefaultPort, "udp"},
     {"multicast", false, true, std::chrono::milliseconds(6000), 63110, "udp"},
+    {kQueueScheme, false, true, std::chrono::milliseconds(60000), 0, kQueueScheme},
 };
 
 Place::Place(const std::string& uri, int config) {
+  if (uri.compare(0, std::strlen(kQueueScheme) + 1, std::string(kQueueScheme) + ":") == 0) {
+    ReadQueue(uri, uri.substr(std::strlen(kQueueScheme) + 1), config);
+    return;
+  }
   const std::size_t scheme = uri.find("://");
   if (scheme == std::string::npos) ThrowUsage(uri, "the transport is missing");
   const std::string name = uri.substr(0, scheme);
@@ -94,6 +103,23 @@ Place::Place(const std::string& uri, int config) {
   if (config != kNoConfig) _config = config;
 }
 
+void Place::ReadQueue(const std::string& uri, const std::string& rest, int config) {
+  _scheme = &*std::find_if(std::begin(kSchemes), std::end(kSchemes), [](const Scheme& row) {
+    return std::strcmp(row.name, kQueueScheme) == 0;
+  });
+  _queue = rest.empty() ? PosixMQFactory::kRequestQueue : rest;
+  if (_queue.size() < 2 || _queue.rfind('/') != 0) {
+    throw Failure(Status::kUsage,
+                  "--uri " + uri + ": a queue is named /NAME; write it like mq: or mq:/corewheel");
+  }
+  if (config != kNoConfig && config != 0) {
+    throw Failure(Status::kUsage,
+                  "over message queues there is configuration 0 only; name the daemon's tcp:// URI "
+                  "for --config " +
+                      std::to_string(config));
+  }
+}
+
 void Place::ReadOptions(const std::string& uri, std::string options) {
   while (!options.empty()) {
     std::string value = TakeUntil(options, '/');
@@ -112,6 +138,7 @@ void Place::ReadOptions(const std::string& uri, std::string options) {
 }
 
 void Place::Resolve() {
+  if (!_queue.empty()) return;
   addrinfo wanted = {};
   wanted.ai_family = AF_INET;
   wanted.ai_socktype = SOCK_STREAM;
@@ -131,6 +158,7 @@ void Place::Resolve() {
 }
 
 std::string Place::GetURI() const {
+  if (!_queue.empty()) return kQueueScheme + (":" + _queue);
   return std::string(_scheme->name) + "://" + _host + ":" + std::to_string(_port) +
          (_config == 0 ? "" : "/configid=" + std::to_string(_config));
 }

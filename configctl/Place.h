@@ -15,7 +15,8 @@ class Place {
   // Understands "tcp://HOST:PORT" or another transport's name, with "/configid=N" behind it or not;
   // the port may be left out. "multicast://HOST:PORT" is where changes made over UDP are announced;
   // whoever has a question asks over UDP at the port that "/ask=PORT" names. `config` overrides the
-  // URI's configuration number unless it is kNoConfig. Throws Failure.
+  // URI's configuration number unless it is kNoConfig. "mq:" is the message queue of this machine's
+  // daemon, "mq:/NAME" that of another one. Throws Failure.
   Place(const std::string& uri, int config);
 
   // Finds the address, which may take long. Throws Failure.
@@ -24,6 +25,8 @@ class Place {
   // As the user would write it.
   std::string GetURI() const;
   int GetConfig() const { return _config; }
+  // The name of the daemon's message queue; empty for every other transport.
+  const std::string& GetQueue() const { return _queue; }
   bool HasConnections() const;
   // Whether changes can be heard there.
   bool CanListen() const;
@@ -47,9 +50,11 @@ class Place {
 
   bool IsListeningPlace() const;
   std::string LibraryURI(const char* scheme, int port) const;
+  void ReadQueue(const std::string& uri, const std::string& rest, int config);
   void ReadOptions(const std::string& uri, std::string options);
 
   const Scheme* _scheme = nullptr;
+  std::string _queue;
   std::string _host;
   int _port = kDefaultPort;
   int _askPort = kDefaultPort;

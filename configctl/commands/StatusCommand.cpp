@@ -35,21 +35,31 @@ class StatusCommand : public Command {
     std::sort(times.begin(), times.end());
     const double median = times[times.size() / 2];
 
+    const bool overQueues = connection.IsOverQueues();
+    const QueueLimits limits = QueueLimits::Read();
     if (session.WantsJson()) {
-      session.PrintResult({{"uri", connection.GetURI()},
-                           {"connect_ms", connected},
-                           {"round_trips", times.size()},
-                           {"min_ms", times.front()},
-                           {"median_ms", median},
-                           {"max_ms", times.back()}});
+      nlohmann::ordered_json result = {{"uri", connection.GetURI()},  {"connect_ms", connected},
+                                       {"round_trips", times.size()}, {"min_ms", times.front()},
+                                       {"median_ms", median},         {"max_ms", times.back()}};
+      if (overQueues) result["queue_limits"] = ToJson(limits);
+      session.PrintResult(result);
       return;
     }
     session.Print(connection.GetURI() + " is there: connected in " + Shown(connected) + "\n" +
                   std::to_string(times.size()) + " round trips: fastest " + Shown(times.front()) +
-                  ", median " + Shown(median) + ", slowest " + Shown(times.back()));
+                  ", median " + Shown(median) + ", slowest " + Shown(times.back()) +
+                  (overQueues ? "\nlimits here: " + limits.ToText() : ""));
   }
 
  private:
+  static nlohmann::ordered_json ToJson(const QueueLimits& limits) {
+    nlohmann::ordered_json json = {{"bytes", nullptr},
+                                   {"connection_bytes", QueueLimits::kConnectionBytes},
+                                   {"msg_max", limits.messages}};
+    if (!limits.IsUnlimited()) json["bytes"] = limits.bytes;
+    return json;
+  }
+
   // A refusal is an answer too.
   static double AskOnce(Connection& connection) {
     const auto start = Clock::now();

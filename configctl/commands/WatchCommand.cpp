@@ -25,7 +25,10 @@ constexpr std::chrono::milliseconds kRetry{250};
 // Of one value that keeps changing while it is read.
 constexpr int kMostReadings = 100;
 
-void EndQuietly(int) { ::_exit(static_cast<int>(Status::kDone)); }
+void EndQuietly(int) {
+  QueueConfig::RemoveResponseQueue();
+  ::_exit(static_cast<int>(Status::kDone));
+}
 
 // Knows the value of every watched parameter, and tells how it differs from what comes.
 class Watcher {
@@ -93,6 +96,7 @@ class Watcher {
         throw Failure(Status::kNoConnection, "lost");
       } else if (Watchdog::Clock::now() - heard >= kSilence) {
         Ask(connection);
+        if (connection.ListenAgain(_queue)) Compare(connection);
         heard = Watchdog::Clock::now();
       }
     }

@@ -1,0 +1,168 @@
+// configctl over message queues, as a technician would use it.
+#include <gmock/gmock.h>
+
+#include <sys/resource.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "libconfig/libconfig.h"
+#include "tests/programs/Programs.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/Queues.h"
+
+using nlohmann::json;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+using testing_support::Daemon;
+using testing_support::Outcome;
+using testing_support::Process;
+using testing_support::StartConfigctl;
+using testing_support::TestQueue;
+
+namespace {
+
+class QueueConfigctl : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string reason = testing_support::WhyNoQueues();
+    if (!reason.empty()) GTEST_SKIP() << reason;
+    Start();
+  }
+
+  void Start() { _daemon = std::make_unique<Daemon>(Process::Words{"--queue", _name}); }
+  Outcome Run(const Process::Words& arguments) {
+    return testing_support::RunConfigctl(_uri, arguments);
+  }
+  Outcome Fails(int status, const std::string& message) const {
+    return {status, "", "configctl: " + _uri + message + "\n"};
+  }
+
+  const std::string _name = testing_support::TestQueueName();
+  const std::string _uri = "mq:" + _name;
+  std::unique_ptr<Daemon> _daemon;
+};
+
+TEST_F(QueueConfigctl, ReadsChangesAndDescribes) {
+  EXPECT_EQ((Outcome{0, "Default Addr\n", ""}), Run({"get", "IPConfig"})) << "a zero is a value";
+  EXPECT_EQ((Outcome{0, "IPConfig: stored DHCP\n", ""}), Run({"set", "IPConfig", "DHCP"}));
+  EXPECT_EQ((Outcome{0, "IntervalFrames: stored 120 (asked for 500)\n", ""}),
+            Run({"set", "IntervalFrames", "500"}));
+  EXPECT_EQ((Outcome{0, "IPConfig = DHCP\nSysName = Vantor Rack\n", ""}),
+            Run({"get", "IPConfig", "SysName"}));
+  const json now = json::parse(Run({"describe", "IPAddress", "--json"}).out);
+  EXPECT_EQ("IPAddress_2", now["result"]["stands_for"]["now"]);
+  EXPECT_THAT(Run({"status"}).out,
+              MatchesRegex(_uri + " is there: connected in [^\n]*\n21 round trips: [^\n]*\n"
+                                  "limits here: RLIMIT_MSGQUEUE is [^\n]*\n"));
+  EXPECT_EQ(256, json::parse(Run({"status", "--json"}).out)["result"]["queue_limits"]["msg_max"]);
+}
+
+TEST_F(QueueConfigctl, SaysWhatDoesNotFitIntoAMessage) {
+  const std::string longest(443, 'x');
+  EXPECT_EQ(0, Run({"set", "SysName", longest, "--force"}).status);
+  EXPECT_EQ(longest + "\n", Run({"get", "SysName"}).out);
+  EXPECT_EQ((Outcome{1, "",
+                     "configctl: the value for SysName does not fit into a message; texts may have "
+                     "up to 443 bytes there, and more over the daemon's tcp:// URI\n"}),
+            Run({"set", "SysName", longest + "x", "--force"}));
+  testing_support::RunConfigctl(_daemon->GetURI(), {"set", "SysName", longest + "x", "--force"});
+  EXPECT_EQ(Fails(1,
+                  " has no value for SysName; it may have more than 443 bytes, which the daemon's "
+                  "tcp:// URI tells"),
+            Run({"get", "SysName"}));
+}
+
+TEST_F(QueueConfigctl, UnderstandsOnlyWhatQueuesOffer) {
+  for (const Process::Words& wrong :
+       {Process::Words{"--mapped", "get", "IPAddress"}, {"--config", "1", "get", "IPConfig"}}) {
+    const Outcome outcome = Run(wrong);
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.err, HasSubstr("over message queues"));
+    EXPECT_THAT(outcome.err, HasSubstr("tcp:// URI"));
+  }
+  EXPECT_EQ((Outcome{2, "",
+                     "configctl: --uri mq:corewheel: a queue is named /NAME; write it like mq: or "
+                     "mq:/corewheel\n"}),
+            testing_support::RunConfigctl("mq:corewheel", {"get", "IPConfig"}));
+}
+
+TEST_F(QueueConfigctl, TellsADaemonThatDiedFromOneThatEndedAndOneThatStandsStill) {
+  _daemon->GetProcess().Kill(SIGSTOP);
+  EXPECT_EQ(Fails(4,
+                  " gave no answer within 0.5 seconds while connecting; see whether configd is "
+                  "well there, or wait longer with --timeout"),
+            Run({"get", "IPConfig", "--timeout", "0.5"}));
+  _daemon->GetProcess().Kill(SIGCONT);
+  _daemon->End(SIGKILL);
+  EXPECT_EQ(3, Run({"get", "IPConfig"}).status);
+  EXPECT_THAT(Run({"get", "IPConfig"}).err,
+              EndsWith(" any more, as its daemon died; start configd again, or name another place "
+                       "with --uri\n"));
+  Start();
+  EXPECT_EQ(0, Run({"get", "IPConfig"}).status);
+  _daemon->End(SIGTERM);
+  EXPECT_EQ((Outcome{3, "",
+                     "configctl: nobody serves " + _uri +
+                         "; start configd on this machine and see that it says so, or name another "
+                         "place with --uri\n"}),
+            Run({"get", "IPConfig"}));
+}
+
+TEST_F(QueueConfigctl, SaysWhichLimitIsReached) {
+  // A limit is the children's too.
+  rlimit before;
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_MSGQUEUE, &before));
+  const rlimit low = {1000, before.rlim_max};
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_MSGQUEUE, &low));
+  const Outcome outcome = Run({"get", "IPConfig"});
+  ::setrlimit(RLIMIT_MSGQUEUE, &before);
+  if (outcome.status == 0) GTEST_SKIP() << "this user may raise the limit";
+  EXPECT_EQ(3, outcome.status);
+  EXPECT_THAT(outcome.err, HasSubstr("RLIMIT_MSGQUEUE is "));
+  EXPECT_THAT(outcome.err, HasSubstr("raise the limit with ulimit -q or LimitMSGQUEUE="));
+}
+
+TEST_F(QueueConfigctl, WatchesAcrossTheEndOfTheDaemon) {
+  const auto watch = StartConfigctl(_uri, {"watch", "IPConfig", "SysName", "--timeout", "0.5"});
+  watch->WaitForLine("SysName: \"Vantor Rack\"");
+  EXPECT_EQ(0, Run({"set", "IPConfig", "DHCP"}).status);
+  watch->WaitForLine("IPConfig: Default Addr (0) -> DHCP (1)");
+  for (const int signal : {SIGKILL, SIGTERM}) {
+    _daemon->End(signal);
+    EXPECT_EQ("configctl: " + _uri + " has gone away; waiting for it to come back",
+              watch->WaitForErrorLine());
+    Start();
+    EXPECT_EQ("configctl: " + _uri + " is back", watch->WaitForErrorLine());
+    watch->WaitForLine("IPConfig: DHCP (1) -> Default Addr (0)");
+    EXPECT_EQ(0, Run({"set", "IPConfig", "DHCP"}).status);
+    watch->WaitForLine("IPConfig: Default Addr (0) -> DHCP (1)");
+  }
+  watch->Kill(SIGTERM);
+  EXPECT_EQ(0, watch->Wait());
+  const uint32_t id = static_cast<uint32_t>(watch->GetPid()) << 16;
+  for (uint32_t i = 0; i < 3; ++i) {
+    EXPECT_FALSE(TestQueue::Existing(ConnectionUtilities::GetQueueName(id + i)).IsOpen());
+  }
+}
+
+// One that stands still while changes fill its queue hears of no more, and finds out.
+TEST_F(QueueConfigctl, WatchesOnAfterItsQueueWasFull) {
+  const auto watch = StartConfigctl(_uri, {"watch", "IntervalTime"});
+  watch->WaitForLine("IntervalTime: ");
+  watch->Kill(SIGSTOP);
+  Config* const network = ConfigFactoryImpl::GetInstance()->Connect(_daemon->GetURI());
+  ASSERT_NE(nullptr, network);
+  for (unsigned i = 1000; i < 1300; ++i) network->Set(eParamID_IntervalTime, i);
+  EXPECT_EQ(1299U, network->Get(eParamID_IntervalTime));
+  EXPECT_TRUE(_daemon->WaitForOutput("hears of no more changes"));
+  watch->Kill(SIGCONT);
+  watch->WaitForLine("-> 1299 s");
+  network->Set(eParamID_IntervalTime, 1300U);
+  watch->WaitForLine("1299 s -> 1300 s");
+  ConfigFactoryImpl::GetInstance()->Disconnect(network);
+}
+
+}  // namespace
