@@ -56,9 +56,7 @@ constexpr Way kWays[] = {
     // What is changed over UDP is multicast, to listeners of another kind.
     {"Udp", "%u", true, false, false, false, false, false, false, false},
     {"CachedUdp", "%u/caching=true", true, false, false, false, false, false, true, false},
-#ifdef TEST_QUEUES
     {"MessageQueue", "mq:", true, true, true, true, false, false, false, true, true, 400},
-#endif
     {"Mapped", "%s", false, false, true, true, false, false, false, true, false, 8000, true},
     {"MappedCached", "%s/caching=true", false, false, true, true, false, false, false, true, false,
      8000, true, true},

@@ -219,7 +219,7 @@ TEST_F(Configctl, PassesTheLibrarysMessagesOnOnlyWhenAsked) {
 }
 
 TEST(ConfigctlAlone, SaysWhenTheOtherModelLacksAParameter) {
-  Daemon small("0", {"LIBCONFIG_PRODUCT=crandle"});
+  Daemon small({}, {"LIBCONFIG_PRODUCT=crandle"});
   const Outcome outcome = RunConfigctl(small.GetURI(), {"get", "WiFiStatus"});
   EXPECT_EQ(Fails(1, small.GetURI() + " has no value for WiFiStatus; it may be another model of "
                                       "the recorder"),
@@ -245,10 +245,11 @@ TEST(ConfigctlAlone, ExplainsAWrongCommandLineOnOneLine) {
        "--timeout: SECONDS is a number above 0, such as 2.5, and not \"nan\"; see configctl status "
        "--help"},
       {{"status", "--uri", "127.0.0.1:43110"},
-       "--uri 127.0.0.1:43110: the transport is missing; write it like tcp://127.0.0.1:43110"},
+       "--uri 127.0.0.1:43110: the transport is missing; write it like tcp://127.0.0.1:43110, or "
+       "mq:"},
       {{"status", "--uri", "tcp://127.0.0.1:99999"},
        "--uri tcp://127.0.0.1:99999: the port is not a number from 1 to 65535; write it like "
-       "tcp://127.0.0.1:43110"},
+       "tcp://127.0.0.1:43110, or mq:"},
   };
   for (const auto& line : kLines) {
     EXPECT_EQ(Fails(2, line.message), RunConfigctl(kNowhere, line.arguments));

@@ -88,7 +88,7 @@ TEST_F(ConfigctlWatch, FollowsAProxyToWhatItStandsFor) {
   _daemon->GetProcess().Kill(SIGKILL);
   watch->WaitForErrorLine("has gone away");
   _daemon = nullptr;
-  _daemon = std::make_unique<Daemon>(port);
+  _daemon = std::make_unique<Daemon>(Process::Words{"--port", port});
   EXPECT_EQ("DefaultGateway: 10.0.0.1 -> 0.0.0.0", WithoutTime(watch->WaitForLine()));
 }
 
@@ -151,7 +151,7 @@ TEST_F(ConfigctlWatch, ReconnectsToADaemonThatWasKilledAndTellsWhatChangedMeanwh
   EXPECT_EQ("configctl: " + uri + " has gone away; waiting for it to come back",
             watch->WaitForErrorLine());
   _daemon = nullptr;
-  _daemon = std::make_unique<Daemon>(port);
+  _daemon = std::make_unique<Daemon>(Process::Words{"--port", port});
   EXPECT_EQ("configctl: " + uri + " is back", watch->WaitForErrorLine());
   // It came back with its defaults.
   EXPECT_EQ("IPConfig: DHCP (1) -> Default Addr (0)", WithoutTime(watch->WaitForLine()));

@@ -76,7 +76,7 @@ class ServiceManager {
 }  // namespace
 
 TEST(Configd, SaysWhereItServesAndWhatToTry) {
-  Process daemon({CONFIGD_PATH, "--port", "0"});
+  Process daemon({CONFIGD_PATH, "--port", "0", "--no-queue"});
   EXPECT_THAT(daemon.WaitForLine(), MatchesRegex("configd [0-9.]+"));
   const std::string tcp = daemon.WaitForLine();
   EXPECT_THAT(tcp, MatchesRegex("configd: serving tcp://127.0.0.1:[0-9]+"));
@@ -117,11 +117,13 @@ TEST(Configd, RefusesWhatItCannotDoInOneLine) {
                      "configd: cannot serve " + daemon.GetURI() +
                          ": Address already in use; stop the other server, or choose another port "
                          "with --port\n"}),
-            RunConfigd({"--port", daemon.GetPort()}));
+            RunConfigd({"--port", daemon.GetPort(), "--no-queue"}));
   for (const Process::Words& wrong : {Process::Words{"--port", "65536"},
                                       {"--listen", "here"},
                                       {"--bogus"},
                                       {"extra"},
+                                      {"--queue", "corewheel"},
+                                      {"--queue", "/corewheel", "--no-queue"},
                                       {"--quiet", "--log-changes"}}) {
     const Outcome outcome = RunConfigd(wrong);
     EXPECT_EQ(2, outcome.status) << wrong[0];
@@ -154,7 +156,7 @@ TEST(Configd, EndsWhenItIsToldToWhateverItsPeersDo) {
 
 TEST(Configd, TellsTheServiceManager) {
   ServiceManager manager;
-  Daemon daemon("0", {manager.GetVariable()});
+  Daemon daemon({}, {manager.GetVariable()});
   EXPECT_EQ("READY=1", manager.Receive());
   daemon.GetProcess().Kill(SIGTERM);
   EXPECT_EQ("STOPPING=1", manager.Receive());
@@ -183,7 +185,7 @@ TEST(Configd, KeepsWhatWasChangedWhenNobodyIsConnected) {
 }
 
 TEST(Configd, LeavesUdpAloneWhenToldTo) {
-  Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--quiet"});
+  Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--no-queue", "--quiet"});
   const std::string line = daemon.WaitForLine("serving ");
   const int port = std::stoi(line.substr(line.rfind(':') + 1));
   daemon.WaitForLine("configd: ready");

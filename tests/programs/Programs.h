@@ -1,5 +1,4 @@
-// The two programs as a person would use them: configd on a port that the system chose, and
-// configctl against it.
+// The two programs as a person would use them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,28 +6,10 @@
 #include <memory>
 #include <string>
 
+#include "tests/testing/Daemon.h"
 #include "tests/testing/Process.h"
 
 namespace testing_support {
-
-class Daemon {
- public:
-  explicit Daemon(const std::string& port = "0", const Process::Words& environment = {})
-      : _process({CONFIGD_PATH, "--port", port}, environment) {
-    const std::string mark = "serving ";
-    const std::string line = _process.WaitForLine(mark);
-    _uri = line.substr(std::min(line.size(), line.find(mark) + mark.size()));
-    _process.WaitForLine("configd: ready");
-  }
-
-  const std::string& GetURI() const { return _uri; }
-  std::string GetPort() const { return _uri.substr(_uri.rfind(':') + 1); }
-  Process& GetProcess() { return _process; }
-
- private:
-  Process _process;
-  std::string _uri;
-};
 
 struct Outcome {
   int status;

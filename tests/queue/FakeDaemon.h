@@ -87,6 +87,15 @@ class FakeDaemon {
   std::thread _thread;
 };
 
+// Ahead of the look at what is left.
+class RequestsAreRemoved : public testing::Environment {
+ public:
+  void TearDown() override { FakeDaemon::Requests().Close(); }
+};
+
+inline testing::Environment* const kRequestsAreRemoved =
+    testing::AddGlobalTestEnvironment(new RequestsAreRemoved);
+
 // What a test does to an answer, changed while the fake's thread may be using it.
 class Spoil {
  public:

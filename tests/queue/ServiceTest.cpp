@@ -198,12 +198,13 @@ TEST_F(QueueService, DoesNotWriteToAnotherUsersQueue) {
 TEST_F(QueueService, OfASecondDaemonIsAClearError) {
   Daemon second({"--queue", _name});
   EXPECT_EQ(1, second.Wait());
-  EXPECT_EQ("configd: cannot serve mq:" + _name +
-                ": another configd serves it; stop that one, choose another queue with --queue, or "
-                "start without --queue\n",
-            second.GetOutput());
+  EXPECT_EQ(
+      "configd: cannot serve mq:" + _name +
+          ": another configd serves it; stop that one, or start with --queue NAME for another "
+          "queue, or with --no-queue for none\n",
+      second.GetOutput());
   EXPECT_EQ(96U, Get()[0]) << "the first one goes on";
-  Daemon without({});
+  Daemon without;
   EXPECT_THAT(without.GetOutput(), HasSubstr("ready\n"));
   EXPECT_THAT(without.GetOutput(), Not(HasSubstr("mq:")));
 }
@@ -249,7 +250,7 @@ TEST(WithoutQueues, TheDaemonSaysWhatToSetAndServesTheRest) {
       EXPECT_THAT(daemon.GetOutput(),
                   HasSubstr("configd: not serving mq:" + testing_support::TestQueueName() +
                             ": Invalid argument; set fs.mqueue.msg_max to 128 or more (sysctl -w "
-                            "fs.mqueue.msg_max=128), or start without --queue\n"));
+                            "fs.mqueue.msg_max=128), or start with --no-queue\n"));
     }
     EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: ready\n"));
   }

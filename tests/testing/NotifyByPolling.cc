@@ -1,10 +1,19 @@
 // Notifications of message queues by a thread that polls, in the place of the system's own: for
 // ThreadSanitizer, which ends with a fault on each thread that the system starts, and for user-mode
-// emulation, which has no notifications. Linked with --wrap=mq_notify, there and nowhere else.
+// emulation, which has no notifications. Linked with --wrap for the five calls, there and nowhere
+// else.
+//
+// A notification is for a message that comes into an empty queue. Whether it was empty since the
+// notification was asked for shows in a receive that found nothing, which every reader of ours ends
+// with.
+//
+// ThreadSanitizer knows that what is written to a pipe or a socket happens before it is read. Of
+// queues it is told here.
 #include <mqueue.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/eventfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,12 +23,43 @@
 #include <mutex>
 #include <thread>
 
+extern "C" {
+[[gnu::weak]] void __tsan_acquire(void* address);
+[[gnu::weak]] void __tsan_release(void* address);
+
+int __real_mq_send(mqd_t queue, const char* message, size_t length, unsigned priority);
+int __real_mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority,
+                        const timespec* end);
+ssize_t __real_mq_receive(mqd_t queue, char* buffer, size_t size, unsigned* priority);
+ssize_t __real_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
+                               const timespec* end);
+
+int __wrap_mq_notify(mqd_t queue, const sigevent* event);
+int __wrap_mq_send(mqd_t queue, const char* message, size_t length, unsigned priority);
+int __wrap_mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority,
+                        const timespec* end);
+ssize_t __wrap_mq_receive(mqd_t queue, char* buffer, size_t size, unsigned* priority);
+ssize_t __wrap_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
+                               const timespec* end);
+}
+
 namespace {
 
+// A descriptor that becomes readable, for good.
+struct Flag {
+  Flag() : fd(::eventfd(0, EFD_CLOEXEC)) {}
+  ~Flag() { ::close(fd); }
+  void Raise() const {
+    const std::uint64_t one = 1;
+    while (::write(fd, &one, sizeof one) < 0 && errno == EINTR) {
+    }
+  }
+  const int fd;
+};
+
 struct Registration {
-  Registration() : stop(::eventfd(0, EFD_CLOEXEC)) {}
-  ~Registration() { ::close(stop); }
-  const int stop;
+  Flag stop;
+  Flag emptied;
 };
 
 std::mutex& RegistrationsMutex() {
@@ -32,41 +72,61 @@ std::map<mqd_t, std::shared_ptr<Registration>>& Registrations() {
   return *registrations;
 }
 
-// A message that was there before is no reason to notify.
-bool WaitUntilEmpty(mqd_t queue, const Registration& registration) {
-  for (;;) {
-    mq_attr attributes;
-    if (::mq_getattr(queue, &attributes) != 0 || attributes.mq_curmsgs == 0) return true;
-    pollfd stop = {registration.stop, POLLIN, 0};
-    if (::poll(&stop, 1, 1) == 1) return false;
+// False when the registration ended first.
+bool WaitFor(int fd, const Registration& registration) {
+  pollfd wanted[] = {{fd, POLLIN, 0}, {registration.stop.fd, POLLIN, 0}};
+  while (::poll(wanted, 2, -1) < 0 && errno == EINTR) {
   }
+  return wanted[1].revents == 0;
 }
 
 void Watch(mqd_t queue, std::shared_ptr<Registration> registration, sigevent event, bool waiting) {
-  if (waiting && !WaitUntilEmpty(queue, *registration)) return;
-  pollfd wanted[] = {{queue, POLLIN, 0}, {registration->stop, POLLIN, 0}};
-  while (::poll(wanted, 2, -1) < 0 && errno == EINTR) {
-  }
+  if (waiting && !WaitFor(registration->emptied.fd, *registration)) return;
+  if (!WaitFor(queue, *registration)) return;
   {
     const std::lock_guard<std::mutex> lock(RegistrationsMutex());
     const auto found = Registrations().find(queue);
     if (found == Registrations().end() || found->second != registration) return;
     Registrations().erase(found);
   }
-  if (wanted[1].revents == 0) event.sigev_notify_function(event.sigev_value);
+  event.sigev_notify_function(event.sigev_value);
+}
+
+// Something that stands for the queue, through whichever descriptor it was opened.
+void* PlaceOf(mqd_t queue) {
+  static char places[4096];
+  struct stat status = {};
+  ::fstat(queue, &status);
+  return &places[status.st_ino % sizeof places];
+}
+
+void Sending(mqd_t queue) {
+  if (__tsan_release != nullptr) __tsan_release(PlaceOf(queue));
+}
+
+ssize_t Received(mqd_t queue, ssize_t length) {
+  const int saved = errno;
+  if (length >= 0) {
+    if (__tsan_acquire != nullptr) __tsan_acquire(PlaceOf(queue));
+  } else if (errno == EAGAIN || errno == ETIMEDOUT) {
+    const std::lock_guard<std::mutex> lock(RegistrationsMutex());
+    const auto found = Registrations().find(queue);
+    if (found != Registrations().end()) found->second->emptied.Raise();
+  }
+  errno = saved;
+  return length;
 }
 
 }  // namespace
 
-extern "C" int __wrap_mq_notify(mqd_t queue, const sigevent* event);
+extern "C" {
 
-extern "C" int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
+int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
   const std::lock_guard<std::mutex> lock(RegistrationsMutex());
   const auto found = Registrations().find(queue);
   if (event == nullptr) {
     if (found == Registrations().end()) return 0;
-    const std::uint64_t one = 1;
-    if (::write(found->second->stop, &one, sizeof one) < 0) return -1;
+    found->second->stop.Raise();
     Registrations().erase(found);
     return 0;
   }
@@ -81,3 +141,25 @@ extern "C" int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
   std::thread(Watch, queue, registration, *event, attributes.mq_curmsgs > 0).detach();
   return 0;
 }
+
+int __wrap_mq_send(mqd_t queue, const char* message, size_t length, unsigned priority) {
+  Sending(queue);
+  return __real_mq_send(queue, message, length, priority);
+}
+
+int __wrap_mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority,
+                        const timespec* end) {
+  Sending(queue);
+  return __real_mq_timedsend(queue, message, length, priority, end);
+}
+
+ssize_t __wrap_mq_receive(mqd_t queue, char* buffer, size_t size, unsigned* priority) {
+  return Received(queue, __real_mq_receive(queue, buffer, size, priority));
+}
+
+ssize_t __wrap_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
+                               const timespec* end) {
+  return Received(queue, __real_mq_timedreceive(queue, buffer, size, priority, end));
+}
+
+}  // extern "C"

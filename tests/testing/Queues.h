@@ -2,22 +2,32 @@
 // nothing is left behind and no other test is met, and queues as a stranger would use them.
 #pragma once
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mqueue.h>
+#include <net/if.h>
 #include <poll.h>
 #include <sched.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "libconfig/access/ConnectionUtilities.h"
+#include "tests/testing/Eventually.h"
 
 namespace testing_support {
 
@@ -27,13 +37,24 @@ inline bool WriteFile(const char* path, const std::string& text) {
   return file.good();
 }
 
+inline void StartLoopback() {
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ifreq loopback = {};
+  std::strcpy(loopback.ifr_name, "lo");
+  loopback.ifr_flags = IFF_UP | IFF_RUNNING;
+  ::ioctl(fd, SIOCSIFFLAGS, &loopback);
+  ::close(fd);
+}
+
 // Before main, as threads that are there already would stay behind.
 inline bool EnterOwnNamespace() {
+  constexpr int kOwn = CLONE_NEWIPC | CLONE_NEWNET | CLONE_NEWNS;
   const auto user = std::to_string(::geteuid());
-  if (::unshare(CLONE_NEWIPC) != 0) {
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWIPC) != 0) return false;
+  if (::unshare(kOwn) != 0) {
+    if (::unshare(CLONE_NEWUSER | kOwn) != 0) return false;
     WriteFile("/proc/self/uid_map", "0 " + user + " 1");
   }
+  StartLoopback();
   WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
   WriteFile("/proc/sys/fs/mqueue/msgsize_max", "131072");
   return true;
@@ -43,19 +64,82 @@ inline const bool kOwnNamespace = EnterOwnNamespace();
 
 inline std::string TestQueueName() { return "/corewheel_test_" + std::to_string(::getpid()); }
 
-// Empty when queues of the usual size can be had, else why not.
+// The names of all queues there are; none where they cannot be seen.
+inline std::vector<std::string> QueueNames() {
+  std::vector<std::string> names;
+  char folder[] = "/tmp/queues_XXXXXX";
+  const bool mounted = kOwnNamespace && ::mkdtemp(folder) != nullptr &&
+                       ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                       ::mount("none", folder, "mqueue", 0, nullptr) == 0;
+  DIR* const queues = ::opendir(mounted ? folder : "/dev/mqueue");
+  if (kOwnNamespace) {
+    ::umount2(folder, MNT_DETACH);
+    ::rmdir(folder);
+  }
+  if (queues == nullptr) return names;
+  while (const dirent* const entry = ::readdir(queues)) {
+    if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+  }
+  ::closedir(queues);
+  return names;
+}
+
+// Fails the run when a test leaves a queue behind: any in a namespace of our own, elsewhere one
+// with the number of this process in its name.
+class NoQueueIsLeft : public testing::Environment {
+ public:
+  void TearDown() override {
+    const std::string number = "_" + std::to_string(::getpid()) + "_";
+    for (const std::string& name : QueueNames()) {
+      if (!kOwnNamespace && (name + "_").find(number) == std::string::npos) continue;
+      ADD_FAILURE() << "a queue is left behind: /" << name;
+    }
+  }
+};
+
+inline testing::Environment* const kNoQueueIsLeft =
+    testing::AddGlobalTestEnvironment(new NoQueueIsLeft);
+
+// A user has ten queues or so for all processes together, in whatever namespaces they are: the
+// tests that want some take turns, and this process has its turn until it ends.
+inline void TakeTurn() {
+  static const int turn = [] {
+    const std::string file = "/tmp/libconfig_queue_tests_" + std::to_string(::getuid());
+    const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    while (::flock(fd, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return fd;
+  }();
+  static_cast<void>(turn);
+}
+
+// Empty when as many queues of the usual size as a test needs can be had, else why not.
 inline std::string WhyNoQueues() {
-  const std::string name = "/probe_test_" + std::to_string(::getpid());
+  constexpr int kWanted = 6;
+  TakeTurn();
   mq_attr attributes = {};
   attributes.mq_maxmsg = 128;
   attributes.mq_msgsize = 512;
-  const mqd_t queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, 0600, &attributes);
-  if (queue == -1) {
-    return std::string("no message queue of 128 messages can be had here: ") + std::strerror(errno);
-  }
-  ::mq_close(queue);
-  ::mq_unlink(name.c_str());
-  return {};
+  int error = 0;
+  const auto probe = [&] {
+    std::map<std::string, mqd_t> queues;
+    error = 0;
+    for (int i = 0; i < kWanted && error == 0; ++i) {
+      const std::string name = "/probe_" + std::to_string(i) + "_" + std::to_string(::getpid());
+      const mqd_t queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, 0600, &attributes);
+      if (queue == -1) error = errno;
+      if (queue != -1) queues[name] = queue;
+    }
+    for (const auto& [name, queue] : queues) {
+      ::mq_close(queue);
+      ::mq_unlink(name.c_str());
+    }
+    return error != EMFILE && error != ENOMEM;
+  };
+  // What processes that have just ended had comes back with a delay.
+  Eventually(probe, std::chrono::seconds(5));
+  if (error == 0) return {};
+  return std::string("no message queues of 128 messages can be had here: ") + std::strerror(error);
 }
 
 using QueueWords = std::vector<uint32_t>;
