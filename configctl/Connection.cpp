@@ -240,7 +240,7 @@ bool Connection::ListenAgain(ConfigEventListener& listener) {
   const auto guard = Watch("registering");
   if (_queue->RemoveConfigEventListener(&listener) == 0 ||
       _queue->AddConfigEventListener(&listener) == 0) {
-    ThrowLost();
+    ThrowLost("registering");
   }
   return true;
 }
