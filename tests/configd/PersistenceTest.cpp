@@ -130,7 +130,7 @@ TEST(Persistence, TakesTheServiceManagersFolderUnlessToldOtherwise) {
   }
   EXPECT_TRUE(fs::is_empty(folder.GetPath()));
   {
-    Daemon daemon({});
+    Daemon daemon;
     Client(daemon).Name("kept");
     daemon.End(SIGTERM);
   }

@@ -194,7 +194,7 @@ TEST(ConfigctlPreset, StoresWhatAFileHoldsAndLoadsItBack) {
 
 TEST(ConfigctlPreset, BringsBackWhatTheDaemonKept) {
   const Folder folder;
-  Daemon daemon("0", {"STATE_DIRECTORY=" + folder / "state"});
+  Daemon daemon({}, {"STATE_DIRECTORY=" + folder / "state"});
   const auto run = [&](const Process::Words& words) {
     return RunConfigctl(daemon.GetURI(), words);
   };
