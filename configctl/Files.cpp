@@ -68,7 +68,7 @@ std::string FileText(const std::string& path) {
 std::string FollowLinks(const std::string& path) {
   char* const resolved = ::realpath(path.c_str(), nullptr);
   if (resolved == nullptr) return path;
-  const std::string target = resolved;
+  std::string target = resolved;
   std::free(resolved);
   return target;
 }

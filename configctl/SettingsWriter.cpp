@@ -161,7 +161,7 @@ std::string SettingsWriter::Details(const Change& change) const {
   const eParam_t id = change.param->GetParamID();
   const auto line = [&](const Value& value) { return _session.GetValueText().Line(id, value); };
   const std::string name = change.name + ": ";
-  const std::string step = name + line(*change.before) + " -> " + line(*change.now);
+  std::string step = name + line(*change.before) + " -> " + line(*change.now);
   switch (change.outcome) {
     case Outcome::kUnchanged:
       return name + line(*change.now);

@@ -73,6 +73,7 @@ class ResetCommand : public Command {
       if (std::find(params.begin(), params.end(), param) == params.end()) params.push_back(param);
     }
     std::vector<Change> changes;
+    changes.reserve(params.size());
     for (const ParamDescriptor* const param : params) {
       changes.push_back(IsPartOfReset(*param)
                             ? PlanChange(*param, FactoryDefault(*param))
