@@ -216,6 +216,16 @@ void Connection::Set(eParam_t id, const programs::Value& value) {
                                       " cannot be sent; texts may have up to 8000 bytes");
 }
 
+bool Connection::IsOfThisModel() {
+  const auto& product = dynamic_cast<IntegerDescriptor&>(*FindDescriptor(eParamID_ProductID));
+  try {
+    return Get(eParamID_ProductID) == programs::Value(product.GetFactoryDefault());
+  } catch (const Failure& failure) {
+    if (failure.GetStatus() != Status::kRefused) throw;
+    return false;
+  }
+}
+
 void Connection::Listen(ConfigEventListener& listener) {
   if (!_place.CanListen()) {
     throw Failure(Status::kUsage, "changes cannot be watched at " + GetURI() +

@@ -39,6 +39,9 @@ class Connection {
   // side has no such value or cannot be sent this one.
   programs::Value Get(eParam_t id);
   void Set(eParam_t id, const programs::Value& value);
+  // Whether the other side is of the model whose catalogue this process has, so that it has a value
+  // for every parameter. Throws Failure as Get does, but not kRefused.
+  bool IsOfThisModel();
   // What a proxy stands for now; any other parameter stands for itself. Throws Failure as Get does.
   eParam_t Resolve(eParam_t id);
   // `listener` is called until the connection is gone.

@@ -185,6 +185,7 @@ bool Place::CanListen() const { return _scheme->canListen; }
 std::chrono::milliseconds Place::GetPatience() const { return _scheme->patience; }
 
 bool Place::IsOnThisMachine() const {
+  if (!_queue.empty()) return true;
   constexpr uint32_t kLoopbackNet = 127;
   sockaddr_in there = {};
   there.sin_family = AF_INET;

@@ -40,13 +40,15 @@ class Comparison {
 
   // With their factory values.
   void CompareTheRest(const std::vector<std::string>& leftOut) {
+    const bool isOfThisModel = _connection.IsOfThisModel();
     for (const std::string& name : leftOut) _compared.insert(FindParam(name).GetParamID());
     for (const ParamDescriptor* const param : SettingsInMenuOrder()) {
       if (_compared.count(param->GetParamID()) != 0) continue;
       try {
         Compare(*param, FactoryDefault(*param), "from the factory, not in the file");
       } catch (const Failure& failure) {
-        if (failure.GetStatus() != Status::kRefused) throw;  // else another model's
+        // Another model may lack it.
+        if (failure.GetStatus() != Status::kRefused || isOfThisModel) throw;
       }
     }
   }

@@ -25,13 +25,19 @@ class ExportCommand : public Command {
   void Run(Session& session) override {
     session.RefuseMapped();
     Connection connection(session, Connection::OnTimeout::kEndProgram);
-    json document = Header(session, connection);
+    const bool isOfThisModel = connection.IsOfThisModel();
+    if (!isOfThisModel) {
+      session.GetConsole().Say(connection.GetURI() +
+                               " is another model than this machine, and settings that only it has "
+                               "are not exported; run this on the device itself to have them all");
+    }
+    json document = Header(session, connection, isOfThisModel);
     json settings = json::object();
     std::vector<std::string> leftOut;
     bool hasSecrets = false;
     for (const ParamDescriptor* const param : SettingsInMenuOrder()) {
       Value value;
-      if (!Read(connection, *param, value)) continue;
+      if (!Read(connection, *param, isOfThisModel, value)) continue;
       if (!_all && value == FactoryDefault(*param)) continue;
       if (session.GetValueText().Hides(param->GetParamID())) {
         leftOut.push_back(ParamName(*param));
@@ -52,21 +58,11 @@ class ExportCommand : public Command {
   }
 
  private:
-  json Header(const Session& session, Connection& connection) const {
+  json Header(const Session& session, Connection& connection, bool isOfThisModel) const {
     json header = SettingsHeader();
     Value product;
-    const ParamDescriptor& param = *FindDescriptor(eParamID_ProductID);
-    if (Read(connection, param, product)) {
-      const auto plain = [&](const Value& value) {
-        return session.GetValueText().Plain(eParamID_ProductID, value);
-      };
-      header["product"] = plain(product);
-      if (product != FactoryDefault(param)) {
-        session.GetConsole().Say(connection.GetURI() + " is a " + plain(product) +
-                                 ", and this configctl knows the settings of a " +
-                                 plain(FactoryDefault(param)) +
-                                 "; run it on the device itself to export them all");
-      }
+    if (Read(connection, *FindDescriptor(eParamID_ProductID), isOfThisModel, product)) {
+      header["product"] = session.GetValueText().Plain(eParamID_ProductID, product);
     }
     header["config"] = connection.GetConfigNumber();
     header["exported"] = programs::UniversalTime(programs::Now());
@@ -74,13 +70,14 @@ class ExportCommand : public Command {
     return header;
   }
 
-  // False for what another model lacks.
-  static bool Read(Connection& connection, const ParamDescriptor& param, Value& value) {
+  // False for what another model lacks; of this one everything has to be read.
+  static bool Read(Connection& connection, const ParamDescriptor& param, bool isOfThisModel,
+                   Value& value) {
     try {
       value = connection.Get(param.GetParamID());
       return true;
     } catch (const Failure& failure) {
-      if (failure.GetStatus() != Status::kRefused) throw;
+      if (failure.GetStatus() != Status::kRefused || isOfThisModel) throw;
       return false;
     }
   }

@@ -294,6 +294,20 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
   EXPECT_THAT(Run({"--mapped", "export"}).err, HasSubstr("--mapped does not go with export"));
 }
 
+TEST(ConfigctlSettingsOfAnotherModel, AreToldToBeIncomplete) {
+  const Daemon small({}, {"LIBCONFIG_PRODUCT=crandle"});
+  const Outcome exported = RunConfigctl(small.GetURI(), {"export"});
+  EXPECT_EQ(0, exported.status);
+  EXPECT_THAT(exported.err, HasSubstr(" is another model than this machine, and settings that"));
+  EXPECT_EQ("Crandle", json::parse(exported.out).at("product"));
+  const Folder folder;
+  const std::string file = folder.Write(
+      "a.json", R"({"format": "configctl settings", "version": 1, "settings": {"WiFiSSID": "x"}})");
+  EXPECT_THAT(RunConfigctl(small.GetURI(), {"import", file}).out,
+              AllOf(HasSubstr("skipped      " + small.GetURI() + " has no value for WiFiSSID"),
+                    EndsWith("1 value: 1 skipped\n")));
+}
+
 // The first setting is there already, then the device goes away.
 TEST_F(ConfigctlSettings, SayHowFarTheyCameWhenTheDeviceGoesAway) {
   WireListener listener;
