@@ -28,6 +28,8 @@ class ListenerList {
   // Ends the delivery that the calling thread is inside of, if any: it reaches no further listener,
   // and the list is free for other threads at once. For who is about to wait for such a thread.
   void QuitDelivery();
+  // Whether the calling thread is inside a listener's call, or holds the list.
+  bool IsHeldByCaller() const { return IsMine(); }
   // Does not wait for a running delivery.
   bool IsEmpty() const { return _count.load(std::memory_order_relaxed) == 0; }
 

@@ -104,7 +104,7 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   Registration ChangeRegistration(uint32_t type, uint32_t& result);
   bool RegisterListener();
   bool RegisterForWaiting();
-  void DrainOnAThread();
+  bool DrainOnAThread();
   // Ends events and waiting for good; see the destructor.
   void Leave();
 

@@ -28,11 +28,12 @@ void* DrainEntry(void* client) {
 }  // namespace
 
 // A notification only comes when the queue was empty before: what is there already needs a look.
-void PosixMQClient::DrainOnAThread() {
+bool PosixMQClient::DrainOnAThread() {
   mq_attr attributes;
   const bool queued = ::mq_getattr(_responseQueue, &attributes) == 0 && attributes.mq_curmsgs > 0;
-  if (!queued && !_state->inbox.HasEvents()) return;
-  qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, DrainEntry, this);
+  if (!queued && !_state->inbox.HasEvents()) return false;
+  return qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, DrainEntry,
+                                  this) == 0;
 }
 
 int PosixMQClient::EnableMQEvents(bool enable) { return _state->EnableEvents(enable); }

@@ -36,7 +36,9 @@ class PosixMQClient::Exchange {
     const auto outcome = inbox.AwaitAnswer(answer, deadline);
     const int saved = errno;
     // The system may fail to start the thread of a notification, and says nothing of it.
-    if (!_client._state->listeners.IsEmpty() && inbox.NeedsDrain()) _client.DrainOnAThread();
+    if (!_client._state->listeners.IsEmpty() && inbox.ClaimDrain() && !_client.DrainOnAThread()) {
+      inbox.DisclaimDrain();
+    }
     if (outcome != qel::config::QueueInbox::Outcome::kReady) {
       inbox.Abandon(request.requestID);
       errno = saved;

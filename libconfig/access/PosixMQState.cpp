@@ -73,7 +73,9 @@ bool PosixMQClient::State::RenewNotification(PosixMQClient* notified) {
   return !armed || client != notified || Arm() != 0;
 }
 
+// From inside a listener's call nothing can be told: that goes on when the listener returns.
 int PosixMQClient::State::Drain() {
+  if (listeners.IsHeldByCaller()) return 0;
   if (!inbox.BeginDrain()) return 1;
   for (;;) {
     uint32_t type = 0;

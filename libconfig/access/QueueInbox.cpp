@@ -137,9 +137,16 @@ bool QueueInbox::HasEvents() {
   return !_events.empty();
 }
 
-bool QueueInbox::NeedsDrain() {
+bool QueueInbox::ClaimDrain() {
   MutexLock lock(_mutex);
-  return !_events.empty() && !_draining && _eventWaiters == 0 && !_closed;
+  if (_events.empty() || _draining || _drainClaimed || _eventWaiters > 0 || _closed) return false;
+  _drainClaimed = true;
+  return true;
+}
+
+void QueueInbox::DisclaimDrain() {
+  MutexLock lock(_mutex);
+  _drainClaimed = false;
 }
 
 bool QueueInbox::TakeEvent(QueueMessage& event) {
@@ -152,6 +159,7 @@ bool QueueInbox::TakeEvent(QueueMessage& event) {
 
 bool QueueInbox::BeginDrain() {
   MutexLock lock(_mutex);
+  _drainClaimed = false;
   if (_draining) {
     _drainAgain = true;
     return false;

@@ -59,8 +59,10 @@ class QueueInbox {
   // Whether somebody wants to hear events. Those that nobody wants are dropped.
   void KeepEvents(bool keep);
   bool HasEvents();
-  // Whether there are events that no thread is about to tell of.
-  bool NeedsDrain();
+  // Whether there are events that no thread is about to tell of. Who is told so starts one, or says
+  // that there is none after all: nobody else is told until then.
+  bool ClaimDrain();
+  void DisclaimDrain();
   // False when another thread was quicker.
   bool TakeEvent(QueueMessage& event);
 
@@ -104,6 +106,7 @@ class QueueInbox {
   std::deque<QueueMessage> _events LIBCONFIG_GUARDED_BY(_mutex);
   bool _draining LIBCONFIG_GUARDED_BY(_mutex) = false;
   bool _drainAgain LIBCONFIG_GUARDED_BY(_mutex) = false;
+  bool _drainClaimed LIBCONFIG_GUARDED_BY(_mutex) = false;
   int _eventWaiters LIBCONFIG_GUARDED_BY(_mutex) = 0;
 
   std::vector<char> _buffer;  // of the thread that reads

@@ -205,6 +205,11 @@ TEST_F(QueueEvents, OnTheirWayFindNoClientThatIsGone) {
       if (queue == nullptr) std::this_thread::yield();
     }
   });
+  const auto end = [&](void*) {
+    stop = true;
+    storm.join();
+  };
+  const std::unique_ptr<void, decltype(end)> ender(&storm, end);
   std::size_t heard = 0;
   for (uint32_t i = 1; i <= kRounds; ++i) {
     PosixMQClient* const client = _factory->Connect("");
@@ -219,8 +224,6 @@ TEST_F(QueueEvents, OnTheirWayFindNoClientThatIsGone) {
     _factory->Disconnect(client);
     heard += listener.GetHeard().size();
   }
-  stop = true;
-  storm.join();
   EXPECT_GE(heard, kRounds / 20);
 }
 

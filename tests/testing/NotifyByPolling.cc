@@ -60,6 +60,7 @@ struct Flag {
 struct Registration {
   Flag stop;
   Flag emptied;
+  Flag left;  // nobody polls the queue any more
 };
 
 std::mutex& RegistrationsMutex() {
@@ -81,8 +82,10 @@ bool WaitFor(int fd, const Registration& registration) {
 }
 
 void Watch(mqd_t queue, std::shared_ptr<Registration> registration, sigevent event, bool waiting) {
-  if (waiting && !WaitFor(registration->emptied.fd, *registration)) return;
-  if (!WaitFor(queue, *registration)) return;
+  const bool came = (!waiting || WaitFor(registration->emptied.fd, *registration)) &&
+                    WaitFor(queue, *registration);
+  registration->left.Raise();
+  if (!came) return;
   {
     const std::lock_guard<std::mutex> lock(RegistrationsMutex());
     const auto found = Registrations().find(queue);
@@ -122,12 +125,18 @@ ssize_t Received(mqd_t queue, ssize_t length) {
 extern "C" {
 
 int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
-  const std::lock_guard<std::mutex> lock(RegistrationsMutex());
+  std::unique_lock<std::mutex> lock(RegistrationsMutex());
   const auto found = Registrations().find(queue);
   if (event == nullptr) {
     if (found == Registrations().end()) return 0;
-    found->second->stop.Raise();
+    const std::shared_ptr<Registration> registration = found->second;
+    registration->stop.Raise();
     Registrations().erase(found);
+    lock.unlock();
+    // Who polls a queue keeps it, and its part of the user's limit, also when it is closed.
+    pollfd left = {registration->left.fd, POLLIN, 0};
+    while (::poll(&left, 1, -1) < 0 && errno == EINTR) {
+    }
     return 0;
   }
   if (found != Registrations().end()) {

@@ -115,7 +115,7 @@ inline void TakeTurn() {
 
 // Empty when as many queues of the usual size as a test needs can be had, else why not.
 inline std::string WhyNoQueues() {
-  constexpr int kWanted = 6;
+  constexpr int kWanted = 4;
   TakeTurn();
   mq_attr attributes = {};
   attributes.mq_maxmsg = 128;
