@@ -93,10 +93,12 @@ bool QueueConnections::SetListening(uint32_t id, bool listening) {
 // 0, or the error number.
 int QueueConnections::Send(mqd_t queue, unsigned priority, const XCONFIGMGR_RESPONSE_T& response,
                            const std::string& stream) {
-  std::vector<char> message(sizeof response + stream.size());
-  std::memcpy(message.data(), &response, sizeof response);
-  std::memcpy(message.data() + sizeof response, stream.data(), stream.size());
-  while (::mq_send(queue, message.data(), message.size(), priority) != 0) {
+  char message[PosixMQFactory::kMessageSize];
+  const std::size_t size = sizeof response + stream.size();
+  if (size > sizeof message) return EMSGSIZE;
+  std::memcpy(message, &response, sizeof response);
+  std::memcpy(message + sizeof response, stream.data(), stream.size());
+  while (::mq_send(queue, message, size, priority) != 0) {
     if (errno != EINTR) return errno;
   }
   return 0;

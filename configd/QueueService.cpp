@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kSweepSeconds = 10;
+constexpr std::chrono::seconds kSweepPause{10};
 constexpr std::size_t kConfigurations = 64;
 
 // The bytes that a request has at least; 0 for what is none.
@@ -46,9 +46,14 @@ QueueService::QueueService(std::string name) : _queue(std::move(name)) {}
 
 QueueService::~QueueService() {
   if (_thread.joinable()) {
-    _stop = true;
+    {
+      const std::lock_guard<std::mutex> lock(_mutex);
+      _stop = true;
+      _changed.notify_all();
+    }
     _queue.Wake();
     _thread.join();
+    _sweeper.join();
     // Nobody would remove the queues of clients that have died already.
     _connections.Sweep();
   }
@@ -58,17 +63,25 @@ QueueService::~QueueService() {
 void QueueService::Start() {
   FindStore(0);
   _thread = std::thread([this] { Run(); });
+  _sweeper = std::thread([this] { SweepUntilTheEnd(); });
 }
 
 void QueueService::Run() {
-  auto swept = std::chrono::steady_clock::now();
+  std::string request;
   while (!_stop) {
-    const std::string request = _queue.Receive(kSweepSeconds);
-    if (!request.empty()) Handle(request);
-    const auto now = std::chrono::steady_clock::now();
-    if (!_sweep.exchange(false) && now - swept < std::chrono::seconds(kSweepSeconds)) continue;
-    swept = now;
+    if (_queue.Receive(request)) Handle(request);
+  }
+}
+
+// Every now and then, and at once when a client has just lost its events.
+void QueueService::SweepUntilTheEnd() {
+  std::unique_lock<std::mutex> lock(_mutex);
+  while (!_stop) {
+    _changed.wait_for(lock, kSweepPause, [this] { return _stop || _sweep; });
+    _sweep = false;
+    lock.unlock();
     Sweep();
+    lock.lock();
   }
 }
 
@@ -155,8 +168,9 @@ QueueStore* QueueService::FindStore(uint32_t configID) {
   if (configID == 0) {
     announce = [this](const XCONFIGMGR_RESPONSE_T& event, const std::string& stream) {
       if (!_connections.Announce(event, stream)) return;
+      const std::lock_guard<std::mutex> lock(_mutex);
       _sweep = true;
-      _queue.Wake();
+      _changed.notify_all();
     };
   }
   Config* const config = ConfigFactoryImpl::GetInstance()->Connect(

@@ -4,8 +4,10 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -22,11 +24,12 @@ class QueueService {
   QueueService& operator=(const QueueService&) = delete;
 
   RequestQueue::Opened Open() { return _queue.Open(); }
-  // REQUIRES: open, and signals blocked, as the thread that this starts takes none.
+  // REQUIRES: open, and signals blocked, as the threads that this starts take none.
   void Start();
 
  private:
   void Run();
+  void SweepUntilTheEnd();
   void Handle(const std::string& message);
   void HandleParam(const XCONFIGMGR_REQUEST_T& request, const std::string& stream, bool cut);
   QueueStore* FindStore(uint32_t configID);
@@ -35,7 +38,10 @@ class QueueService {
   RequestQueue _queue;
   QueueConnections _connections;
   std::map<uint32_t, std::unique_ptr<QueueStore>> _stores;  // of the thread
+  std::mutex _mutex;
+  std::condition_variable _changed;  // _stop or _sweep
   std::atomic<bool> _stop{false};
-  std::atomic<bool> _sweep{false};
+  bool _sweep = false;
   std::thread _thread;
+  std::thread _sweeper;
 };

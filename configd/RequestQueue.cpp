@@ -109,14 +109,11 @@ RequestQueue::Opened RequestQueue::Open() {
   return Opened::kUnavailable;
 }
 
-std::string RequestQueue::Receive(int seconds) {
-  std::string request(PosixMQFactory::kMessageSize, '\0');
-  timespec end;
-  ::clock_gettime(CLOCK_REALTIME, &end);
-  end.tv_sec += seconds;
-  const ssize_t length = ::mq_timedreceive(_queue, request.data(), request.size(), nullptr, &end);
+bool RequestQueue::Receive(std::string& request) {
+  request.resize(PosixMQFactory::kMessageSize);
+  const ssize_t length = ::mq_receive(_queue, request.data(), request.size(), nullptr);
   request.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-  return request;
+  return length > 0;
 }
 
 // An empty message is no request. Where none fits in, whoever receives is awake.

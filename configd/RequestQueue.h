@@ -21,9 +21,8 @@ class RequestQueue {
   RequestQueue& operator=(const RequestQueue&) = delete;
 
   Opened Open();
-  // The next request; empty when none came within `seconds`, or when somebody called Wake.
-  // REQUIRES: open.
-  std::string Receive(int seconds);
+  // Waits for the next request. False when somebody called Wake instead. REQUIRES: open.
+  bool Receive(std::string& request);
   void Wake();
 
  private:

@@ -50,8 +50,9 @@ int Poll(mqd_t queue, int wake, int time) {
 
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
                  QueueClock::time_point deadline) {
-  for (;;) {
-    const timespec end = ToWallClock(deadline);
+  // As long as there is room nobody looks at the time.
+  timespec end = {};
+  for (;; end = ToWallClock(deadline)) {
     if (::mq_timedsend(queue, static_cast<const char*>(message), length, priority, &end) == 0) {
       return true;
     }
