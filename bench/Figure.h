@@ -2,7 +2,14 @@
 // the list.
 #pragma once
 
+#include <stdexcept>
+
 namespace bench {
+
+// What the machine does not offer at all cannot be held against anybody.
+struct Skipped : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
 
 // In the unit of the figure. What nothing is measured against leaves `reference` at 0.
 struct Measurement {
@@ -43,6 +50,11 @@ Measurement MeasureTcpGetOnTwoCores();
 Measurement MeasureTcpGetOnOneCore();
 Measurement MeasureUdpGetOnTwoCores();
 Measurement MeasureUdpGetOnOneCore();
+
+// Queues.cpp
+Measurement MeasureQueueGetOnTwoCores();
+Measurement MeasureQueueGetOnOneCore();
+Measurement MeasureQueueGetAgainstTcp();
 
 // FanOut.cpp
 Measurement MeasureChangeToTcpWatchers();

@@ -80,6 +80,11 @@ void PrintLine(const Figure& figure, const Measurement& measurement) {
   std::fflush(stdout);
 }
 
+void PrintSkipped(const Figure& figure, const std::string& reason) {
+  std::printf("%-38s skipped: %s\n", figure.name, reason.c_str());
+  std::fflush(stdout);
+}
+
 void PrintFailure(const Figure& figure, const std::string& reason) {
   std::printf("%-38s not measured: %s\n", figure.name, reason.c_str());
   std::fflush(stdout);

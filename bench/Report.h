@@ -9,6 +9,7 @@ namespace bench {
 
 void PrintHead();
 void PrintLine(const Figure& figure, const Measurement& measurement);
+void PrintSkipped(const Figure& figure, const std::string& reason);
 void PrintFailure(const Figure& figure, const std::string& reason);
 
 }  // namespace bench

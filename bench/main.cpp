@@ -35,6 +35,12 @@ constexpr bench::Figure kFigures[] = {
      bench::MeasureUdpGetOnTwoCores},
     {"UDP Get, one core", Unit::kNanoseconds, AtMostTimes(1.10), "bare 40/44-byte datagrams",
      bench::MeasureUdpGetOnOneCore},
+    {"queue Get, two cores", Unit::kNanoseconds, AtMostTimes(1.15), "bare 36/52-byte messages",
+     bench::MeasureQueueGetOnTwoCores},
+    {"queue Get, one core", Unit::kNanoseconds, AtMostTimes(1.15), "bare 36/52-byte messages",
+     bench::MeasureQueueGetOnOneCore},
+    {"queue Get, against TCP", Unit::kNanoseconds, AtMostTimes(1), "TCP Get, two cores",
+     bench::MeasureQueueGetAgainstTcp},
     {"one change to 100 TCP watchers", Unit::kNanoseconds, AtMostTimes(1.3), "100 bare sends",
      bench::MeasureChangeToTcpWatchers},
     {"64 changes at once to 100 TCP watchers", Unit::kEventsPerSecond, AtLeastTimes(1.0 / 3),
@@ -59,6 +65,9 @@ void SilenceLibrary() {
 bool MeasureAndPrint(const bench::Figure& figure) {
   try {
     bench::PrintLine(figure, figure.measure());
+    return true;
+  } catch (const bench::Skipped& reason) {
+    bench::PrintSkipped(figure, reason.what());
     return true;
   } catch (const std::exception& error) {
     bench::PrintFailure(figure, error.what());

@@ -1,0 +1,200 @@
+// A read over the message queues of this machine, from the caller through configd's service and
+// back, against the two messages alone, and against the same read over TCP.
+#include <fcntl.h>
+#include <mqueue.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "bench/Machine.h"
+#include "bench/Rounds.h"
+#include "bench/Sockets.h"
+#include "configd/QueueService.h"
+#include "libconfig/libconfig.h"
+
+namespace bench {
+namespace {
+
+constexpr int kRounds = 100;
+constexpr int kRoundTripsARound = 200;
+constexpr int kConfigID = 9002;
+
+std::string QueueName(const char* what) {
+  return "/bench_" + std::string(what) + "_" + std::to_string(::getpid());
+}
+
+// Queues of this thread, and of those that it starts, alone, where the machine lets it have them:
+// then the system's limits can be set for them.
+void EnterOwnNamespace() {
+  if (::unshare(CLONE_NEWIPC) != 0) return;
+  std::ofstream("/proc/sys/fs/mqueue/msg_max") << PosixMQFactory::kMessages << std::flush;
+}
+
+class Queue {
+ public:
+  explicit Queue(const std::string& name) : _name(name) {
+    mq_attr attributes = {};
+    attributes.mq_maxmsg = PosixMQFactory::kMessages;
+    attributes.mq_msgsize = PosixMQFactory::kMessageSize;
+    _queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, 0600, &attributes);
+    if (_queue != -1) return;
+    const std::string reason = std::strerror(errno);
+    throw Skipped("no message queue can be had (" + reason +
+                  "); set fs.mqueue.msg_max to 128 or more, and see ulimit -q");
+  }
+  ~Queue() {
+    ::mq_close(_queue);
+    ::mq_unlink(_name.c_str());
+  }
+  Queue(const Queue&) = delete;
+  Queue& operator=(const Queue&) = delete;
+
+  void Send(const char* message, std::size_t length) { ::mq_send(_queue, message, length, 0); }
+  // An empty message is the end.
+  bool Receive() {
+    char buffer[PosixMQFactory::kMessageSize];
+    return ::mq_receive(_queue, buffer, sizeof buffer, nullptr) > 0;
+  }
+
+ private:
+  const std::string _name;
+  mqd_t _queue = -1;
+};
+
+// The two messages of an exchange, between two threads.
+class QueuePingPong {
+ public:
+  explicit QueuePingPong(int serverCore) {
+    const Pinned pinned(serverCore);
+    _thread = std::thread([this] {
+      const char answer[sizeof(XCONFIGMGR_RESPONSE_T)] = {};
+      while (_requests.Receive()) _answers.Send(answer, sizeof answer);
+    });
+  }
+  ~QueuePingPong() {
+    _requests.Send("", 0);
+    _thread.join();
+  }
+  QueuePingPong(const QueuePingPong&) = delete;
+  QueuePingPong& operator=(const QueuePingPong&) = delete;
+
+  void operator()() {
+    const char request[sizeof(XCONFIGMGR_REQUEST_T)] = {};
+    _requests.Send(request, sizeof request);
+    _answers.Receive();
+  }
+
+ private:
+  Queue _requests{QueueName("requests")};
+  Queue _answers{QueueName("answers")};
+  std::thread _thread;
+};
+
+// The library's client and the daemon's service, with the service's thread on `serverCore`.
+class QueueGet {
+ public:
+  explicit QueueGet(int serverCore) {
+    if (_service.Open() != RequestQueue::Opened::kYes) throw Skipped("configd gets no queue");
+    {
+      const Pinned pinned(serverCore);
+      _service.Start();
+    }
+    _factory = PosixMQFactory::Open(QueueName("service"));
+    if (_factory != nullptr) _client = _factory->Connect("");
+    if (_client == nullptr) throw std::runtime_error("no connection to the service");
+  }
+  ~QueueGet() {
+    if (_client != nullptr) _factory->Disconnect(_client);
+  }
+  QueueGet(const QueueGet&) = delete;
+  QueueGet& operator=(const QueueGet&) = delete;
+
+  void operator()() {
+    unsigned int value;
+    if (!_client->TryGet(eParamID_IPConfig, value)) throw std::runtime_error("a Get failed");
+  }
+
+ private:
+  QueueService _service{QueueName("service")};
+  std::unique_ptr<PosixMQFactory> _factory;
+  PosixMQClient* _client = nullptr;
+};
+
+class TcpGet {
+ public:
+  explicit TcpGet(int serverCore) {
+    {
+      const Pinned pinned(serverCore);
+      _server = std::make_unique<Server>(SOCK_STREAM);
+    }
+    _config = ConfigFactoryImpl::GetInstance()->Connect(_server->Uri(kConfigID));
+    if (_config == nullptr) throw std::runtime_error("no connection to the server");
+  }
+  ~TcpGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+  TcpGet(const TcpGet&) = delete;
+  TcpGet& operator=(const TcpGet&) = delete;
+
+  void operator()() {
+    unsigned int value;
+    if (_config->Get(eParamID_IPConfig, value) != 1) throw std::runtime_error("a Get failed");
+  }
+
+ private:
+  std::unique_ptr<Server> _server;
+  Config* _config;
+};
+
+template <typename Exchange>
+double MedianRoundTrip(Exchange& exchange) {
+  std::vector<double> times(kRoundTripsARound);
+  for (double& time : times) time = Time([&exchange] { exchange(); });
+  return Median(std::move(times));
+}
+
+template <typename Reference>
+Measurement MeasureHere(std::size_t coresWanted) {
+  const std::vector<int> cores = Cores();
+  if (cores.size() < coresWanted) throw std::runtime_error("there is one processor only");
+  const int serverCore = cores[coresWanted - 1];
+  EnterOwnNamespace();
+  const Pinned client(cores[0]);
+  Reference reference(serverCore);
+  QueueGet subject(serverCore);
+  return TakeTurns(
+      kRounds, [&] { return MedianRoundTrip(subject); },
+      [&] { return MedianRoundTrip(reference); });
+}
+
+// On a thread of its own, which takes its namespace with it.
+template <typename Reference>
+Measurement Measure(std::size_t coresWanted) {
+  Measurement measurement;
+  std::exception_ptr failure;
+  std::thread([&] {
+    try {
+      measurement = MeasureHere<Reference>(coresWanted);
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  }).join();
+  if (failure != nullptr) std::rethrow_exception(failure);
+  return measurement;
+}
+
+}  // namespace
+
+Measurement MeasureQueueGetOnTwoCores() { return Measure<QueuePingPong>(2); }
+
+Measurement MeasureQueueGetOnOneCore() { return Measure<QueuePingPong>(1); }
+
+Measurement MeasureQueueGetAgainstTcp() { return Measure<TcpGet>(2); }
+
+}  // namespace bench
