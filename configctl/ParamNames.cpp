@@ -50,7 +50,7 @@ bool IsMenuNumber(const std::string& name) {
 
 ParamDescriptor* FindByNumber(const std::string& name) {
   char* end = nullptr;
-  const unsigned long number = std::strtoul(name.c_str(), &end, 16);
+  const unsigned long long number = std::strtoull(name.c_str(), &end, 16);
   if (*end != '\0' || number > 0xFFFFFFFF) return nullptr;
   return FindDescriptor(static_cast<eParam_t>(number));
 }

@@ -28,7 +28,7 @@ std::optional<unsigned int> ParseNumber(const std::string& text) {
   const char* const allowed = hex ? "0123456789abcdefABCDEF" : "0123456789";
   if (digits.empty() || digits.size() > 20) return std::nullopt;
   if (digits.find_first_not_of(allowed) != std::string::npos) return std::nullopt;
-  const unsigned long number = std::strtoul(digits.c_str(), nullptr, hex ? 16 : 10);
+  const unsigned long long number = std::strtoull(digits.c_str(), nullptr, hex ? 16 : 10);
   if (number > 0xFFFFFFFF) return std::nullopt;
   return static_cast<unsigned int>(number);
 }
