@@ -273,7 +273,7 @@ TEST_F(MappedConfig, MapOverDatagrams) {
   EXPECT_EQ(1, config->Set(eParamID_RS422Remote, 1U));
   EXPECT_EQ(1, config->Set(eParamID_TimecodeIn, 3U));
   EXPECT_EQ(3U, _store->Get(eParamID_RS422TimecodeIn));
-  EXPECT_TRUE(listener.WaitFor(eParamID_TimecodeIn, "3"));
+  EXPECT_TRUE(Eventually([&] { return listener.GetHeard().size() == 4; }));
   EXPECT_THAT(listener.GetHeard(),
               ElementsAre(Pair(eParamID_RS422Remote, "1"), Pair(eParamID_TimecodeIn, testing::_),
                           Pair(eParamID_RS422TimecodeIn, "3"), Pair(eParamID_TimecodeIn, "3")));
