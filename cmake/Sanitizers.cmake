@@ -1,5 +1,9 @@
 if(LIBCONFIG_SANITIZE)
   add_compile_options(-fsanitize=${LIBCONFIG_SANITIZE} -fno-sanitize-recover=all
-                      -fno-omit-frame-pointer -g)
+                      -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${LIBCONFIG_SANITIZE})
+  if(CMAKE_SYSTEM_PROCESSOR STREQUAL "ppc")
+    add_library(target_sync8 OBJECT ${PROJECT_SOURCE_DIR}/cmake/target/sync8.cpp)
+    link_libraries($<TARGET_OBJECTS:target_sync8> "-Wl,--no-as-needed,-latomic,--as-needed")
+  endif()
 endif()

@@ -16,6 +16,7 @@
 #include "libconfig/descriptors/EnumDescriptor.h"
 #include "libconfig/descriptors/GenericCatalogue.h"
 #include "libconfig/descriptors/StringDescriptor.h"
+#include "tests/testing/Emulator.h"
 
 namespace {
 
@@ -497,7 +498,7 @@ TEST(CatalogueContents, KeepsItsRulesOnTheFullSizeRecorder) {
 }
 
 TEST(CatalogueContents, FollowsTheProductAndTheEncoder) {
-  ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  ::testing::GTEST_FLAG(death_test_style) = testing_support::FreshDeathTestStyle();
   const auto passed = ::testing::ExitedWithCode(0);
   EXPECT_EXIT(CheckProduct("quarn", true, "Vantor Rack", 8), passed, "");
   EXPECT_EXIT(CheckProduct("crandle", true, "QEL Vantor", 8), passed, "");

@@ -100,9 +100,11 @@ TEST(Configd, SaysWhereItServesAndWhatToTry) {
 TEST(Configd, PrintsEachChangeAndWhoMadeIt) {
   Daemon daemon;
   ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "IPConfig", "DHCP"}).status);
+  // The system knows an emulated process by its emulator's name.
+  const std::string who = testing_support::Emulator() == nullptr ? "configctl" : "qemu-ppc";
   EXPECT_THAT(daemon.GetProcess().WaitForLine("IPConfig: "),
-              MatchesRegex("[0-9-]+ [0-9:.]+  IPConfig: Default Addr \\(0\\) -> DHCP \\(1\\)  by "
-                           "configctl \\(process [0-9]+\\) at 127.0.0.1:[0-9]+"));
+              MatchesRegex("[0-9-]+ [0-9:.]+  IPConfig: Default Addr \\(0\\) -> DHCP \\(1\\)  by " +
+                           who + " \\(process [0-9]+\\) at 127.0.0.1:[0-9]+"));
   // Whatever is in a text, it stays on its line; what is secret is not shown.
   ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "SysName", "two\nlines\x1b[2J"}).status);
   EXPECT_THAT(daemon.GetProcess().WaitForLine("SysName: "),

@@ -11,6 +11,7 @@
 
 #include "libconfig/access/PosixMQClient.h"
 #include "libconfig/access/PosixMQFactory.h"
+#include "tests/testing/Emulator.h"
 #include "tests/testing/Queues.h"
 
 namespace testing_support {

@@ -10,6 +10,7 @@
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/StringValue.h"
 #include "tests/serialization/Record.h"
+#include "tests/testing/Emulator.h"
 #include "tests/testing/Threads.h"
 
 namespace {
@@ -18,7 +19,9 @@ using testing_support::OnThreads;
 
 class ClassFactoryTest : public ::testing::Test {
  protected:
-  void SetUp() override { ::testing::GTEST_FLAG(death_test_style) = "threadsafe"; }
+  void SetUp() override {
+    ::testing::GTEST_FLAG(death_test_style) = testing_support::FreshDeathTestStyle();
+  }
 };
 
 // Runs `body` in a fresh process, which must write exactly `messages` to standard error.

@@ -18,6 +18,7 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 #include "tests/support/TestClock.h"
+#include "tests/testing/Process.h"
 #include "tests/testing/Threads.h"
 
 namespace {
@@ -26,6 +27,7 @@ using qel::logging::Logger;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 using testing_support::AdvanceClock;
+using testing_support::Process;
 using testing_support::SetClock;
 
 constexpr char kFolder[] = "/usr/local/bin/";
@@ -72,8 +74,13 @@ class LoggerTest : public ::testing::Test {
     const pid_t child = ::fork();
     if (child == 0) {
       ::setenv("LOGGER_TEST_CHILD", "1", 1);
-      ::execl("/proc/self/exe", ("/no/such/place/" + ProgramName()).c_str(), filter.c_str(),
-              nullptr);
+      const std::string name = "/no/such/place/" + ProgramName();
+      char self[4096] = {};
+      EXPECT_LT(0, ::readlink("/proc/self/exe", self, sizeof self - 1));
+      auto words = Process::Emulated({self, filter}, name);
+      const std::string program = words[0];
+      if (program == self) words[0] = name;
+      ::execv(program.c_str(), Process::Pointers(words).data());
       ::_exit(127);
     }
     int status = -1;

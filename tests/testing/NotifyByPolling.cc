@@ -124,7 +124,13 @@ ssize_t Received(mqd_t queue, ssize_t length) {
 
 extern "C" {
 
+int __real_mq_notify(mqd_t queue, const sigevent* event);
+
 int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
+#ifdef PREFER_SYSTEM_NOTIFICATIONS
+  if (__real_mq_notify(queue, event) == 0) return 0;
+  if (errno != ENOSYS) return -1;
+#endif
   std::unique_lock<std::mutex> lock(RegistrationsMutex());
   const auto found = Registrations().find(queue);
   if (event == nullptr) {

@@ -185,8 +185,7 @@ class TestQueue {
     return ::mq_send(_queue, static_cast<const char*>(bytes), size, priority) == 0;
   }
   bool Send(const QueueWords& words, const std::string& stream = {}) {
-    std::string bytes(words.size() * 4, '\0');
-    std::memcpy(bytes.data(), words.data(), bytes.size());
+    std::string bytes(reinterpret_cast<const char*>(words.data()), words.size() * 4);
     bytes += stream;
     return Send(bytes.data(), bytes.size());
   }

@@ -1,0 +1,56 @@
+// What configd takes of a small device: memory, and threads for its peers.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/testing/Process.h"
+#include "tests/testing/Wire.h"
+
+namespace {
+
+using testing_support::Process;
+using testing_support::WirePeer;
+
+// A number of /proc/PID/status, such as VmRSS in KiB.
+long StatusOf(const Process& process, const std::string& name) {
+  std::ifstream file("/proc/" + std::to_string(process.GetPid()) + "/status");
+  for (std::string word; file >> word;) {
+    long number = 0;
+    if (word == name + ":" && file >> number) return number;
+  }
+  return -1;
+}
+
+TEST(Footprint, OfTheDaemonIsSmallAndGrowsByOneThreadAPeer) {
+  if (testing_support::Emulator() != nullptr) {
+    GTEST_SKIP() << "memory and threads would be those of the emulator";
+  }
+  // Measured may be another build of it than the tests'.
+  const char* const other = std::getenv("TEST_CONFIGD");
+  Process daemon({other != nullptr ? other : CONFIGD_PATH, "--port", "0", "--no-queue"});
+  const std::string line = daemon.WaitForLine("tcp://");
+  daemon.WaitForLine("configd: ready");
+  const int port = std::stoi(line.substr(line.rfind(':') + 1));
+  WirePeer reader(port, 0);
+  EXPECT_EQ(0U, reader.Get(0x32010000)) << "so that there is a store";
+  const long memory = StatusOf(daemon, "VmRSS");
+  const long idle = StatusOf(daemon, "Threads") - 1;
+  std::vector<std::unique_ptr<WirePeer>> peers;
+  for (int i = 1; i < 10; ++i) {
+    peers.push_back(std::make_unique<WirePeer>(port, 0));
+    peers.back()->Listen();
+  }
+  const long busy = StatusOf(daemon, "Threads");
+  std::cout << "configd: " << memory << " KiB resident with one store, " << idle
+            << " threads idle, " << busy << " with ten peers, then " << StatusOf(daemon, "VmRSS")
+            << " KiB\n";
+  EXPECT_EQ(idle + 10, busy);
+  EXPECT_LT(0, memory);
+}
+
+}  // namespace
