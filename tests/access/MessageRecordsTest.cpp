@@ -1,22 +1,11 @@
 // The records of the message queues, their names, and which answer belongs to which request.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstring>
+#include <utility>
 
 #include "libconfig/access/ConnectionUtilities.h"
-#include "libconfig/serialization/Identifiers.h"
 
 namespace {
-
-TEST(MessageRecords, AreTheirWordsInOrder) {
-  const XCONFIGMGR_REQUEST_T request = {81, 0x00070003, 42, 1, 10, 0x32010000, 2, 20, 0xA00};
-  std::array<uint32_t, 9> words;
-  static_assert(sizeof words == sizeof request);
-  std::memcpy(words.data(), &request, sizeof request);
-  EXPECT_EQ((std::array<uint32_t, 9>{81, 0x00070003, 42, 1, 10, 0x32010000, 2, 20, 0xA00}), words);
-  EXPECT_EQ(request.streamFormat, static_cast<uint32_t>(eSerializationFormat_Queue));
-}
 
 TEST(MessageRecords, HaveNamesForPeople) {
   const std::pair<int, const char*> names[] = {{16, "Connect Request"},

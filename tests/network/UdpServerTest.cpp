@@ -10,6 +10,7 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Golden.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Wire.h"
 
@@ -19,6 +20,8 @@ using testing_support::BigWord;
 using testing_support::Bytes;
 using testing_support::Datagrams;
 using testing_support::Eventually;
+using testing_support::Golden;
+using testing_support::Hex;
 using testing_support::StringValueBytes;
 using testing_support::TestServer;
 using testing_support::WirePeer;
@@ -78,37 +81,25 @@ class UdpServer : public testing::Test {
 
 }  // namespace
 
-TEST_F(UdpServer, AnswersEachRequestWithItsRecord) {
+TEST_F(UdpServer, AnswersEachRequestWithItsRecordAndAnnouncesTheChanges) {
   const uint32_t config = Own(1);
-  _peer.Send(Connection(16, config));
-  EXPECT_THAT(_peer.Record(),
-              ElementsAre(32U, kPeer, g_request, config, 3U, 4096U, 0U, 0U, 0U, 0U, 0U));
-  _peer.Send(Request(81, config, eParamID_IPConfig, 1));
-  EXPECT_THAT(_peer.Record(), ElementsAre(97U, kPeer, g_request, config, 3U, 4096U,
-                                          uint32_t(eParamID_IPConfig), 0U, 0U, 0U, 0U));
-  _peer.Send(Request(81, config, eParamID_IPConfig, 77));
-  EXPECT_NE(0U, _peer.Record().at(7));
-  _peer.Send(Request(80, config, eParamID_IPConfig));
-  EXPECT_THAT(_peer.Record(), ElementsAre(96U, kPeer, g_request, config, 3U, 4096U,
-                                          uint32_t(eParamID_IPConfig), 0U, 1U, 0U, 0U));
-  const Bytes text = StringValueBytes(eParamID_SysName, "Edit 7");
-  _peer.Send(Request(113, config, eParamID_SysName, 0, static_cast<uint32_t>(text.size())) + text);
-  _peer.Send(Request(112, config, eParamID_SysName));
-  const Bytes answer = _peer.Receive();
-  EXPECT_THAT(Datagrams::ToWords(answer),
-              ElementsAre(112U, kPeer, g_request, config, 3U, 4096U, uint32_t(eParamID_SysName), 0U,
-                          0U, uint32_t(text.size()), 3072U));
-  // The value is the store's, with the store's own configuration number.
-  const Bytes stored = BigWord(1) + BigWord(config) + BigWord(eParamID_SysName) + BigWord(12) +
-                       Bytes{'E', 'd', 'i', 't', ' ', '7', '\0'};
-  EXPECT_EQ(stored, Bytes(answer.begin() + 44, answer.end()));
-  _peer.Send(Request(112, config, 0x01020304));
-  const auto missing = _peer.Record();
-  EXPECT_THAT(missing,
-              ElementsAre(112U, kPeer, g_request, config, 3U, 4096U, 0x01020304U, 60U, 0U, 0U, 0U));
-  _peer.Send(Connection(17, config));
-  EXPECT_THAT(_peer.Record(), ElementsAre(33U, kPeer, g_request, config, 3U, 4096U, 0U));
+  const Golden golden({{"id", kPeer}, {"config", config}, {"sequence", 0}});
+  Datagrams group("239.81.69.76", 63110);
+  for (const auto& message : golden.GetExchange("udp")) {
+    if (message.fromClient) {
+      // What comes in the other byte order is nothing.
+      _peer.Send(message.ToBytes(testing_support::kOtherOrder));
+      _peer.Send(message.ToBytes());
+    } else {
+      ASSERT_EQ(message.ToHex(), Hex(_peer.Receive()));
+    }
+  }
   EXPECT_FALSE(IsAnswered(config));
+  for (const auto& message : golden.GetExchange("multicast")) {
+    Bytes event = group.Receive();
+    while (!event.empty() && Datagrams::ToWords(event).at(3) != config) event = group.Receive();
+    EXPECT_EQ(message.ToHex(), Hex(event));
+  }
 }
 
 TEST_F(UdpServer, DropsWhatIsNoWholeRequest) {

@@ -14,38 +14,13 @@
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/StringValue.h"
 #include "tests/serialization/Record.h"
+#include "tests/testing/Golden.h"
 
 namespace {
 
 using namespace testing_support;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
-using Bytes = std::vector<char>;
-
-std::string Hex(const Bytes& bytes) {
-  std::string text;
-  for (const char byte : bytes) {
-    char digits[4];
-    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned char>(byte));
-    text += digits;
-  }
-  return text;
-}
-
-std::string Packed(std::string text) {
-  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
-  return text;
-}
-
-Bytes FromHex(const std::string& spaced) {
-  const std::string text = Packed(spaced);
-  Bytes bytes;
-  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-    bytes.push_back(static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
 template <typename T>
 std::string HexOf(T value) {
   return Hex(Written([&](Serializer& serializer) { serializer.Write("Key", value); }));
@@ -123,14 +98,35 @@ TEST_F(StreamTest, WritesEveryTypeInItsBytes) {
 }
 
 TEST_F(StreamTest, WritesObjectsBehindTheirClass) {
+  const Golden golden;
   IntegerValue number(static_cast<eConfigID_t>(2), eParamID_IPConfig, eParamType_Enum, 0xfffffff0);
-  EXPECT_EQ(Packed("00000000 00000002 32010000 00000003 fffffff0"), Hex(WrittenObject(number)));
+  EXPECT_EQ(Hex(golden.GetObject("Number")), Hex(WrittenObject(number)));
   StringValue text(static_cast<eConfigID_t>(-1), eParamID_SysName, eParamType_String, "abc");
-  EXPECT_EQ(Packed("00000001 ffffffff 32050000 0000000c 61626300"), Hex(WrittenObject(text)));
-  EXPECT_EQ(Packed("000000c8 0000beef fffffffe 01020304 61626300 00000003780079 0000beef "
-                   "000000c8 0000dead 00000000 00000000 696e7369646500 00000000 0000beef "
-                   "00000001 00000000 00000000 00000000 6c65616600"),
-            Hex(WrittenObject(*MakeRecord())));
+  EXPECT_EQ(Hex(golden.GetObject("Text")), Hex(WrittenObject(text)));
+  EXPECT_EQ(Hex(golden.GetObject("TestRecord")), Hex(WrittenObject(*MakeRecord())));
+}
+
+TEST_F(StreamTest, ReadsEachGoldenObjectAndNoneThatIsCut) {
+  const Golden golden;
+  for (const char* const name : {"Number", "Text", "EmptyText", "TestRecord"}) {
+    SCOPED_TRACE(name);
+    const Bytes bytes = golden.GetObject(name);
+    Reader in(bytes);
+    const auto object = in.ReadObject();
+    ASSERT_NE(nullptr, object);
+    EXPECT_EQ(Hex(bytes), Hex(WrittenObject(*object)));
+    EXPECT_TRUE(in.stream.IsEndOfSector());
+    EXPECT_TRUE(in.stream.IsEndOfStream());
+    Serializable* none = object.get();
+    EXPECT_EQ(0, in.stream.Read(none));
+    CaptureStderr();
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+      Reader cut(bytes, length);
+      EXPECT_EQ(nullptr, cut.ReadObject()) << length;
+      EXPECT_TRUE(cut.stream.IsOverrun()) << length;
+    }
+    EXPECT_EQ("", GetCapturedStderr());
+  }
 }
 
 TEST_F(StreamTest, MeasuresAnObjectForTheWriterToCome) {
@@ -330,34 +326,6 @@ TEST_F(StreamTest, FindsNothingInAnEmptyVector) {
   stream.Read("Object", object);
   EXPECT_EQ(nullptr, object);
   EXPECT_TRUE(stream.IsOverrun());
-}
-
-TEST_F(StreamTest, ReadsObjectsBackAsTheyWereWritten) {
-  const Bytes bytes = WrittenObject(*MakeRecord());
-  Reader in(bytes);
-  const auto object = in.ReadObject();
-  ASSERT_NE(nullptr, object);
-  EXPECT_EQ(kRecordClass, object->GetClassID());
-  EXPECT_EQ(Hex(bytes), Hex(WrittenObject(*object)));
-  EXPECT_TRUE(in.stream.IsEndOfSector());
-  EXPECT_TRUE(in.stream.IsEndOfStream());
-  Serializable* none = object.get();
-  EXPECT_EQ(0, in.stream.Read(none));
-}
-
-TEST_F(StreamTest, GivesNoObjectForAnyPrefixOfOne) {
-  IntegerValue number(eConfigID_Default, eParamID_IPConfig, eParamType_Enum, 1);
-  StringValue text(eConfigID_Default, eParamID_SysName, eParamType_String, "some name");
-  CaptureStderr();
-  for (const Bytes& bytes :
-       {WrittenObject(number), WrittenObject(text), WrittenObject(*MakeRecord())}) {
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
-      Reader in(bytes, length);
-      EXPECT_EQ(nullptr, in.ReadObject()) << length;
-      EXPECT_TRUE(in.stream.IsOverrun()) << length;
-    }
-  }
-  EXPECT_EQ("", GetCapturedStderr());
 }
 
 TEST_F(StreamTest, GivesNoObjectForAnUnknownClassOrAThrowingOne) {
