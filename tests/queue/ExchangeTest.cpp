@@ -1,18 +1,26 @@
 // What a queue client sends, and what it makes of the answers: right ones, wrong ones, late ones.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 
+#include "libconfig/access/QueueIO.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
+#include "tests/testing/Golden.h"
+#include "tests/testing/RecordingListener.h"
 #include "tests/testing/Wire.h"
 
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing_support::Bytes;
 using testing_support::FakeDaemon;
+using testing_support::Golden;
+using testing_support::Hex;
 using testing_support::QueueTest;
 using testing_support::QueueWords;
+using testing_support::RecordingListener;
 using testing_support::Response;
 using testing_support::Spoil;
 using testing_support::TestQueue;
@@ -52,30 +60,36 @@ class QueueExchange : public QueueTest {
   }
 };
 
-TEST_F(QueueExchange, SendsTheRecordsOfItsOperations) {
-  std::mutex mutex;
-  std::vector<std::string> requests;
+TEST_F(QueueExchange, SpeaksTheRecordsOfItsProtocol) {
+  const auto messages =
+      Golden({{"id", FakeDaemon::FirstConnection()}, {"seconds", 1700000000}, {"microseconds", 42}})
+          .GetExchange("queue");
+  std::atomic<std::size_t> next{0};
   Connect(
-      [&](const std::string& request, TestQueue&) {
-        const std::lock_guard<std::mutex> lock(mutex);
-        requests.push_back(request);
-        return false;
+      [&](const std::string& request, TestQueue& queue) {
+        if (next == messages.size()) return false;
+        EXPECT_EQ(messages[next].ToHex(), Hex({request.begin(), request.end()}));
+        const uint32_t type = messages[next].fields[0].second;
+        for (++next; next < messages.size() && !messages[next].fromClient; ++next) {
+          const Bytes answer = messages[next].ToBytes();
+          if (type >= 48) queue.Send(answer.data(), answer.size());
+        }
+        return type >= 48;
       },
       "mq:priority=0");
-  EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
-  EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 2U));
+  EXPECT_EQ(0U, _client->Get(eParamID_MediaUpdated));
   EXPECT_EQ(1, _client->Set(eParamID_SysName, kText));
+  std::string text;
+  EXPECT_EQ(1, _client->Get(eParamID_SysName, text));
+  EXPECT_EQ(kText, text);
+  RecordingListener changes;
+  EXPECT_EQ(1, _client->AddConfigEventListener(&changes));
+  EXPECT_EQ(1, _client->Set(eParamID_MediaUpdated, 1U));
+  EXPECT_TRUE(changes.WaitFor(eParamID_MediaUpdated, "1"));
+  EXPECT_EQ(1, _client->RemoveConfigEventListener(&changes));
   GiveBack();
-  const uint32_t id = FakeDaemon::FirstConnection();
-  const std::lock_guard<std::mutex> lock(mutex);
-  ASSERT_EQ(5U, requests.size());
-  EXPECT_EQ((QueueWords{16, id, 0, 0, 10}), TestQueue::ToWords(requests[0]));
-  EXPECT_EQ((QueueWords{80, id, 1, 0, 10, kIPConfig, 0, 0, 0}), TestQueue::ToWords(requests[1]));
-  EXPECT_EQ((QueueWords{81, id, 2, 0, 10, kIPConfig, 2, 0, 0}), TestQueue::ToWords(requests[2]));
-  const QueueWords set = {113, id, 3, 0, 10, eParamID_SysName, 0, 23, 2560};
-  EXPECT_EQ(set, TestQueue::ToWords(requests[3].substr(0, 36)));
-  EXPECT_EQ(ValueBytes(kText), requests[3].substr(36));
-  EXPECT_EQ((QueueWords{17, id, 4, 0, 10}), TestQueue::ToWords(requests[4]));
+  _daemon.reset();
+  EXPECT_EQ(messages.size(), next);
 }
 
 TEST_F(QueueExchange, ReturnsWhatTheDaemonSays) {

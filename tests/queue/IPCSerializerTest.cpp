@@ -13,8 +13,8 @@
 #include "libconfig/access/IPCSerializer.h"
 #include "libconfig/descriptors/ParamIDs.h"
 #include "libconfig/values/StringValue.h"
+#include "tests/testing/Golden.h"
 #include "tests/testing/Queues.h"
-#include "tests/testing/Wire.h"
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -66,9 +66,11 @@ class IPCQueue : public testing::Test {
 
 TEST_F(IPCQueue, CarriesAHeaderAndThenTheObject) {
   ASSERT_TRUE(_writer.Write(Header(7), &_value));
-  EXPECT_EQ(Words(0x01020304, 0, 23 + 8, 1024, 0, 0), Receive(7));
-  const auto bytes = testing_support::StringValueBytes(eParamID_SysName, "Edit 7");
-  EXPECT_EQ(Words(0x01020304) + std::string(bytes.begin(), bytes.end()), Receive(8));
+  long type = 7;
+  for (const auto& message : testing_support::Golden().GetExchange("systemv")) {
+    const std::string text = Receive(type++);
+    EXPECT_EQ(message.ToHex(), testing_support::Hex({text.begin(), text.end()}));
+  }
 }
 
 TEST_F(IPCQueue, BringsTheObjectBack) {
