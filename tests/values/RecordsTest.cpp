@@ -1,7 +1,6 @@
 // Stored records and containers: their bytes, and what becomes of bytes that are cut or damaged.
 #include <gmock/gmock.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -19,6 +18,7 @@
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
 #include "libconfig/values/Vector.h"
+#include "tests/testing/Golden.h"
 
 namespace {
 
@@ -30,7 +30,9 @@ using ::testing::HasSubstr;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 using Object = std::unique_ptr<Serializable>;
-using Bytes = std::vector<char>;
+using testing_support::Bytes;
+using testing_support::Golden;
+using testing_support::Hex;
 
 constexpr auto kFormat = eSerializationFormat_Queue;
 
@@ -40,17 +42,6 @@ Bytes Written(Serializable& object) {
   serializer.SetPos(bytes.data());
   serializer.Write("Object", &object);
   return bytes;
-}
-
-std::string Hex(const Bytes& bytes) {
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    char digits[4];
-    std::snprintf(digits, sizeof digits, "%s%02x", i % 4 == 0 && i > 0 ? " " : "",
-                  static_cast<unsigned char>(bytes[i]));
-    text += digits;
-  }
-  return text;
 }
 
 // The object in a copy of exactly these bytes, so that a read beyond them is caught; what the
@@ -64,25 +55,22 @@ Object Read(const Bytes& bytes) {
   return object;
 }
 
+// Each is an object of the golden file.
 struct Sample {
   const char* name;
   std::function<Object()> make;
-  const char* bytes;
 };
 
 const Sample kSamples[] = {
-    {"SectorHeader", [] { return Object(SectorHeader::Create(7, 0x01020304, 300)); },
-     "00000006 00000007 01020304 0000012c"},
-    {"Checkpoint", [] { return std::make_unique<Checkpoint>(); }, "00000007 00000000 ffffffff"},
+    {"SectorHeader", [] { return Object(SectorHeader::Create(7, 0x01020304, 300)); }},
+    {"Checkpoint", [] { return std::make_unique<Checkpoint>(); }},
     {"CheckpointOfAConfiguration",
      [] {
        auto checkpoint = std::make_unique<Checkpoint>(static_cast<eConfigID_t>(3));
        checkpoint->SetOffset(28);
        return checkpoint;
-     },
-     "00000007 0000001c 00000003"},
-    {"PackageHeader", [] { return std::make_unique<PackageHeader>(); },
-     "0000000e 00001001 ffffffff 00000000 00000000 00000000"},
+     }},
+    {"PackageHeader", [] { return std::make_unique<PackageHeader>(); }},
     {"Vector",
      [] {
        auto vector = std::make_unique<Vector>();
@@ -91,16 +79,13 @@ const Sample kSamples[] = {
        vector->Add(SectorHeader::Create(1, 2, 3));
        vector->Add(new Vector);
        return vector;
-     },
-     "00000009 00000004 00000000 00000000 32010000 00000003 00000002 00000001 00000000 32050000 "
-     "0000000c 61626300 00000006 00000001 00000002 00000003 00000009 00000000"},
+     }},
     {"Presets",
      [] {
        // Only a stream gives it data without a file.
        char bytes[] = {0, 0, 0, 8, 0, 0, 0, 3, 'A', 0, 0, 0, 0, 3, 1, 0, 2};
        return DecodeObject(bytes, sizeof bytes, kFormat);
-     },
-     "00000008 00000003 41000000 00030100 02"},
+     }},
 };
 
 }  // namespace
@@ -111,7 +96,7 @@ TEST(Records, TravelInTheirBytes) {
     const Object object = sample.make();
     ASSERT_NE(nullptr, object);
     const Bytes bytes = Written(*object);
-    EXPECT_EQ(sample.bytes, Hex(bytes));
+    EXPECT_EQ(Hex(Golden().GetObject(sample.name)), Hex(bytes));
     const Object read = Read(bytes);
     ASSERT_NE(nullptr, read);
     EXPECT_EQ(object->GetClassID(), read->GetClassID());
