@@ -48,14 +48,11 @@ class FakeDevice {
 
   FakeDevice(uint32_t command, Reaction reaction)
       : _command(command), _reaction(std::move(reaction)), _thread([this] { Serve(); }) {}
-  ~FakeDevice() {
-    if (_thread.joinable()) _thread.join();
-  }
+  ~FakeDevice() { End(); }
 
   Outcome Run(const Process::Words& arguments) {
     Outcome outcome = RunConfigctl(_listener.GetURI(), arguments);
-    ::close(Wire::Dial(_listener.GetPort()));  // in case nobody came
-    _thread.join();
+    End();
     return outcome;
   }
 
@@ -64,6 +61,12 @@ class FakeDevice {
   void IgnoreResults() { _ignoresResults = true; }
 
  private:
+  void End() {
+    if (!_thread.joinable()) return;
+    ::close(Wire::Dial(_listener.GetPort()));  // in case nobody came
+    _thread.join();
+  }
+
   void Serve() {
     Wire peer(_listener.Accept());
     peer.Receive(24);
