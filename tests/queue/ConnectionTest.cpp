@@ -127,10 +127,11 @@ TEST_F(QueueConnection, RefusesAQueueThatIsNotAsItShouldBe) {
       EXPECT_THAT(FailToConnect(factory), HasSubstr("Message too long"));
     }
   }
-  if (::geteuid() != 0) GTEST_SKIP() << "only root can make a queue of another user";
   {
     TestQueue foreign(ResponseName(1));
-    ASSERT_EQ(0, ::fchown(foreign.Get(), 12345, 12345));
+    if (::fchown(foreign.Get(), 12345, 12345) != 0) {
+      GTEST_SKIP() << "only root can make a queue of another user";
+    }
     EXPECT_THAT(FailToConnect(factory),
                 StartsWith("PosixMQFactory::Connect - mq_open failed: Permission denied\n"
                            "PosixMQFactory::Connect: mq_open on response queue " +

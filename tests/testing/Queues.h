@@ -50,9 +50,13 @@ inline void StartLoopback() {
 inline bool EnterOwnNamespace() {
   constexpr int kOwn = CLONE_NEWIPC | CLONE_NEWNET | CLONE_NEWNS;
   const auto user = std::to_string(::geteuid());
+  const auto group = std::to_string(::getegid());
   if (::unshare(kOwn) != 0) {
     if (::unshare(CLONE_NEWUSER | kOwn) != 0) return false;
     WriteFile("/proc/self/uid_map", "0 " + user + " 1");
+    // What has an owner needs a group, too.
+    WriteFile("/proc/self/setgroups", "deny");
+    WriteFile("/proc/self/gid_map", "0 " + group + " 1");
   }
   StartLoopback();
   WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
