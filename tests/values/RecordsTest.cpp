@@ -182,7 +182,7 @@ TEST(Vector, OwnsCopiesOfWhatReadersShare) {
 
 TEST(Vector, EndsWithItsStreamWhateverItPromises) {
   // Two billion items, of which there is one.
-  Bytes bytes = {0, 0, 0, 9, 127, -1, -1, -1};
+  Bytes bytes = {0, 0, 0, 9, 127, '\xFF', '\xFF', '\xFF'};
   const Bytes item = Written(*std::make_unique<Checkpoint>());
   bytes.insert(bytes.end(), item.begin(), item.end());
   const Object read = Read(bytes);
