@@ -138,7 +138,7 @@ void Connection::ConnectMapped(const std::string& uri, const std::string& listen
 // An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
 Watchdog::Action Connection::EndProgram(const char* doing) {
   return [this, doing] {
-    QueueConfig::RemoveResponseQueue();
+    QueueConfig::LeaveInPassing();
     ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit())));
   };
 }

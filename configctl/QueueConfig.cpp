@@ -17,8 +17,12 @@
 namespace configctl {
 namespace {
 
-// Empty while there is none.
+// For a process that ends on the spot. The name is empty while there is no connection.
 char responseQueue[32];
+mqd_t requestQueue = -1;
+XCONFIGMGR_CONNECTION_REQUEST_T leave = {};
+
+void Forget() { std::memset(responseQueue, 0, sizeof responseQueue); }
 
 // One for the process, as it leaves the daemon's queue open. It numbers its connections from 0 on.
 std::unique_ptr<PosixMQFactory> factory;
@@ -128,11 +132,13 @@ std::unique_ptr<QueueConfig> QueueConfig::Connect(const std::string& queue,
   if (factory == nullptr) ThrowNotOpened(uri, errno);
   factory->SetPatience(patience);
   const uint32_t id = (static_cast<uint32_t>(::getpid()) << 16) + (connections++ & 0xFFFF);
+  leave = {XCFG_DISCONNECT_REQUEST, id, 0, 0, 0};
+  requestQueue = requests.Get();
   ConnectionUtilities::GetQueueName(id).copy(responseQueue, sizeof responseQueue - 1);
   PosixMQClient* const client = factory->Connect("");
   if (client == nullptr) {
     const int error = errno;
-    RemoveResponseQueue();
+    Forget();
     ThrowNotConnected(uri, error, patience);
   }
   return std::unique_ptr<QueueConfig>(new QueueConfig(requests.Release(), *factory, client));
@@ -145,13 +151,16 @@ QueueConfig::~QueueConfig() {
   // There is nobody left to take leave of.
   if (!IsAlive()) _factory.SetPatience({});
   _factory.Disconnect(_client);
-  RemoveResponseQueue();
+  Forget();
   ::mq_close(_requests);
 }
 
-void QueueConfig::RemoveResponseQueue() {
-  if (responseQueue[0] != '\0') ::mq_unlink(responseQueue);
-  std::memset(responseQueue, 0, sizeof responseQueue);
+// As long as the daemon has the queue open, it counts among those of the user.
+void QueueConfig::LeaveInPassing() {
+  if (responseQueue[0] == '\0') return;
+  constexpr timespec kNoTime = {};
+  ::mq_timedsend(requestQueue, reinterpret_cast<const char*>(&leave), sizeof leave, 0, &kNoTime);
+  ::mq_unlink(responseQueue);
 }
 
 bool QueueConfig::IsAlive() const { return !_failed && IsServed(_requests); }

@@ -27,9 +27,9 @@ class QueueConfig final : public Config {
                                               std::chrono::milliseconds patience);
   ~QueueConfig() override;
 
-  // Removes the queue that answers come on, for a process that ends on the spot. Safe in a signal's
-  // handler.
-  static void RemoveResponseQueue();
+  // Tells the daemon and removes the queue that answers come on, for a process that ends on the
+  // spot. Waits for nothing; safe in a signal's handler.
+  static void LeaveInPassing();
 
   // Does not wait for the daemon.
   bool IsAlive() const;
