@@ -65,7 +65,7 @@ test_in_kernel() {
   say "tests on a 32-bit PowerPC kernel"
   build_target_tests
   local program log
-  for program in values queue conformance programs; do
+  for program in values configd queue conformance programs; do
     log=build-target-tests/kernel_$program.log
     in_kernel "build-target-tests/bin/test_$program" >"$log" 2>&1 || { cat "$log"; exit 1; }
     echo "test_$program: $(sed -n 's/^\[==========\] \(.* ran\).*/\1/p' "$log")"

@@ -1,9 +1,14 @@
 // How changes reach the listeners of a queue client while it does other things.
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <thread>
 
 #include "libconfig/access/ConfigEvent.h"
@@ -294,15 +299,23 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
             testing::internal::GetCapturedStderr());
   // Giving the client back ends the waiting.
   std::atomic<bool> ended{false};
+  std::atomic<int> calls{0};
+  std::atomic<long> thread{0};
   std::thread waiter([&] {
+    thread = ::syscall(SYS_gettid);
     ConfigEvent none;
-    while (_client->WaitForConfigEvent(none, 0, 0) != 0) {
-    }
+    do ++calls;
+    while (_client->WaitForConfigEvent(none, 0, 0) != 0);
     ended = true;
   });
   Send(Event(3));
-  EXPECT_TRUE(Eventually(
-      [&] { return FakeDaemon::ResponseQueue(FakeDaemon::FirstConnection())->Waiting() == 0; }));
+  // Inside its second call, and not on the way there, where it would meet a client that is gone.
+  EXPECT_TRUE(Eventually([&] {
+    if (calls != 2) return false;
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    return stat.find(") S ") != std::string::npos;
+  }));
   _factory->Disconnect(_client);
   waiter.join();
   EXPECT_TRUE(ended);
