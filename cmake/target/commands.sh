@@ -97,8 +97,8 @@ test_in_kernel_if_built() {
 
 abi_listings() {
   need python3 $build_packages $target_packages
-  build build -DLIBCONFIG_WERROR=ON
-  build_target
+  only=config build build -DLIBCONFIG_WERROR=ON
+  only=config build_target
   python3 abi/listing.py build/lib/libconfig.so g++ >"$1/x86_64.txt"
   python3 abi/listing.py build-target/lib/libconfig.so powerpc-linux-gnu-g++ >"$1/powerpc.txt"
 }
