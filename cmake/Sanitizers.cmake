@@ -1,6 +1,8 @@
 if(LIBCONFIG_SANITIZE)
+  # With little optimization, as the checks that are added take the compiler three times as long
+  # with more.
   add_compile_options(-fsanitize=${LIBCONFIG_SANITIZE} -fno-sanitize-recover=all
-                      -fno-omit-frame-pointer -g1)
+                      -fno-omit-frame-pointer -Og -g1)
   add_link_options(-fsanitize=${LIBCONFIG_SANITIZE})
   if(CMAKE_SYSTEM_PROCESSOR STREQUAL "ppc")
     add_library(target_sync8 OBJECT ${PROJECT_SOURCE_DIR}/cmake/target/sync8.cpp)

@@ -21,8 +21,7 @@ build_target() {
 build_target_tests() {
   need $build_packages $test_packages $target_packages
   build build-target-tests "$toolchain" -DLIBCONFIG_WERROR=ON -DLIBCONFIG_TESTS=ON \
-    -DLIBCONFIG_SANITIZE=undefined \
-    -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-Og -g1 -DNDEBUG"
+    -DLIBCONFIG_SANITIZE=undefined
 }
 
 cmd_target() { # build and test for the device; --kernel: on a kernel of its own; --figures: its size
