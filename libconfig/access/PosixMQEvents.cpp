@@ -12,7 +12,6 @@
 
 using qel::config::ListenerList;
 using qel::config::QueueInbox;
-using qel::config::QueueMessage;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
