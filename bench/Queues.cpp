@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <mqueue.h>
 #include <sched.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,8 +16,8 @@
 #include <thread>
 
 #include "bench/Machine.h"
+#include "bench/NetworkGet.h"
 #include "bench/Rounds.h"
-#include "bench/Sockets.h"
 #include "configd/QueueService.h"
 #include "libconfig/libconfig.h"
 
@@ -24,8 +25,6 @@ namespace bench {
 namespace {
 
 constexpr int kRounds = 100;
-constexpr int kRoundTripsARound = 200;
-constexpr int kConfigID = 9002;
 
 std::string QueueName(const char* what) {
   return "/bench_" + std::string(what) + "_" + std::to_string(::getpid());
@@ -128,36 +127,9 @@ class QueueGet {
   PosixMQClient* _client = nullptr;
 };
 
-class TcpGet {
- public:
-  explicit TcpGet(int serverCore) {
-    {
-      const Pinned pinned(serverCore);
-      _server = std::make_unique<Server>(SOCK_STREAM);
-    }
-    _config = ConfigFactoryImpl::GetInstance()->Connect(_server->Uri(kConfigID));
-    if (_config == nullptr) throw std::runtime_error("no connection to the server");
-  }
-  ~TcpGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
-  TcpGet(const TcpGet&) = delete;
-  TcpGet& operator=(const TcpGet&) = delete;
-
-  void operator()() {
-    unsigned int value;
-    if (_config->Get(eParamID_IPConfig, value) != 1) throw std::runtime_error("a Get failed");
-  }
-
- private:
-  std::unique_ptr<Server> _server;
-  Config* _config;
+struct TcpGet : NetworkGet {
+  explicit TcpGet(int serverCore) : NetworkGet(SOCK_STREAM, serverCore) {}
 };
-
-template <typename Exchange>
-double MedianRoundTrip(Exchange& exchange) {
-  std::vector<double> times(kRoundTripsARound);
-  for (double& time : times) time = Time([&exchange] { exchange(); });
-  return Median(std::move(times));
-}
 
 template <typename Reference>
 Measurement MeasureHere(std::size_t coresWanted) {

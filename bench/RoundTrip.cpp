@@ -5,16 +5,14 @@
 #include <thread>
 
 #include "bench/Machine.h"
+#include "bench/NetworkGet.h"
 #include "bench/Rounds.h"
 #include "bench/Sockets.h"
-#include "libconfig/libconfig.h"
 
 namespace bench {
 namespace {
 
 constexpr int kRounds = 100;
-constexpr int kRoundTripsARound = 200;
-constexpr int kConfigID = 9002;
 
 // Requests and answers of the same sizes between two threads: a send and a receive on either side,
 // which is what an exchange cannot do without.
@@ -67,38 +65,6 @@ class PingPong {
   Stream _server;
   std::thread _thread;
 };
-
-// The library's client and server, with the server's threads on `serverCore`.
-class NetworkGet {
- public:
-  NetworkGet(int type, int serverCore) {
-    {
-      const Pinned pinned(serverCore);
-      _server = std::make_unique<Server>(type);
-    }
-    _config = ConfigFactoryImpl::GetInstance()->Connect(_server->Uri(kConfigID));
-    if (_config == nullptr) throw std::runtime_error("no connection to the server");
-  }
-  ~NetworkGet() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
-  NetworkGet(const NetworkGet&) = delete;
-  NetworkGet& operator=(const NetworkGet&) = delete;
-
-  void operator()() {
-    unsigned int value;
-    if (_config->Get(eParamID_IPConfig, value) != 1) throw std::runtime_error("a Get failed");
-  }
-
- private:
-  std::unique_ptr<Server> _server;
-  Config* _config;
-};
-
-template <typename Exchange>
-double MedianRoundTrip(Exchange& exchange) {
-  std::vector<double> times(kRoundTripsARound);
-  for (double& time : times) time = Time([&exchange] { exchange(); });
-  return Median(std::move(times));
-}
 
 Measurement MeasureGet(int type, std::size_t coresWanted) {
   const std::vector<int> cores = Cores();
