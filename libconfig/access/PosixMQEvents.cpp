@@ -57,6 +57,9 @@ void PosixMQClient::MQNotifyHandler(sigval value) {
            name().c_str());
     std::exit(-1);
   }
+  // It may have been for a client that was here before, or for a listener that has left. What comes
+  // now is for whoever waits for it.
+  if (state->listeners.IsEmpty()) return state->inbox.DisclaimDrain();
   for (;;) {
     try {
       state->Drain();

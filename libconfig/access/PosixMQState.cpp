@@ -83,7 +83,10 @@ int PosixMQClient::State::Drain() {
     switch (inbox.NextToDrain(type)) {
       case QueueInbox::Outcome::kReady:
         try {
-          DeliverNext(nullptr, result);
+          if (!DeliverNext(nullptr, result) && listeners.IsEmpty()) {
+            inbox.EndDrain();
+            return 1;
+          }
         } catch (...) {
           inbox.EndDrain();
           throw;
@@ -149,7 +152,8 @@ int PosixMQClient::State::DeliverStream(ListenerList::Delivery& delivery,
 bool PosixMQClient::State::DeliverNext(ConfigEvent* event, int& result) {
   ListenerList::Delivery delivery(listeners);
   QueueMessage message;
-  if (delivery.IsNested() || !inbox.TakeEvent(message)) return false;
+  if (delivery.IsNested() || (event == nullptr && listeners.IsEmpty())) return false;
+  if (!inbox.TakeEvent(message)) return false;
   if (message.record.msgtype == XCFG_PARAM_CHANGED_EVENT) {
     result = Deliver(delivery, message.record, event);
   } else {

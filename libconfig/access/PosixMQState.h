@@ -19,14 +19,15 @@ struct PosixMQClient::State {
   int Arm() LIBCONFIG_REQUIRES(armMutex);
   // Starts a notification anew, after it has come, unless nobody wants it any more.
   bool RenewNotification(PosixMQClient* notified);
-  // 1 when nothing is left, 0 when the queue could not be read.
+  // Tells the listeners what has come. 0 when the queue could not be read, else 1.
   int Drain();
   // REQUIRES: `delivery` is not nested.
   int Deliver(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
               ConfigEvent* event);
   int DeliverStream(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
                     char* stream, unsigned length, ConfigEvent* event);
-  // The same for the next message, if no other thread took it.
+  // The same for the next message, if no other thread took it. Without `event` it is for listeners
+  // only: where there is none it stays for who waits for it.
   bool DeliverNext(ConfigEvent* event, int& result);
 
   const unsigned int connectionID;
@@ -44,8 +45,8 @@ struct PosixMQClient::State {
 };
 
 // All living queue clients with the threads inside each. A notification may come when its client is
-// gone: it then finds nothing here, or a client that was made at the same place and has no use for
-// it. Never destroyed, as threads of the system reach it.
+// gone: it then finds nothing here, or a client that was made at the same place, whose listeners it
+// tells what there is. Never destroyed, as threads of the system reach it.
 class PosixMQClients {
  public:
   using State = PosixMQClient::State;

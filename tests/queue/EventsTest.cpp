@@ -289,6 +289,11 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
   // An exchange meanwhile leaves the event to whoever waits for it.
   Send(Event(2));
   EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
+  // So does a notification for a client that had this one's place in memory, and one who drains.
+  sigval late;
+  late.sival_ptr = _client;
+  std::thread(PosixMQClient::MQNotifyHandler, late).join();
+  EXPECT_EQ(1, _client->ProcessEvents());
   ASSERT_EQ(1, _client->WaitForConfigEvent(event, 0, 0));
   EXPECT_EQ(2U, event.value);
   EXPECT_EQ(1, registrations);
