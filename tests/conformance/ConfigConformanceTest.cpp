@@ -73,7 +73,9 @@ class Configs : public testing::TestWithParam<Way> {
       if (!reason.empty()) GTEST_SKIP() << reason;
       const std::string queue = testing_support::TestQueueName();
       _daemon = std::make_unique<Daemon>(std::vector<std::string>{"--queue", queue, "--quiet"});
-      _queues = std::make_unique<PosixMQFactory>(queue);
+      // One for all tests, as it keeps the queue of the daemon that it met first.
+      static PosixMQFactory* const factory = new PosixMQFactory(queue);
+      _queues = factory;
     } else {
       _number = ++number;
     }
@@ -123,7 +125,7 @@ class Configs : public testing::TestWithParam<Way> {
   TestServer _server;
   TestServer _datagramServer{SOCK_DGRAM};
   std::unique_ptr<Daemon> _daemon;
-  std::unique_ptr<PosixMQFactory> _queues;
+  PosixMQFactory* _queues = nullptr;
   int _number = 0;
   Config* _config = nullptr;
   Config* _store = nullptr;  // the store itself, to look at and to change behind the way's back
