@@ -30,7 +30,6 @@ cmd_target() { # build and test for the device; --kernel: on a kernel of its own
       say "tests for 32-bit big-endian PowerPC, emulated (UndefinedBehaviorSanitizer)"
       build_target_tests
       run_tests build-target-tests
-      tell_skipped build-target-tests/Testing/Temporary/LastTest.log
       ;;
     --kernel) test_in_kernel ;;
     --figures) target_figures ;;
@@ -39,11 +38,6 @@ cmd_target() { # build and test for the device; --kernel: on a kernel of its own
       exit 2
       ;;
   esac
-}
-
-# Of a run's output: the tests that were skipped, each with its reason.
-tell_skipped() {
-  awk '/: Skipped$/ { getline reason } /^\[  SKIPPED \].*\(/ { print "skipped " $4 ": " reason }' "$@"
 }
 
 need_kernel() {
