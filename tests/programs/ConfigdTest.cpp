@@ -206,6 +206,14 @@ TEST(Configd, LeavesUdpAloneWhenToldTo) {
   EXPECT_THAT(daemon.GetOutput(), Not(HasSubstr("DHCP (1)")));
 }
 
+// Word for word what every parameter is, on any host: who changes it, changes it knowingly.
+TEST(ParameterReference, IsWhatTheCatalogueHolds) {
+  Process reference({REFERENCE_PATH}, {"LIBCONFIG_PRODUCT=quarn"});
+  EXPECT_EQ(0, reference.Wait());
+  EXPECT_TRUE(ReadFile("docs/parameters.md") == reference.GetOutput())
+      << "run ./dev docs, and look at what it changes";
+}
+
 TEST(Example, IsTheReadmesAndWorks) {
   EXPECT_THAT(ReadFile("README.md"),
               HasSubstr("```cpp\n" + ReadFile("examples/watch_and_set.cpp") + "```\n"));
