@@ -40,9 +40,12 @@ class StoreKeeper::Changes : public ConfigEventListener {
 
 StoreKeeper::StoreKeeper(const StateFolder* folder, bool logChanges)
     : _logChanges(logChanges), _presets(folder) {
-  if (folder == nullptr) return;
-  _saver = std::make_unique<StateSaver>(*folder);
-  _places = folder->GetConfigurations();
+  if (folder != nullptr) {
+    _saver = std::make_unique<StateSaver>(*folder);
+    _places = folder->GetConfigurations();
+  }
+  // No peer takes the place of the device's own.
+  _places.insert(eConfigID_Default);
 }
 
 StoreKeeper::~StoreKeeper() = default;
@@ -52,9 +55,12 @@ bool StoreKeeper::Stop() {
   return _saver == nullptr || _saver->Stop();
 }
 
-void StoreKeeper::StoreOpened(ConfigManager& store) {
+bool StoreKeeper::StoreOpened(ConfigManager& store) {
   std::shared_ptr<StoredConfig> stored;
-  if (_saver != nullptr) stored = _saver->Restore(store);
+  if (_saver != nullptr) {
+    stored = _saver->Restore(store);
+    if (stored == nullptr) return false;
+  }
   Watch watch;
   watch.changes = std::make_unique<Changes>(*this, store, std::move(stored));
   store.AddConfigEventListener(watch.changes.get());
@@ -64,6 +70,7 @@ void StoreKeeper::StoreOpened(ConfigManager& store) {
   }
   const std::lock_guard<std::mutex> lock(_mutex);
   _watches[&store] = std::move(watch);
+  return true;
 }
 
 void StoreKeeper::StoreClosing(ConfigManager& store) {
@@ -89,8 +96,8 @@ bool StoreKeeper::Keep(eConfigID_t configID) {
         LineWriter::Instance().Write(
             "configd: configuration " + std::to_string(configID) + " and those that follow are " +
             "forgotten when their last client leaves, as " + std::to_string(kKeptStores) +
-            " are kept already; restart configd to start over, or remove files of others from the "
-            "state folder");
+            " are kept already; restart configd" +
+            (_saver == nullptr ? "" : " after removing files of others from the state folder"));
       }
       _warned = true;
       return false;

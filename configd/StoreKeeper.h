@@ -20,7 +20,8 @@ class StoreKeeper : public qel::config::access::StoreObserver {
   StoreKeeper(const StateFolder* folder, bool logChanges);
   ~StoreKeeper() override;
 
-  void StoreOpened(ConfigManager& store) override;
+  // False when what was saved of the store cannot be read at present.
+  bool StoreOpened(ConfigManager& store) override;
   void StoreClosing(ConfigManager& store) override;
 
   // Saves what is unsaved and ends the threads. False when something could not be saved.

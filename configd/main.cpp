@@ -110,6 +110,10 @@ int Serve(const Options& options) {
   ::sigemptyset(&ending);
   ::sigaddset(&ending, SIGTERM);
   ::sigaddset(&ending, SIGINT);
+  // The terminal goes, unless that was to be outlived.
+  struct sigaction hangup;
+  const bool outlived = ::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler == SIG_IGN;
+  if (!outlived) ::sigaddset(&ending, SIGHUP);
   ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
   ::signal(SIGPIPE, SIG_IGN);
   RaiseDescriptorLimit();
@@ -129,7 +133,10 @@ int Serve(const Options& options) {
       new StoreKeeper(options.state.empty() ? nullptr : folder, !options.quiet);
   LocalConfigFactory::SetStoreObserver(keeper);
   if (!OpenStore()) {
-    std::fprintf(stderr, "configd: there is no memory for the store; free some and start again\n");
+    out.Flush(std::chrono::milliseconds(500));
+    std::fprintf(stderr,
+                 "configd: the device's configuration cannot be served; see to what is said above, "
+                 "or free memory, and start again\n");
     return kFailed;
   }
 
@@ -171,7 +178,7 @@ int Run(int argc, char** argv) {
       "Serves the device's configurations to other processes, over TCP, UDP and a message queue.\n"
       "What is changed over UDP is multicast to 239.81.69.76, port 63110, on the loopback\n"
       "interface.\n"
-      "It runs in the foreground until SIGTERM or SIGINT.");
+      "It runs in the foreground until SIGTERM, SIGINT or SIGHUP.");
   app.set_version_flag("--version", "configd " LIBCONFIG_VERSION);
   app.add_option("--listen", options.listen, "Address of the interface to serve; 0.0.0.0 for all")
       ->type_name("ADDRESS")
@@ -196,7 +203,10 @@ int Run(int argc, char** argv) {
       app.add_option("--state", options.state,
                      "Folder to keep settings and presets in, made if missing; by default that of "
                      "the service manager, else none")
-          ->type_name("DIR");
+          ->type_name("DIR")
+          ->check([](const std::string& folder) {
+            return folder.empty() ? "a folder has a name; for none there is --no-state" : "";
+          });
   app.add_flag_callback(
          "--no-state", [&options] { options.state.clear(); },
          "Keep nothing: start with the factory values, and forget all at the end")

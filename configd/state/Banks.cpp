@@ -16,6 +16,11 @@ bool IsNewer(unsigned int odometer, unsigned int other) {
   return static_cast<int>(odometer - other) > 0;
 }
 
+// Whether what is there can never be read, rather than not now.
+bool IsDamage(int error) {
+  return error == EINVAL || error == ELOOP || error == EFBIG || error == EIO;
+}
+
 }  // namespace
 
 Banks::Banks(const std::string& folder, const std::string& name) : _folder(folder) {
@@ -38,11 +43,16 @@ bool Banks::MoveAside(const Bank& bank, std::string& newPath) {
 
 std::optional<Sector> Banks::LoadBank(Bank& bank) {
   bank.damaged = false;
+  bank.inTheWay = false;
   bank.odometer.reset();
   std::vector<char> bytes;
   std::string why;
   const int error = ReadStateFile(bank.path, bytes);
   if (error == ENOENT) return std::nullopt;
+  if (error != 0 && !IsDamage(error)) {
+    _unreadable = bank.path + " cannot be read: " + std::strerror(error);
+    return std::nullopt;
+  }
   std::optional<Sector> sector;
   if (error != 0) {
     why = error == EINVAL ? "is no file" : std::string("cannot be read: ") + std::strerror(error);
@@ -53,12 +63,13 @@ std::optional<Sector> Banks::LoadBank(Bank& bank) {
     bank.odometer = sector->odometer;
     return sector;
   }
+  bank.damaged = true;
   std::string aside;
   std::string line = "configd: " + bank.path + " " + why;
   if (MoveAside(bank, aside)) {
     line += "; it is kept as " + aside + ", look into it or delete it";
   } else {
-    bank.damaged = true;
+    bank.inTheWay = true;
     line += std::string(", and cannot be moved aside: ") + std::strerror(errno) +
             "; move it away by hand";
   }
@@ -67,11 +78,22 @@ std::optional<Sector> Banks::LoadBank(Bank& bank) {
 }
 
 std::optional<Sector> Banks::Load() {
+  _unreadable.clear();
   std::optional<Sector> first = LoadBank(_banks[0]);
   std::optional<Sector> second = LoadBank(_banks[1]);
-  if (!first) return second;
-  if (!second) return first;
-  return IsNewer(second->odometer, first->odometer) ? std::move(second) : std::move(first);
+  // The other one may be older.
+  if (!_unreadable.empty()) return std::nullopt;
+  if (first && second) {
+    return IsNewer(second->odometer, first->odometer) ? std::move(second) : std::move(first);
+  }
+  std::optional<Sector>& whole = first ? first : second;
+  if (_banks[0].damaged || _banks[1].damaged) {
+    const std::string& path = _banks[first ? 0 : 1].path;
+    LineWriter::Instance().Write(
+        whole ? "configd: " + path + " is used instead; what was set last may be missing from it"
+              : "configd: there is no other copy; what was saved there begins anew");
+  }
+  return std::move(whole);
 }
 
 Banks::Bank& Banks::Older() {
@@ -83,20 +105,24 @@ Banks::Bank& Banks::Older() {
 }
 
 bool Banks::Save(Sector& sector, std::string& why) {
+  if (!_unreadable.empty()) {
+    why = _unreadable;
+    return false;
+  }
   Bank& bank = Older();
   const Bank& other = &bank == &_banks[0] ? _banks[1] : _banks[0];
-  if (bank.damaged) {
+  if (bank.inTheWay) {
     std::string aside;
     if (!MoveAside(bank, aside)) {
       why = bank.path + " is damaged and cannot be moved aside: " + std::strerror(errno);
       return false;
     }
-    bank.damaged = false;
+    bank.inTheWay = false;
   }
   sector.odometer = other.odometer.value_or(0) + 1;
   const int error = ReplaceStateFile(_folder, bank.path, EncodeSector(sector));
   if (error != 0) {
-    why = bank.path + ": " + std::strerror(error);
+    why = bank.path + ".new: " + std::strerror(error);
     return false;
   }
   bank.odometer = sector.odometer;

@@ -14,12 +14,16 @@ class Banks {
   Banks(const std::string& folder, const std::string& name);
 
   // The newest sector that is whole; none when there is none. A damaged file is moved aside and
-  // reported.
+  // reported. None either when a file cannot be read at present, for want of descriptors, memory or
+  // permission: GetUnreadable then says why.
   std::optional<Sector> Load();
+  // For a person; empty when the last Load has read all there is.
+  const std::string& GetUnreadable() const { return _unreadable; }
 
   // Replaces the older of the two; the sector's odometer is set. REQUIRES: Load was called before.
-  // False, with `why` for a person, when it could not be written; what was there before is then
-  // there still.
+  // False, with `why` for a person, when it could not be written, or a file is there that could not
+  // be read. What was there before is then there still, unless only the folder could not be brought
+  // to the disk.
   bool Save(Sector& sector, std::string& why);
 
   bool HasFile() const;
@@ -27,7 +31,8 @@ class Banks {
  private:
   struct Bank {
     std::string path;
-    bool damaged = false;  // and could not be moved aside
+    bool damaged = false;
+    bool inTheWay = false;  // as it could not be moved aside
     std::optional<unsigned int> odometer;
   };
 
@@ -36,5 +41,6 @@ class Banks {
   Bank& Older();
 
   const std::string _folder;
+  std::string _unreadable;
   std::array<Bank, 2> _banks;
 };

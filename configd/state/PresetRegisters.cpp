@@ -70,7 +70,10 @@ bool PresetRegisters::IsWaiting(const ConfigManager& store, const Command& comma
 
 std::string PresetRegisters::WhyNot(unsigned int number, bool kept) const {
   if (_folder == nullptr) return "there is no state folder; give configd one with --state";
-  if (!kept) return "too many configurations are kept already; restart configd to start over";
+  if (!kept) {
+    return "too many configurations are kept already; remove files of others from " +
+           _folder->GetPath() + ", and restart configd";
+  }
   if (number >= 1 && number <= kPresets) return {};
   return "presets are numbered 1 to " + std::to_string(kPresets);
 }
@@ -112,7 +115,9 @@ void PresetRegisters::Run() {
     lock.unlock();
     std::string why;
     const unsigned int result = (this->*command.act)(job, why);
-    if (result == kFailed) ReportFailure(command, job.number, why);
+    if (result == kFailed) {
+      ReportFailure(command, job.number, why + "; see to this, and try again");
+    }
     lock.lock();
     // All presets share one result: whoever waits for another one must not take this success for
     // its own.
@@ -140,9 +145,20 @@ unsigned int PresetRegisters::Save(const Job& job, std::string& why) const {
   return banks.Save(sector, why) ? kComplete : kFailed;
 }
 
+// Without a sector `result` says whether there is none.
+std::optional<Sector> PresetRegisters::Load(const Job& job, unsigned int& result,
+                                            std::string& why) const {
+  Banks banks = _folder->PresetOf(job.store->GetConfigID(), job.number);
+  std::optional<Sector> sector = banks.Load();
+  why = banks.GetUnreadable();
+  result = why.empty() ? kEmpty : kFailed;
+  return sector;
+}
+
 unsigned int PresetRegisters::Recall(const Job& job, std::string& why) const {
-  std::optional<Sector> sector = _folder->PresetOf(job.store->GetConfigID(), job.number).Load();
-  if (!sector) return kEmpty;
+  unsigned int result;
+  const std::optional<Sector> sector = Load(job, result, why);
+  if (!sector) return result;
   std::map<eParam_t, ConfigValue*> values;
   std::vector<eParam_t> ids;
   std::string refused;
@@ -168,9 +184,9 @@ unsigned int PresetRegisters::Recall(const Job& job, std::string& why) const {
 }
 
 unsigned int PresetRegisters::HandOut(const Job& job, std::string& why) const {
-  const std::optional<Sector> sector =
-      _folder->PresetOf(job.store->GetConfigID(), job.number).Load();
-  if (!sector) return kEmpty;
+  unsigned int result;
+  const std::optional<Sector> sector = Load(job, result, why);
+  if (!sector) return result;
   const std::string path = PresetsParamVector::GetPath(static_cast<eConfigID_t>(job.number));
   const int error = WriteNewFile(path, EncodeSector(*sector));
   if (error == 0) return kComplete;

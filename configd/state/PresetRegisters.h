@@ -49,6 +49,7 @@ class PresetRegisters {
                  std::optional<unsigned int> number) const;
   void Run();
   unsigned int Save(const Job& job, std::string& why) const;
+  std::optional<Sector> Load(const Job& job, unsigned int& result, std::string& why) const;
   unsigned int Recall(const Job& job, std::string& why) const;
   unsigned int HandOut(const Job& job, std::string& why) const;
   unsigned int TakeIn(const Job& job, std::string& why) const;

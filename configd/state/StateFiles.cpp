@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <new>
 
 #include "libconfig/base/FileIO.h"
 
@@ -9,8 +10,8 @@ using qel::config::FileDescriptor;
 
 namespace {
 
-// A few hundred settings take kilobytes.
-constexpr off_t kLargestFile = 16L * 1024 * 1024;
+// A few hundred settings take kilobytes, unless each text is as long as a message may be.
+constexpr off_t kLargestFile = 64L * 1024 * 1024;
 
 int SyncFolder(const std::string& folder) {
   const FileDescriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -36,12 +37,18 @@ int ReadStateFile(const std::string& path, std::vector<char>& bytes) {
   struct stat status;
   if (::fstat(file.Get(), &status) != 0) return errno;
   if (status.st_size > kLargestFile) return EFBIG;
-  bytes.resize(static_cast<std::size_t>(status.st_size));
+  try {
+    bytes.resize(static_cast<std::size_t>(status.st_size));
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
   return qel::config::ReadWhole(file.Get(), bytes.data(), bytes.size()) ? 0 : errno;
 }
 
 int ReplaceStateFile(const std::string& folder, const std::string& path,
                      const std::vector<char>& bytes) {
+  // It could not be read again.
+  if (bytes.size() > static_cast<std::size_t>(kLargestFile)) return EFBIG;
   const std::string fresh = path + ".new";
   int error = WriteSynced(fresh, O_TRUNC, bytes);
   if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;

@@ -19,8 +19,12 @@ StateSaver::~StateSaver() { Stop(); }
 
 std::shared_ptr<StoredConfig> StateSaver::Restore(ConfigManager& store) {
   auto config = std::make_shared<StoredConfig>(store, _folder.SettingsOf(store.GetConfigID()));
-  config->Restore();
-  return config;
+  std::string why;
+  if (config->Restore(why)) return config;
+  LineWriter::Instance().Write("configd: configuration " + std::to_string(store.GetConfigID()) +
+                               " is not served now, as " + why +
+                               "; see to this, and connect again");
+  return nullptr;
 }
 
 void StateSaver::Note(const std::shared_ptr<StoredConfig>& config, eParam_t param) {

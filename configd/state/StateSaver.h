@@ -23,6 +23,7 @@ class StateSaver {
   ~StateSaver();
 
   // Gives a store that nobody has reached yet what was saved of it. Note is told of its changes.
+  // Null when that cannot be read at present, which is reported.
   std::shared_ptr<StoredConfig> Restore(ConfigManager& store);
 
   // REQUIRES: the store of `config` lives as long as this.

@@ -17,8 +17,10 @@ bool StoredConfig::Apply(ConfigValue& value) {
   return param != nullptr && IsSaved(*param) && GiveValue(_store, value);
 }
 
-void StoredConfig::Restore() {
+bool StoredConfig::Restore(std::string& why) {
   std::optional<Sector> sector = _banks.Load();
+  why = _banks.GetUnreadable();
+  if (!why.empty()) return false;
   std::string notInForce;
   if (sector) {
     for (auto& value : sector->values) {
@@ -36,6 +38,7 @@ void StoredConfig::Restore() {
         notInForce);
   }
   _saved = EncodeSector(Collect());
+  return true;
 }
 
 bool StoredConfig::Note(eParam_t param) {
@@ -68,6 +71,8 @@ bool StoredConfig::Save(std::string& why) {
   Sector sector = Collect();
   std::vector<char> bytes = EncodeSector(sector);
   if (bytes == _saved) return true;
+  // What the file holds is not known after a failure.
+  _saved.clear();
   if (!_banks.Save(sector, why)) return false;
   _saved = std::move(bytes);
   return true;

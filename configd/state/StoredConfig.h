@@ -15,8 +15,9 @@ class StoredConfig {
   StoredConfig(ConfigManager& store, Banks banks);
 
   // Gives the store the saved values, where there are any. What the catalogue does not know or
-  // would not take is reported, and stays in the file. REQUIRES: nobody listens to the store yet.
-  void Restore();
+  // would not take is reported, and stays in the file. False, with `why` for a person, when the
+  // file cannot be read at present. REQUIRES: nobody listens to the store yet.
+  bool Restore(std::string& why);
 
   // Whether the value of `param` is one that is saved.
   static bool IsSaved(const ParamDescriptor& param);

@@ -50,8 +50,9 @@ Config* LocalConfigFactory::Connect(std::string address) {
       Report("LocalConfigFactory::Connect - Init() failed\n");
       return nullptr;
     }
+    StoreObserver* const observer = g_observer;
+    if (observer != nullptr && !observer->StoreOpened(*store)) return nullptr;
     found = _stores.emplace(id, std::move(store)).first;
-    if (StoreObserver* const observer = g_observer) observer->StoreOpened(*found->second);
   }
   found->second->IncrementUseCount();
   return found->second.get();

@@ -23,8 +23,8 @@ class LIBCONFIG_API StoreObserver {
  public:
   virtual ~StoreObserver() = default;
   // The store is filled and nobody else can reach it yet. Called with the factory locked: connect
-  // and disconnect nothing.
-  virtual void StoreOpened(ConfigManager& store) = 0;
+  // and disconnect nothing. False refuses the store: it goes, and whoever connects gets none.
+  virtual bool StoreOpened(ConfigManager& store) = 0;
   // The last connection is gone, and the store goes next.
   virtual void StoreClosing(ConfigManager& store) = 0;
 };
@@ -41,7 +41,7 @@ class LIBCONFIG_API LocalConfigFactory {
   // none.
   eConfigID_t GetConfigID(std::string address);
 
-  // The store of that number; null when it cannot be made.
+  // The store of that number; null when it cannot be made, or the observer refuses it.
   Config* Connect(std::string address);
 
   // The same for a store that is there already; null when nobody is connected to it.

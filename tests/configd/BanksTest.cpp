@@ -1,6 +1,7 @@
 // What is saved, and what is found again: after every call of a save that fails or is the last one,
 // and in files that something has happened to.
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -202,6 +203,27 @@ TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
     EXPECT_TRUE(Save(folder, MakeSector(3, "next")));
     EXPECT_EQ("3 next", Load(folder));
   }
+}
+
+TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
+  const Folder folder;
+  ASSERT_TRUE(Save(folder, MakeSector(1, "older")));
+  ASSERT_TRUE(Save(folder, MakeSector(2, "newer")));
+  Banks banks(folder.GetPath(), "s");
+  rlimit limit;
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
+  const rlimit none = {3, limit.rlim_max};
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  EXPECT_EQ("nothing", Describe(banks.Load()));
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit));
+  EXPECT_THAT(banks.GetUnreadable(), HasSubstr(" cannot be read: Too many open files"));
+  // What nobody has read is not replaced.
+  Sector sector = MakeSector(3, "next");
+  std::string why;
+  EXPECT_FALSE(banks.Save(sector, why));
+  EXPECT_EQ("2 newer", Describe(banks.Load()));
+  EXPECT_TRUE(banks.Save(sector, why));
+  EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
 }
 
 TEST(Banks, SurviveFoldersAndLinksInTheirPlace) {

@@ -69,13 +69,26 @@ TEST(Persistence, OutlivesADaemonThatIsKilled) {
 
 TEST(Persistence, SavesBeforeItEnds) {
   const Folder folder;
-  for (const std::string name : {"one", "two", "three"}) {
+  ::signal(SIGHUP, SIG_DFL);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    const std::string name = "ended by " + std::to_string(signal);
     Daemon daemon({"--state", folder.GetPath()});
     Client(daemon).Name(name);
-    EXPECT_EQ(0, daemon.End(SIGTERM));
+    EXPECT_EQ(0, daemon.End(signal));
     Daemon next({"--state", folder.GetPath()});
     EXPECT_EQ(name, Client(next).GetName());
   }
+}
+
+TEST(Persistence, HasAPlaceForTheDevicesOwnSettings) {
+  const Folder folder;
+  Daemon daemon({"--state", folder.GetPath()});
+  for (int other = 1; other <= 64; ++other) Client(daemon, other).Name("other");
+  Client(daemon).Name("own");
+  EXPECT_TRUE(daemon.WaitForOutput("configd: configuration 64 and those that follow are "));
+  EXPECT_EQ(0, daemon.End(SIGTERM));
+  Daemon next({"--state", folder.GetPath()});
+  EXPECT_EQ("own", Client(next).GetName());
 }
 
 TEST(Persistence, StartsWhateverBecameOfItsFiles) {
@@ -136,4 +149,5 @@ TEST(Persistence, TakesTheServiceManagersFolderUnlessToldOtherwise) {
   }
   ::unsetenv("STATE_DIRECTORY");
   EXPECT_TRUE(HasBank(folder, "config-0.a"));
+  EXPECT_EQ(2, Daemon({"--state", ""}).Wait()) << "a variable that is not set";
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "configd/state/StoredConfig.h"
+#include "tests/configd/FailingCalls.h"
 #include "tests/testing/Folder.h"
 
 namespace {
@@ -61,8 +62,8 @@ Sector Numbers(const std::vector<std::pair<eParam_t, unsigned int>>& numbers) {
 TEST_F(StoredConfigTest, WritesWhatChangedAndNothingElse) {
   Store store;
   StoredConfig stored(store, OwnBanks());
-  stored.Restore();
   std::string why;
+  ASSERT_TRUE(stored.Restore(why)) << why;
   EXPECT_TRUE(stored.Save(why));
   EXPECT_EQ(0U, Odometer());
   // Volatile ones and the device's own state are none that are saved.
@@ -80,13 +81,33 @@ TEST_F(StoredConfigTest, WritesWhatChangedAndNothingElse) {
 
   Store next;
   StoredConfig restored(next, OwnBanks());
-  restored.Restore();
+  ASSERT_TRUE(restored.Restore(why)) << why;
   EXPECT_EQ(1U, next.Get(eParamID_IPConfig));
   std::string name;
   next.Get(eParamID_SysName, name);
   EXPECT_EQ("Edit 7", name);
   EXPECT_TRUE(restored.Save(why));
   EXPECT_EQ(1U, Odometer());
+}
+
+// The file may hold the new value although the last call failed.
+TEST_F(StoredConfigTest, WritesTheOldValueAnewAfterAFailure) {
+  for (int call = 0; call < 10; ++call) {
+    Store store;
+    StoredConfig stored(store, OwnBanks());
+    std::string why;
+    ASSERT_TRUE(stored.Restore(why)) << why;
+    store.Set(eParamID_IPConfig, 0U);
+    ASSERT_TRUE(stored.Save(why)) << why;
+    store.Set(eParamID_IPConfig, 1U);
+    testing_support::FailCall(call, testing_support::Failure::kError);
+    const bool failed = !stored.Save(why);
+    testing_support::FailCall(-1, testing_support::Failure::kError);
+    EXPECT_EQ(call < 8, failed) << call;
+    store.Set(eParamID_IPConfig, 0U);
+    EXPECT_TRUE(stored.Save(why)) << why;
+    EXPECT_EQ("0", Saved(eParamID_IPConfig)) << call;
+  }
 }
 
 TEST_F(StoredConfigTest, KeepsInTheFileWhatTheCatalogueDoesNotTake) {
@@ -100,11 +121,11 @@ TEST_F(StoredConfigTest, KeepsInTheFileWhatTheCatalogueDoesNotTake) {
   Store store;
   StoredConfig stored(store, OwnBanks());
   ::testing::internal::CaptureStdout();
-  stored.Restore();
+  std::string why;
+  ASSERT_TRUE(stored.Restore(why)) << why;
   EXPECT_EQ(1U, store.Get(eParamID_GenLock));
   EXPECT_EQ(0U, store.Get(eParamID_IPConfig));
   EXPECT_EQ(0U, store.Get(eParamID_RegisterSave));
-  std::string why;
   store.Set(eParamID_GenLock, 0U);
   stored.Note(eParamID_GenLock);
   ASSERT_TRUE(stored.Save(why));
