@@ -32,6 +32,25 @@ Serializable* Copy(Serializable& shared) {
   return nullptr;
 }
 
+// Whether the bytes are an object of ours that is no value. One that holds others would keep the
+// prototypes for as long as a peer likes.
+bool IsNoValue(char* data, unsigned int length) {
+  if (length < sizeof(uint32_t)) return false;
+  MemoryDeSerializer words(eSerializationFormat_Network, data, data + length, false);
+  unsigned int classID = 0;
+  words.Read("Class ID", classID);
+  switch (classID) {
+    case eClassID_SectorHeader:
+    case eClassID_Checkpoint:
+    case eClassID_Presets:
+    case eClassID_Vector:
+    case eClassID_PackageHeader:
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<Serializable> ReadObject(DeSerializer& deserializer, const char* key) {
@@ -51,6 +70,7 @@ std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
 
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
                                          eSerializationFormat format) {
+  if (IsNoValue(data, length)) return nullptr;
   std::unique_ptr<Serializable> object = DecodeObject(data, length, format);
   auto* const value = dynamic_cast<ConfigValue*>(object.get());
   if (value == nullptr) return nullptr;

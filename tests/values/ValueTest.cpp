@@ -209,6 +209,18 @@ TEST(ValueStream, DecodesIntoPrivateObjects) {
   }
 }
 
+// Whoever sends a list of much instead of a value gets neither time nor lines of the log for it.
+TEST(ValueStream, DoesNotReadWhatIsNoValue) {
+  std::vector<char> list(1 << 20, '\3');
+  std::fill(list.begin(), list.begin() + 8, '\0');
+  list[3] = eClassID_Vector;
+  list[5] = 3;  // items, of no class that there is
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(nullptr, qel::config::DecodeValue(list.data(), static_cast<unsigned int>(list.size()),
+                                              eSerializationFormat_Network));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
 TEST(ValueStream, NeverMixesWhatSeveralThreadsDecode) {
   std::atomic<int> mixed{0};
   OnThreads(4, [&](int thread) {
