@@ -16,6 +16,10 @@ constexpr std::size_t kConnections = 512;
 // The priority that clients ask for is this one or none.
 constexpr unsigned kHighPriority = 10;
 constexpr long kLargestProcessNumber = 4194304;
+// Messages that changes leave free in a client's queue: an answer always finds room.
+constexpr long kForAnswers = 8;  // at most half of them
+// A client that has not read for as long is named.
+constexpr std::chrono::seconds kSlow{1};
 
 bool Exists(long pid) { return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM; }
 
@@ -86,7 +90,7 @@ bool QueueConnections::SetListening(uint32_t id, bool listening) {
   const auto found = _connections.find(id);
   if (found == _connections.end()) return false;
   found->second.listening = listening;
-  found->second.lost = false;
+  if (!listening) found->second.kept.clear();
   return true;
 }
 
@@ -120,47 +124,96 @@ void QueueConnections::Answer(XCONFIGMGR_RESPONSE_T response, const std::string&
     response.streamFormat = 0;
     Send(queue, priority, response, {});
   }
-  if (!known) ::mq_close(queue);
+  if (known) {
+    SendKept(found->second);
+  } else {
+    ::mq_close(queue);
+  }
 }
 
-bool QueueConnections::Announce(XCONFIGMGR_RESPONSE_T event, const std::string& stream) {
+bool QueueConnections::HasRoom(const Connection& connection) {
+  mq_attr attributes;
+  return ::mq_getattr(connection.queue, &attributes) == 0 &&
+         attributes.mq_curmsgs + std::min(kForAnswers, attributes.mq_maxmsg / 2) <
+             attributes.mq_maxmsg;
+}
+
+// True when something was sent.
+bool QueueConnections::SendKept(Connection& connection) {
+  std::size_t sent = 0;
+  while (sent < connection.kept.size() && HasRoom(connection)) {
+    const Change& change = connection.kept[sent];
+    if (Send(connection.queue, connection.priority, change.event, change.stream) == EAGAIN) break;
+    ++sent;
+  }
+  connection.kept.erase(connection.kept.begin(),
+                        connection.kept.begin() + static_cast<std::ptrdiff_t>(sent));
+  if (sent > 0) connection.read = Clock::now();
+  return sent > 0;
+}
+
+void QueueConnections::Keep(Connection& connection, const XCONFIGMGR_RESPONSE_T& event,
+                            const std::string& stream) {
+  std::vector<Change>& kept = connection.kept;
+  if (kept.empty()) connection.read = Clock::now();
+  kept.erase(
+      std::remove_if(kept.begin(), kept.end(),
+                     [&](const Change& change) { return change.event.paramID == event.paramID; }),
+      kept.end());
+  kept.push_back({event, stream});
+}
+
+bool QueueConnections::Announce(const XCONFIGMGR_RESPONSE_T& change, const std::string& stream) {
   const std::lock_guard<std::mutex> lock(_mutex);
-  bool lost = false;
+  bool kept = false;
+  XCONFIGMGR_RESPONSE_T event = change;
   for (auto& [id, connection] : _connections) {
     if (!connection.listening) continue;
     event.connectionID = id;
     event.priority = connection.priority;
     // A text that no message holds is not announced: the client would learn nothing from the rest.
-    if (Send(connection.queue, connection.priority, event, stream) != EAGAIN) continue;
-    connection.listening = false;
-    connection.lost = true;
-    lost = true;
-  }
-  return lost;
-}
-
-std::vector<std::string> QueueConnections::Sweep() {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  std::vector<std::string> lines;
-  for (auto next = _connections.begin(); next != _connections.end();) {
-    auto& [id, connection] = *next;
-    const std::string name = ConnectionUtilities::GetQueueName(id);
-    const long process = FindProcess(id);
-    if (process == 0) {
-      ::mq_close(connection.queue);
-      ::mq_unlink(name.c_str());
-      next = _connections.erase(next);
+    if (connection.kept.empty() && HasRoom(connection) &&
+        Send(connection.queue, connection.priority, event, stream) != EAGAIN) {
       continue;
     }
-    if (connection.lost && !connection.named) {
-      connection.named = true;
-      ++_slowClients;
-      lines.push_back(
-          "configd: " + ProgramName(process) + " (" + std::to_string(process) +
-          ") does not read its message queue " + name +
-          " and hears of no more changes; clients so far: " + std::to_string(_slowClients));
-    }
-    ++next;
+    Keep(connection, event, stream);
+    kept = true;
   }
-  return lines;
+  return kept;
+}
+
+QueueConnections::Kept QueueConnections::Flush(std::vector<std::string>& lines) {
+  const std::lock_guard<std::mutex> lock(_mutex);
+  bool sent = false;
+  bool kept = false;
+  for (auto& [id, connection] : _connections) {
+    if (connection.kept.empty()) continue;
+    sent |= SendKept(connection);
+    if (connection.kept.empty()) continue;
+    kept = true;
+    if (connection.named || Clock::now() - connection.read < kSlow) continue;
+    const long process = FindProcess(id);
+    if (process == 0) continue;
+    connection.named = true;
+    ++_slowClients;
+    lines.push_back("configd: " + ProgramName(process) + " (" + std::to_string(process) +
+                    ") does not read its message queue " + ConnectionUtilities::GetQueueName(id) +
+                    " and hears only the latest changes when it does; clients so far: " +
+                    std::to_string(_slowClients));
+  }
+  if (!kept) return Kept::kNothing;
+  return sent ? Kept::kLess : Kept::kAsMuch;
+}
+
+void QueueConnections::Sweep() {
+  const std::lock_guard<std::mutex> lock(_mutex);
+  for (auto next = _connections.begin(); next != _connections.end();) {
+    if (FindProcess(next->first) != 0) {
+      ++next;
+      continue;
+    }
+    ::mq_close(next->second.queue);
+    ::mq_unlink(ConnectionUtilities::GetQueueName(next->first).c_str());
+    next = _connections.erase(next);
+  }
 }

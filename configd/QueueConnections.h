@@ -1,6 +1,6 @@
 // The clients that are connected over message queues: the response queue of each, and who of them
-// hears of changes. Nothing here waits for a client: one whose queue is full gets no more events
-// until it asks for them again.
+// hears of changes. Nothing here waits for a client: for one whose queue is full the latest change
+// of each parameter is kept until it has read on.
 //
 // Any thread.
 #pragma once
@@ -8,6 +8,7 @@
 #include <mqueue.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <string>
@@ -40,24 +41,43 @@ class QueueConnections {
   bool SetListening(uint32_t id, bool listening);
 
   // Sends to the connection that `response` names, or, when it is none, to the response queue of
-  // that name. A value that does not fit gives way to eQueueError_TooLong.
+  // that name. A value that does not fit gives way to eQueueError_TooLong. Changes that are kept
+  // for the connection follow as far as there is room.
   void Answer(XCONFIGMGR_RESPONSE_T response, const std::string& stream = {});
-  // Sends to every connection that listens. True when one of them has just lost its events.
-  bool Announce(XCONFIGMGR_RESPONSE_T event, const std::string& stream = {});
+  // Sends to every connection that listens. True when something had to be kept.
+  bool Announce(const XCONFIGMGR_RESPONSE_T& event, const std::string& stream = {});
 
-  // Closes and removes the queues of processes that are gone. Returns a line for each connection
-  // that lives and has lost its events since the last call.
-  std::vector<std::string> Sweep();
+  enum class Kept {
+    kNothing,
+    kLess,  // than at the last call
+    kAsMuch,
+  };
+  // Sends of what is kept as much as there is room for. `lines` gets one for each client that has
+  // not read for a while, once.
+  Kept Flush(std::vector<std::string>& lines);
+
+  // Closes and removes the queues of processes that are gone.
+  void Sweep();
 
  private:
+  using Clock = std::chrono::steady_clock;
+  struct Change {
+    XCONFIGMGR_RESPONSE_T event;
+    std::string stream;
+  };
   struct Connection {
     mqd_t queue = -1;
     unsigned priority = 0;
     bool listening = false;
-    bool lost = false;   // its events
-    bool named = false;  // in the log
+    std::vector<Change> kept;  // in the order of their events, at most one for each parameter
+    Clock::time_point read;    // when the client was last seen to have read on
+    bool named = false;        // in the log
   };
 
+  static bool HasRoom(const Connection& connection);
+  static bool SendKept(Connection& connection);
+  static void Keep(Connection& connection, const XCONFIGMGR_RESPONSE_T& event,
+                   const std::string& stream);
   static mqd_t OpenQueue(uint32_t id);
   static int Send(mqd_t queue, unsigned priority, const XCONFIGMGR_RESPONSE_T& response,
                   const std::string& stream);

@@ -9,6 +9,10 @@
 namespace {
 
 constexpr std::chrono::seconds kSweepPause{10};
+// How long a client with a full queue is given until it is looked at again.
+constexpr std::chrono::milliseconds kFirstPause{5};
+constexpr std::chrono::milliseconds kLongestPause{500};
+constexpr std::chrono::milliseconds kWakePause{50};
 constexpr std::size_t kConfigurations = 64;
 
 // The bytes that a request has at least; 0 for what is none.
@@ -47,13 +51,15 @@ QueueService::QueueService(std::string name) : _queue(std::move(name)) {}
 QueueService::~QueueService() {
   if (_thread.joinable()) {
     {
-      const std::lock_guard<std::mutex> lock(_mutex);
+      std::unique_lock<std::mutex> lock(_mutex);
       _stop = true;
       _changed.notify_all();
+      // Again and again, as another process may take what is meant to wake us.
+      do _queue.Wake();
+      while (!_changed.wait_for(lock, kWakePause, [this] { return _ended; }));
     }
-    _queue.Wake();
     _thread.join();
-    _sweeper.join();
+    _helper.join();
     // Nobody would remove the queues of clients that have died already.
     _connections.Sweep();
   }
@@ -63,7 +69,7 @@ QueueService::~QueueService() {
 void QueueService::Start() {
   FindStore(0);
   _thread = std::thread([this] { Run(); });
-  _sweeper = std::thread([this] { SweepUntilTheEnd(); });
+  _helper = std::thread([this] { LookAfterClients(); });
 }
 
 void QueueService::Run() {
@@ -71,22 +77,35 @@ void QueueService::Run() {
   while (!_stop) {
     if (_queue.Receive(request)) Handle(request);
   }
+  const std::lock_guard<std::mutex> lock(_mutex);
+  _ended = true;
+  _changed.notify_all();
 }
 
-// Every now and then, and at once when a client has just lost its events.
-void QueueService::SweepUntilTheEnd() {
+// Removes the queues of those that died every now and then, and gives the slow ones, as soon as
+// they have room, what was kept for them.
+void QueueService::LookAfterClients() {
+  auto sweep = std::chrono::steady_clock::now() + kSweepPause;
+  auto pause = kFirstPause;
   std::unique_lock<std::mutex> lock(_mutex);
-  while (!_stop) {
-    _changed.wait_for(lock, kSweepPause, [this] { return _stop || _sweep; });
-    _sweep = false;
+  for (;;) {
+    _changed.wait_until(lock, sweep, [this] { return _stop || _kept; });
+    if (_kept) _changed.wait_for(lock, pause, [this] { return _stop.load(); });
+    if (_stop) return;
+    _kept = false;
     lock.unlock();
-    Sweep();
+    std::vector<std::string> lines;
+    const QueueConnections::Kept kept = _connections.Flush(lines);
+    for (std::string& line : lines) LineWriter::Instance().Write(std::move(line));
+    if (std::chrono::steady_clock::now() >= sweep) {
+      _connections.Sweep();
+      sweep = std::chrono::steady_clock::now() + kSweepPause;
+    }
     lock.lock();
+    _kept |= kept != QueueConnections::Kept::kNothing;
+    pause =
+        kept == QueueConnections::Kept::kAsMuch ? std::min(2 * pause, kLongestPause) : kFirstPause;
   }
-}
-
-void QueueService::Sweep() {
-  for (std::string& line : _connections.Sweep()) LineWriter::Instance().Write(std::move(line));
 }
 
 void QueueService::Handle(const std::string& message) {
@@ -100,7 +119,7 @@ void QueueService::Handle(const std::string& message) {
   switch (request.msgtype) {
     case XCFG_CONNECT_REQUEST:
       // Whoever died meanwhile makes room.
-      Sweep();
+      _connections.Sweep();
       response.result = _connections.Open(request.connectionID, request.priority);
       break;
     case XCFG_DISCONNECT_REQUEST:
@@ -169,7 +188,7 @@ QueueStore* QueueService::FindStore(uint32_t configID) {
     announce = [this](const XCONFIGMGR_RESPONSE_T& event, const std::string& stream) {
       if (!_connections.Announce(event, stream)) return;
       const std::lock_guard<std::mutex> lock(_mutex);
-      _sweep = true;
+      _kept = true;
       _changed.notify_all();
     };
   }

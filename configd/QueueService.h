@@ -29,19 +29,19 @@ class QueueService {
 
  private:
   void Run();
-  void SweepUntilTheEnd();
+  void LookAfterClients();
   void Handle(const std::string& message);
   void HandleParam(const XCONFIGMGR_REQUEST_T& request, const std::string& stream, bool cut);
   QueueStore* FindStore(uint32_t configID);
-  void Sweep();
 
   RequestQueue _queue;
   QueueConnections _connections;
   std::map<uint32_t, std::unique_ptr<QueueStore>> _stores;  // of the thread
   std::mutex _mutex;
-  std::condition_variable _changed;  // _stop or _sweep
+  std::condition_variable _changed;  // one of the next three
   std::atomic<bool> _stop{false};
-  bool _sweep = false;
+  bool _ended = false;  // the thread that receives
+  bool _kept = false;   // there are changes that clients have no room for
   std::thread _thread;
-  std::thread _sweeper;
+  std::thread _helper;
 };

@@ -189,7 +189,7 @@ TEST_F(QueueConfigctl, WatchesAcrossTheEndOfTheDaemon) {
   }
 }
 
-// One that stands still while changes fill its queue hears of no more, and finds out.
+// One that stands still while changes fill its queue hears of the latest when it goes on.
 TEST_F(QueueConfigctl, WatchesOnAfterItsQueueWasFull) {
   if (kNotNotified != nullptr) GTEST_SKIP() << kNotNotified;
   const auto watch = Watch({"IntervalTime"});
@@ -199,7 +199,7 @@ TEST_F(QueueConfigctl, WatchesOnAfterItsQueueWasFull) {
   ASSERT_NE(nullptr, network);
   for (unsigned i = 1000; i < 1300; ++i) network->Set(eParamID_IntervalTime, i);
   EXPECT_EQ(1299U, network->Get(eParamID_IntervalTime));
-  EXPECT_TRUE(_daemon->WaitForOutput("hears of no more changes"));
+  EXPECT_TRUE(_daemon->WaitForOutput("hears only the latest changes"));
   watch->Kill(SIGCONT);
   watch->WaitForLine("-> 1299 s");
   network->Set(eParamID_IntervalTime, 1300U);

@@ -150,19 +150,31 @@ TEST_F(QueueService, WaitsForNoClientAndNamesTheSlowOneOnce) {
   for (unsigned i = 0; i < 300; ++i) network->Set(eParamID_MediaUpdated, i);
   EXPECT_EQ(299U, network->Get(eParamID_MediaUpdated));
   EXPECT_EQ(299U, reader->Get(eParamID_MediaUpdated)) << "others are served";
-  EXPECT_EQ(128, _responses.Waiting());
+  EXPECT_EQ(120, _responses.Waiting()) << "answers have room";
   // The system knows an emulated process by its emulator's name.
   const std::string name = testing_support::Emulator() == nullptr ? "test_queue" : "qemu-ppc";
   const std::string line = "configd: " + name + " (" + std::to_string(::getpid()) +
                            ") does not read its message queue " +
                            ConnectionUtilities::GetQueueName(_id) +
-                           " and hears of no more changes; clients so far: 1\n";
+                           " and hears only the latest changes when it does; clients so far: 1\n";
   EXPECT_TRUE(_daemon->WaitForOutput(line));
-  while (_responses.Waiting() > 0) _responses.Receive();
-  network->Set(eParamID_MediaUpdated, 1000U);
-  EXPECT_EQ(1000U, network->Get(eParamID_MediaUpdated));
-  EXPECT_EQ(0, _responses.Waiting()) << "until it asks again";
-  Ask({48, _id, 7, 0, 0, 0});
+  network->Set(eParamID_IntervalTime, 7U);
+  network->Set(eParamID_MediaUpdated, 300U);
+  EXPECT_EQ(300U, network->Get(eParamID_MediaUpdated));
+  _requests.Send(QueueWords{80, _id, 1, 0, 0, eParamID_MediaUpdated, 0, 0, 0});
+  for (unsigned i = 0; i < 120; ++i) EXPECT_EQ(i, _responses.ReceiveWords()[10]);
+  // What came next, whole and in its order: the answer, and the latest change of each parameter.
+  std::vector<std::string> next;
+  for (const char* const what : {"type ", "param ", "param "}) {
+    const QueueWords words = _responses.ReceiveWords();
+    ASSERT_LE(13U, words.size());
+    next.push_back(what + std::to_string(what[0] == 't' ? words[0] : words[6]) + " value " +
+                   std::to_string(words[10]));
+  }
+  EXPECT_THAT(
+      next, testing::UnorderedElementsAre(
+                "type 96 value 300", "param " + std::to_string(eParamID_IntervalTime) + " value 7",
+                "param " + std::to_string(eParamID_MediaUpdated) + " value 300"));
   network->Set(eParamID_MediaUpdated, 1001U);
   EXPECT_EQ(1001U, _responses.ReceiveWords()[10]);
   factory.Disconnect(reader);
