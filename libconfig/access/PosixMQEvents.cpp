@@ -111,6 +111,7 @@ int PosixMQClient::WaitForConfigEvent(ConfigEvent& event, long, long) {
       }
     }
   }
+  const QueueInbox::EventWait wait(state->inbox);
   for (;;) {
     uint32_t type = 0;
     int result;

@@ -83,12 +83,11 @@ int PosixMQClient::State::Drain() {
     switch (inbox.NextToDrain(type)) {
       case QueueInbox::Outcome::kReady:
         try {
-          if (!DeliverNext(nullptr, result) && listeners.IsEmpty()) {
-            inbox.EndDrain();
-            return 1;
-          }
+          if (!DeliverNext(nullptr, result) && listeners.IsEmpty() && inbox.EndDrain()) return 1;
         } catch (...) {
-          inbox.EndDrain();
+          // Who catches it begins again.
+          while (!inbox.EndDrain()) {
+          }
           throw;
         }
         break;
@@ -153,7 +152,8 @@ bool PosixMQClient::State::DeliverNext(ConfigEvent* event, int& result) {
   ListenerList::Delivery delivery(listeners);
   QueueMessage message;
   if (delivery.IsNested() || (event == nullptr && listeners.IsEmpty())) return false;
-  if (!inbox.TakeEvent(message)) return false;
+  const bool taken = event == nullptr ? inbox.TakeEvent(message) : inbox.TakeAwaitedEvent(message);
+  if (!taken) return false;
   if (message.record.msgtype == XCFG_PARAM_CHANGED_EVENT) {
     result = Deliver(delivery, message.record, event);
   } else {

@@ -26,8 +26,8 @@ struct PosixMQClient::State {
               ConfigEvent* event);
   int DeliverStream(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
                     char* stream, unsigned length, ConfigEvent* event);
-  // The same for the next message, if no other thread took it. Without `event` it is for listeners
-  // only: where there is none it stays for who waits for it.
+  // The same for the next message, if no other thread took it. With `event` it is for one who waits
+  // for it, who has a QueueInbox::EventWait, else for listeners only.
   bool DeliverNext(ConfigEvent* event, int& result);
 
   const unsigned int connectionID;

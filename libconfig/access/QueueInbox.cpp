@@ -151,6 +151,15 @@ void QueueInbox::DisclaimDrain() {
 
 bool QueueInbox::TakeEvent(QueueMessage& event) {
   MutexLock lock(_mutex);
+  return _eventWaiters == 0 && TakeFirst(event);
+}
+
+bool QueueInbox::TakeAwaitedEvent(QueueMessage& event) {
+  MutexLock lock(_mutex);
+  return TakeFirst(event);
+}
+
+bool QueueInbox::TakeFirst(QueueMessage& event) {
   if (_events.empty()) return false;
   event = std::move(_events.front());
   _events.pop_front();
@@ -168,9 +177,11 @@ bool QueueInbox::BeginDrain() {
   return true;
 }
 
-void QueueInbox::EndDrain() {
+bool QueueInbox::EndDrain() {
   MutexLock lock(_mutex);
-  _draining = false;
+  _draining = _drainAgain;
+  _drainAgain = false;
+  return !_draining;
 }
 
 QueueInbox::Outcome QueueInbox::NextToDrain(uint32_t& type) {
@@ -195,9 +206,19 @@ QueueInbox::Outcome QueueInbox::WaitToDrain(uint32_t& type) {
   }
 }
 
+QueueInbox::EventWait::EventWait(QueueInbox& inbox) : _inbox(inbox) {
+  MutexLock lock(_inbox._mutex);
+  ++_inbox._eventWaiters;
+}
+
+QueueInbox::EventWait::~EventWait() {
+  MutexLock lock(_inbox._mutex);
+  --_inbox._eventWaiters;
+  _inbox._changed.Broadcast();
+}
+
 QueueInbox::Outcome QueueInbox::AwaitEvent(uint32_t& type) {
   MutexLock lock(_mutex);
-  ++_eventWaiters;
   Outcome outcome = Outcome::kReady;
   while (_events.empty()) {
     if (_closed) {
@@ -211,8 +232,6 @@ QueueInbox::Outcome QueueInbox::AwaitEvent(uint32_t& type) {
     outcome = ReadOne(Patience::kEndless, {}, type);
     if (outcome != Outcome::kReady) break;
   }
-  --_eventWaiters;
-  _changed.Broadcast();
   return outcome;
 }
 

@@ -63,7 +63,7 @@ class QueueInbox {
   // that there is none after all: nobody else is told until then.
   bool ClaimDrain();
   void DisclaimDrain();
-  // False when another thread was quicker.
+  // For listeners only: false when another thread was quicker, or while somebody waits for it.
   bool TakeEvent(QueueMessage& event);
 
   // One drain at a time. False when there is one, which then looks once more.
@@ -71,11 +71,24 @@ class QueueInbox {
   // kReady when there is an event to be taken. Everything else ends the drain, but kUnknown, of
   // which `type` is the message's type. What comes while somebody waits for an event is his.
   Outcome NextToDrain(uint32_t& type);
-  // Ends a drain that is left early.
-  void EndDrain();
+  // Leaves a drain early. False when it has to go on, as another one was turned away meanwhile.
+  bool EndDrain();
 
-  // For WaitForConfigEvent: waits as long as it takes.
+  // Somebody who waits for an event. While he exists the next one is his: no drain takes it.
+  class EventWait {
+   public:
+    explicit EventWait(QueueInbox& inbox);
+    ~EventWait();
+    EventWait(const EventWait&) = delete;
+    EventWait& operator=(const EventWait&) = delete;
+
+   private:
+    QueueInbox& _inbox;
+  };
+  // REQUIRES: an EventWait. Waits as long as it takes.
   Outcome AwaitEvent(uint32_t& type);
+  // False when another one who waits was quicker.
+  bool TakeAwaitedEvent(QueueMessage& event);
 
   // Ends all waiting, for good.
   void Close();
@@ -89,6 +102,7 @@ class QueueInbox {
       LIBCONFIG_REQUIRES(_mutex);
   Outcome Sort(std::size_t size, uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   Outcome WaitToDrain(uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
+  bool TakeFirst(QueueMessage& event) LIBCONFIG_REQUIRES(_mutex);
 
   const mqd_t _queue;
   const int _wake;  // an eventfd, readable from Close on

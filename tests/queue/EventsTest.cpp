@@ -270,6 +270,39 @@ TEST_F(QueueEvents, AreHeardWithEverySignalBlocked) {
 #endif
 }
 
+// A thread that waits for one event after the other, until that fails.
+class Waiter {
+ public:
+  explicit Waiter(PosixMQClient* client)
+      : _body([this, client] {
+          _id = ::syscall(SYS_gettid);
+          ConfigEvent event;
+          do ++_calls;
+          while (client->WaitForConfigEvent(event, 0, 0) != 0);
+        }) {}
+  ~Waiter() { Join(); }
+
+  // Inside that call, and not on the way there.
+  bool IsAsleepInCall(int number) {
+    return Eventually(
+        [&] {
+          if (_calls != number) return false;
+          std::ifstream file("/proc/self/task/" + std::to_string(_id) + "/stat");
+          const std::string stat{std::istreambuf_iterator<char>(file), {}};
+          return stat.find(") S ") != std::string::npos;
+        },
+        std::chrono::seconds(20));
+  }
+  void Join() {
+    if (_body.joinable()) _body.join();
+  }
+
+ private:
+  std::atomic<int> _calls{0};
+  std::atomic<long> _id{0};
+  std::thread _body;
+};
+
 TEST_F(QueueEvents, CanBeWaitedFor) {
   std::atomic<int> registrations{0};
   Connect([&](const std::string& request, TestQueue& queue) {
@@ -303,28 +336,25 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
   EXPECT_EQ("PosixMQClient::WaitForConfigEvent - Unknown message type 130\n",
             testing::internal::GetCapturedStderr());
   // Giving the client back ends the waiting.
-  std::atomic<bool> ended{false};
-  std::atomic<int> calls{0};
-  std::atomic<long> thread{0};
-  std::thread waiter([&] {
-    thread = ::syscall(SYS_gettid);
-    ConfigEvent none;
-    do ++calls;
-    while (_client->WaitForConfigEvent(none, 0, 0) != 0);
-    ended = true;
-  });
+  Waiter waiter(_client);
+  EXPECT_TRUE(waiter.IsAsleepInCall(1));
   Send(Event(3));
-  // Inside its second call, and not on the way there, where it would meet a client that is gone.
-  EXPECT_TRUE(Eventually([&] {
-    if (calls != 2) return false;
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-    const std::string stat{std::istreambuf_iterator<char>(file), {}};
-    return stat.find(") S ") != std::string::npos;
-  }));
-  _factory->Disconnect(_client);
-  waiter.join();
-  EXPECT_TRUE(ended);
-  _client = nullptr;
+  EXPECT_TRUE(waiter.IsAsleepInCall(2));
+  GiveBack();
+  waiter.Join();
+}
+
+TEST_F(QueueEvents, ReachTheOneWhoWaitsThoughThereAreListeners) {
+  Connect();
+  RecordingListener listener;
+  ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
+  Waiter waiter(_client);
+  int call = 1;
+  for (; call <= 200 && waiter.IsAsleepInCall(call); ++call) Send(Event(1));
+  EXPECT_TRUE(waiter.IsAsleepInCall(call)) << "the event before did not reach it";
+  EXPECT_EQ(200U, listener.GetHeard().size());
+  GiveBack();
+  waiter.Join();
 }
 
 }  // namespace
