@@ -3,10 +3,10 @@
 // PosixMQFactory makes the clients and takes them back.
 //
 // Any thread may call. Exchanges are one at a time in all clients of one factory; one that gets no
-// answer ends after 60 seconds, or as long as the factory's SetPatience said. A record and what
-// follows it have to fit into one message of 512 bytes, which leaves a text some 450. Listeners are
-// called on threads that the system starts for them, one after the other, with the time that the
-// daemon gave the change.
+// answer ends after 60 seconds, or as long as the factory's SetPatience said, its waiting for
+// others included. A record and what follows it have to fit into one message of 512 bytes, which
+// leaves a text some 450. Listeners are called on threads that the system starts for them, one
+// after the other, with the time that the daemon gave the change.
 //
 // From inside a listener's call everything is allowed but waiting for an event: reading and setting
 // on this client, adding and removing listeners, handing the client back.
@@ -118,7 +118,7 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   const eConfigID_t _configID;
   std::chrono::milliseconds _patience;  // the factory's, once it has made the client
 
-  // Held for an exchange, whatever becomes of the semaphore.
+  // Guards whose exchange it is.
   qel::config::Mutex _exchangeMutex;
 
   qel::config::Mutex _updateMutex;

@@ -1,6 +1,7 @@
 // A queue client's exchanges with the daemon. Internal.
 #pragma once
 
+#include <cerrno>
 #include <cstring>
 
 #include "libconfig/access/ConnectionUtilities.h"
@@ -8,32 +9,35 @@
 #include "libconfig/values/SemaphoreHelper.h"
 
 // One request and its answer, alone in the client while it exists, and in the factory, too, with
-// the factory's semaphore. All waiting in it ends at one time.
+// the factory's semaphore. All waiting, for the others, too, ends at one time.
 class PosixMQClient::Exchange {
  public:
   enum class Result { kAnswer, kNotSent, kNotReceived };
 
   // The semaphore may be null.
   Exchange(PosixMQClient& client, sem_t* semaphore)
-      : _client(client), _factory(semaphore), _alone(client._exchangeMutex) {}
+      : Exchange(client, semaphore, client._patience) {}
+  Exchange(PosixMQClient& client, sem_t* semaphore, std::chrono::milliseconds patience)
+      : _client(client),
+        _deadline(qel::config::QueueClock::now() + patience),
+        _factory(semaphore, _deadline),
+        _turn(client, _deadline) {}
 
   // `length` bytes that begin with `request`. Where it fails errno says why.
   template <typename Request>
   Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer) {
-    return Ask(request, length, answer, _client._patience);
-  }
-  template <typename Request>
-  Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer,
-             std::chrono::milliseconds patience) {
+    if (!_factory.IsMine() || !_turn.IsMine()) {
+      errno = ETIMEDOUT;
+      return Result::kNotReceived;
+    }
     qel::config::QueueInbox& inbox = _client._state->inbox;
-    const auto deadline = qel::config::QueueClock::now() + patience;
     inbox.Expect(request.requestID);
     if (!qel::config::SendToQueue(_client._requestQueue, &request, length, _client._priority,
-                                  deadline)) {
+                                  _deadline)) {
       inbox.ExpectNothing();
       return Result::kNotSent;
     }
-    const auto outcome = inbox.AwaitAnswer(answer, deadline);
+    const auto outcome = inbox.AwaitAnswer(answer, _deadline);
     const int saved = errno;
     // The system may fail to start the thread of a notification, and says nothing of it.
     if (!_client._state->listeners.IsEmpty() && inbox.ClaimDrain() && !_client.DrainOnAThread()) {
@@ -62,22 +66,38 @@ class PosixMQClient::Exchange {
   }
 
  private:
-  class OptionalHold {
+  // The semaphore from when it is had until the end.
+  class FactoryHold {
    public:
-    explicit OptionalHold(sem_t* semaphore) : _semaphore(semaphore) {
-      if (_semaphore != nullptr) SemaphoreHelper::Wait(_semaphore);
-    }
-    ~OptionalHold() {
-      if (_semaphore != nullptr) SemaphoreHelper::Post(_semaphore);
-    }
-    OptionalHold(const OptionalHold&) = delete;
-    OptionalHold& operator=(const OptionalHold&) = delete;
+    FactoryHold(sem_t* semaphore, qel::config::QueueClock::time_point deadline);
+    ~FactoryHold();
+    FactoryHold(const FactoryHold&) = delete;
+    FactoryHold& operator=(const FactoryHold&) = delete;
+
+    bool IsMine() const { return _semaphore == nullptr || _held; }
 
    private:
     sem_t* const _semaphore;
+    bool _held = false;
+  };
+
+  // The client's one exchange, whatever becomes of the semaphore.
+  class Turn {
+   public:
+    Turn(PosixMQClient& client, qel::config::QueueClock::time_point deadline);
+    ~Turn();
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    bool IsMine() const { return _held; }
+
+   private:
+    PosixMQClient& _client;
+    bool _held = false;
   };
 
   PosixMQClient& _client;
-  const OptionalHold _factory;
-  const qel::config::MutexLock _alone;
+  const qel::config::QueueClock::time_point _deadline;
+  const FactoryHold _factory;
+  const Turn _turn;
 };

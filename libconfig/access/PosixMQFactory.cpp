@@ -170,12 +170,11 @@ void PosixMQFactory::Disconnect(PosixMQClient* client) {
 }
 
 int PosixMQFactory::ConfirmDisconnect(PosixMQClient* client) {
-  PosixMQClient::Exchange exchange(*client, nullptr);
+  PosixMQClient::Exchange exchange(*client, nullptr, _patience);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST, client->_connectionID,
                                                    client->NextRequestID(), 0, client->_priority};
   QueueMessage answer;
-  if (exchange.Ask(request, sizeof request, answer, _patience) !=
-      PosixMQClient::Exchange::Result::kAnswer) {
+  if (exchange.Ask(request, sizeof request, answer) != PosixMQClient::Exchange::Result::kAnswer) {
     return 0;
   }
   return answer.record.msgtype == XCFG_DISCONNECT_RESPONSE &&

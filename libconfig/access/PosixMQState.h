@@ -35,6 +35,10 @@ struct PosixMQClient::State {
   qel::config::ListenerList listeners;
   qel::config::QueueInbox inbox;
 
+  // Whether an exchange is going on. Guarded by the client's mutex.
+  bool exchanging = false;
+  qel::config::Condition exchangeEnded;
+
   // Guards the notification.
   qel::config::Mutex armMutex;
   PosixMQClient* client LIBCONFIG_GUARDED_BY(armMutex) = nullptr;

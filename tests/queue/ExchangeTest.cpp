@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <thread>
 
 #include "libconfig/access/QueueIO.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
+#include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
 #include "tests/testing/RecordingListener.h"
 #include "tests/testing/Wire.h"
@@ -15,6 +17,7 @@ using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing_support::Bytes;
+using testing_support::Eventually;
 using testing_support::FakeDaemon;
 using testing_support::Golden;
 using testing_support::Hex;
@@ -194,6 +197,30 @@ TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
       "PosixMQClient::Get(): mq_receive returned -1, FAILED",
       Complaint([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); }));
   EXPECT_EQ("", Complaint([&] { EXPECT_EQ(3U, _client->Get(eParamID_MediaUpdated)); }));
+}
+
+TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
+  std::atomic<int> asked{0};
+  std::atomic<int> ended{0};
+  ConnectTo(80, [&](const QueueWords&, TestQueue&) { ++asked; });
+  std::thread slow([&] {
+    EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
+    ++ended;
+  });
+  EXPECT_TRUE(Eventually([&] { return asked == 1; }));
+  _factory->SetPatience(milliseconds(20));
+  PosixMQClient* const hasty = _factory->Connect("");
+  ASSERT_NE(nullptr, hasty);
+  EXPECT_EQ("PosixMQClient::Get - mq_receive failed: Connection timed out\n", Complaint([&] {
+              std::string text;
+              EXPECT_EQ(0, hasty->Get(eParamID_SysName, text));
+            }));
+  EXPECT_EQ(0, ended) << "it waited for the other one";
+  const QueueWords answer = Response{}.To({80, FakeDaemon::FirstConnection(), 1, 0});
+  FakeDaemon::ResponseQueue(FakeDaemon::FirstConnection())->Send(answer);
+  slow.join();
+  EXPECT_EQ(1, asked);
+  _factory->Disconnect(hasty);
 }
 
 TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
