@@ -61,6 +61,7 @@ void PosixMQClient::Leave() {
     _state->armed = false;
   }
   if (armed) ::mq_notify(_responseQueue, nullptr);
+  _state->leaving = true;
   _state->inbox.Close();
   _state->inbox.KeepEvents(false);
   // Others may be waiting for the delivery that this thread is inside of.
@@ -145,6 +146,8 @@ XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(const Operation& operation, ePar
 // One exchange of `length` bytes that begin with `request`.
 bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request,
                             std::size_t length, QueueMessage& answer) {
+  const PosixMQClients::Inside inside(this);
+  if (inside.state() == nullptr) return false;
   const auto say = [](const char* text) {
     if (text != nullptr) Report("%s", text);
     return false;

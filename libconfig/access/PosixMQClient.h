@@ -41,7 +41,7 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   PosixMQClient(unsigned int connectionID, unsigned int priority, int requestQueue,
                 int responseQueue, sem_t* connectionSemaphore, int& requestCounter,
                 eConfigID_t configID);
-  // Waits until nobody is inside the client any more but the calling thread.
+  // Ends the calls that other threads are inside of, and waits for them.
   ~PosixMQClient() override;
 
   using Config::AddConfigEventListener;

@@ -79,14 +79,18 @@ int PosixMQClient::ProcessEvents() {
 }
 
 int PosixMQClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* response, ConfigEvent* event) {
-  const std::shared_ptr<State> state = _state;
+  const PosixMQClients::Inside inside(this);
+  const std::shared_ptr<State>& state = inside.state();
+  if (state == nullptr) return 0;
   ListenerList::Delivery delivery(state->listeners);
   return delivery.IsNested() ? 0 : state->Deliver(delivery, *response, event);
 }
 
 int PosixMQClient::ProcessConfigStreamParamEvent(XCONFIGMGR_RESPONSE_T* response,
                                                  ConfigEvent* event) {
-  const std::shared_ptr<State> state = _state;
+  const PosixMQClients::Inside inside(this);
+  const std::shared_ptr<State>& state = inside.state();
+  if (state == nullptr) return 0;
   ListenerList::Delivery delivery(state->listeners);
   if (delivery.IsNested()) return 0;
   const auto size = static_cast<std::size_t>(_messageSize);

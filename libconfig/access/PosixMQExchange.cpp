@@ -2,12 +2,16 @@
 
 #include <time.h>
 
+#include <algorithm>
+
 #include "libconfig/base/Diagnostics.h"
 
 using qel::config::MutexLock;
 using qel::config::QueueClock;
 
 namespace {
+
+constexpr std::chrono::milliseconds kLook(50);
 
 timespec ToMonotonic(QueueClock::time_point when) {
   const auto time = when.time_since_epoch();
@@ -21,17 +25,28 @@ timespec ToMonotonic(QueueClock::time_point when) {
 
 }  // namespace
 
-PosixMQClient::Exchange::FactoryHold::FactoryHold(sem_t* semaphore, QueueClock::time_point deadline)
-    : _semaphore(semaphore) {
+// Nothing wakes one of those who wait for a semaphore and no other one, so that it looks up now and
+// then: only a client that is handed back while another one's exchange goes on depends on that.
+PosixMQClient::Exchange::FactoryHold::FactoryHold(sem_t* semaphore, QueueClock::time_point deadline,
+                                                  const std::atomic<bool>& abandoned)
+    : _semaphore(semaphore), _abandoned(abandoned) {
   if (_semaphore == nullptr) return;
-  const timespec end = ToMonotonic(deadline);
-  while (::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end) != 0) {
+  while (!_abandoned) {
+    const auto now = QueueClock::now();
+    const timespec end = ToMonotonic(std::min(deadline, now + kLook));
+    if (::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end) == 0) {
+      _held = true;
+      return;
+    }
     if (errno == EINTR) continue;
-    if (errno == ETIMEDOUT) return;
+    if (errno == ETIMEDOUT) {
+      if (now >= deadline) return;
+      continue;
+    }
     qel::config::ReportErrno("Semaphore(): call to sem_wait failed\n");
-    break;
+    _held = true;
+    return;
   }
-  _held = true;
 }
 
 PosixMQClient::Exchange::FactoryHold::~FactoryHold() {

@@ -20,17 +20,18 @@ class PosixMQClient::Exchange {
   Exchange(PosixMQClient& client, sem_t* semaphore, std::chrono::milliseconds patience)
       : _client(client),
         _deadline(qel::config::QueueClock::now() + patience),
-        _factory(semaphore, _deadline),
+        _factory(semaphore, _deadline, client._state->leaving),
         _turn(client, _deadline) {}
 
   // `length` bytes that begin with `request`. Where it fails errno says why.
   template <typename Request>
   Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer) {
-    if (!_factory.IsMine() || !_turn.IsMine()) {
-      errno = ETIMEDOUT;
+    qel::config::QueueInbox& inbox = _client._state->inbox;
+    const bool over = inbox.IsClosed() || _factory.IsAbandoned();
+    if (over || !_factory.IsMine() || !_turn.IsMine()) {
+      errno = over ? ECANCELED : ETIMEDOUT;
       return Result::kNotReceived;
     }
-    qel::config::QueueInbox& inbox = _client._state->inbox;
     inbox.Expect(request.requestID);
     if (!qel::config::SendToQueue(_client._requestQueue, &request, length, _client._priority,
                                   _deadline)) {
@@ -66,18 +67,21 @@ class PosixMQClient::Exchange {
   }
 
  private:
-  // The semaphore from when it is had until the end.
+  // The semaphore from when it is had until the end. Once `abandoned` is set it is not waited for.
   class FactoryHold {
    public:
-    FactoryHold(sem_t* semaphore, qel::config::QueueClock::time_point deadline);
+    FactoryHold(sem_t* semaphore, qel::config::QueueClock::time_point deadline,
+                const std::atomic<bool>& abandoned);
     ~FactoryHold();
     FactoryHold(const FactoryHold&) = delete;
     FactoryHold& operator=(const FactoryHold&) = delete;
 
     bool IsMine() const { return _semaphore == nullptr || _held; }
+    bool IsAbandoned() const { return _semaphore != nullptr && _abandoned; }
 
    private:
     sem_t* const _semaphore;
+    const std::atomic<bool>& _abandoned;
     bool _held = false;
   };
 

@@ -161,6 +161,7 @@ void PosixMQFactory::ResetSemaphore() {
 
 void PosixMQFactory::Disconnect(PosixMQClient* client) {
   if (!PosixMQClients::Instance().Contains(client)) return;
+  client->_state->leaving = true;
   ResetSemaphore();
   ConfirmDisconnect(client);
   client->Leave();

@@ -51,7 +51,8 @@ class LIBCONFIG_API PosixMQFactory {
   PosixMQClient* Connect(std::string uri);
 
   // Takes leave of the daemon, removes the response queue and deletes the client, also from inside
-  // a listener's call. A pointer that is no living client is ignored.
+  // a listener's call. What other threads are doing with the client fails, and has ended when this
+  // returns. A pointer that is no living client is ignored.
   void Disconnect(PosixMQClient* client);
 
   // The handshakes alone: non-zero when the daemon agreed.

@@ -57,6 +57,8 @@ bool PosixMQClient::RegisterListener() {
 }
 
 int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
+  const PosixMQClients::Inside inside(this);
+  if (inside.state() == nullptr) return 0;
   const ListenerList::Delivery hold(_state->listeners);
   if (!_state->listeners.IsEmpty()) {
     _state->listeners.Add(listener);
@@ -75,6 +77,8 @@ int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
 }
 
 int PosixMQClient::RemoveConfigEventListener(ConfigEventListener* listener) {
+  const PosixMQClients::Inside inside(this);
+  if (inside.state() == nullptr) return 0;
   const ListenerList::Delivery hold(_state->listeners);
   const bool removed = _state->listeners.Remove(listener);
   if (!_state->listeners.IsEmpty()) return removed ? 1 : 0;

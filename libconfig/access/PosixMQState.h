@@ -35,6 +35,8 @@ struct PosixMQClient::State {
   qel::config::ListenerList listeners;
   qel::config::QueueInbox inbox;
 
+  // The client is about to be handed back: no value is asked for any more.
+  std::atomic<bool> leaving{false};
   // Whether an exchange is going on. Guarded by the client's mutex.
   bool exchanging = false;
   qel::config::Condition exchangeEnded;

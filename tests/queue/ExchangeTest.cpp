@@ -223,6 +223,23 @@ TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
   _factory->Disconnect(hasty);
 }
 
+TEST_F(QueueExchange, EndsWhenItsClientIsGivenBack) {
+  std::atomic<int> asked{0};
+  ConnectTo(80, [&](const QueueWords&, TestQueue&) { ++asked; });
+  std::thread thread;
+  const std::string complaint = Complaint([&] {
+    thread = std::thread([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); });
+    EXPECT_TRUE(Eventually([&] { return asked == 1; }));
+    _factory->SetPatience(milliseconds(20));
+    GiveBack();
+  });
+  thread.join();
+  EXPECT_EQ(
+      "PosixMQClient::Get(): mq_receive returned -1, FAILED: Operation canceled\n"
+      "PosixMQClient::Get(): mq_receive returned -1, FAILED",
+      complaint);
+}
+
 TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
   _patience = milliseconds(500);
   Connect();
