@@ -114,7 +114,14 @@ QueueInbox::Outcome QueueInbox::AwaitAnswer(QueueMessage& answer, QueueClock::ti
     } else {
       uint32_t type;
       outcome = ReadOne(Patience::kDeadline, deadline, type);
-      if (outcome == Outcome::kReady || outcome == Outcome::kUnknown) continue;
+      const bool read = outcome == Outcome::kReady || outcome == Outcome::kUnknown;
+      // However much comes: it is not the answer.
+      if (read && !_answered && QueueClock::now() >= deadline) {
+        errno = ETIMEDOUT;
+        outcome = Outcome::kTimeout;
+      } else if (read) {
+        continue;
+      }
     }
     break;
   }
