@@ -96,6 +96,16 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
       new PosixMQClient(connectionID, priority, _requestQueue, queue, _connectionSemaphore.Get(),
                         _requestCounter, eConfigID_Default);
   client->_patience = _patience;
+  if (const int reason = client->_state->inbox.GetError()) {
+    errno = reason;
+    ReportErrno("PosixMQFactory::Connect - eventfd failed");
+    Report(
+        "PosixMQFactory::Connect - Each connection takes two file descriptors: raise their limit "
+        "with ulimit -n, or LimitNOFILE= of a service\n");
+    Disconnect(client);
+    errno = reason;
+    return nullptr;
+  }
   return client;
 }
 

@@ -21,7 +21,10 @@ bool QueueMessage::HasStream() const {
 }
 
 QueueInbox::QueueInbox(mqd_t queue, std::size_t messageSize)
-    : _queue(queue), _wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), _buffer(messageSize) {}
+    : _queue(queue),
+      _wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      _error(_wake < 0 ? errno : 0),
+      _buffer(messageSize) {}
 
 QueueInbox::~QueueInbox() {
   if (_wake >= 0) ::close(_wake);
@@ -228,8 +231,9 @@ QueueInbox::Outcome QueueInbox::AwaitEvent(uint32_t& type) {
   MutexLock lock(_mutex);
   Outcome outcome = Outcome::kReady;
   while (_events.empty()) {
-    if (_closed) {
-      outcome = Outcome::kClosed;
+    if (_closed || _error != 0) {
+      errno = _error;
+      outcome = _closed ? Outcome::kClosed : Outcome::kFailed;
       break;
     }
     if (_reading) {

@@ -49,6 +49,9 @@ class QueueInbox {
   QueueInbox(const QueueInbox&) = delete;
   QueueInbox& operator=(const QueueInbox&) = delete;
 
+  // 0, or the error number where no wait could be ended. WaitForConfigEvent fails then.
+  int GetError() const { return _error; }
+
   // For an exchange: Expect before the request is sent, then AwaitAnswer, or ExpectNothing. An
   // answer that comes when it was given up is recognised by its number and dropped.
   void Expect(uint32_t requestID);
@@ -106,6 +109,7 @@ class QueueInbox {
 
   const mqd_t _queue;
   const int _wake;  // an eventfd, readable from Close on
+  const int _error;
 
   Mutex _mutex;
   Condition _changed;

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -108,6 +109,28 @@ TEST_F(QueueConnection, LeavesNoDescriptorsToHandshakesThatFailed) {
   const int before = open();
   for (int i = 0; i < 20; ++i) FailToConnect(factory);
   EXPECT_LE(open(), before + 1);
+}
+
+TEST_F(QueueConnection, NeedsADescriptorToEndItsWaiting) {
+  FakeDaemon daemon;
+  PosixMQFactory factory(testing_support::TestQueueName());
+  testing::internal::CaptureStderr();
+  rlimit limit;
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit few = {std::min<rlim_t>(limit.rlim_cur, 200), limit.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  std::vector<int> taken;
+  for (int fd; (fd = ::dup(0)) != -1;) taken.push_back(fd);
+  // Those of the response queue, here and in the daemon.
+  for (int i = 0; i < 2; ++i, taken.pop_back()) ::close(taken.back());
+  EXPECT_EQ(nullptr, factory.Connect(""));
+  EXPECT_EQ(EMFILE, errno);
+  for (const int fd : taken) ::close(fd);
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              StartsWith("PosixMQFactory::Connect - eventfd failed: Too many open files\n"
+                         "PosixMQFactory::Connect - Each connection takes two file descriptors"));
+  EXPECT_FALSE(TestQueue::Existing(ResponseName(0)).IsOpen());
 }
 
 TEST_F(QueueConnection, BeginsWithNothingThatWasLeftInItsQueue) {
