@@ -23,6 +23,15 @@ class PosixMQClient::Exchange {
         _factory(semaphore, _deadline, client._state->leaving),
         _turn(client, _deadline) {}
 
+  // Its thread may have been cancelled while it waited: the answer may still come.
+  ~Exchange() {
+    if (!_asking) return;
+    _client._state->inbox.ExpectNothing();
+    _client._state->inbox.Abandon(_requestID);
+  }
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
   // `length` bytes that begin with `request`. Where it fails errno says why.
   template <typename Request>
   Result Ask(const Request& request, std::size_t length, qel::config::QueueMessage& answer) {
@@ -33,13 +42,17 @@ class PosixMQClient::Exchange {
       return Result::kNotReceived;
     }
     inbox.Expect(request.requestID);
+    _requestID = request.requestID;
+    _asking = true;
     if (!qel::config::SendToQueue(_client._requestQueue, &request, length, _client._priority,
                                   _deadline)) {
       inbox.ExpectNothing();
+      _asking = false;
       return Result::kNotSent;
     }
     const auto outcome = inbox.AwaitAnswer(answer, _deadline);
     const int saved = errno;
+    _asking = false;
     // The system may fail to start the thread of a notification, and says nothing of it.
     if (!_client._state->listeners.IsEmpty() && inbox.ClaimDrain() && !_client.DrainOnAThread()) {
       inbox.DisclaimDrain();
@@ -104,4 +117,6 @@ class PosixMQClient::Exchange {
   const qel::config::QueueClock::time_point _deadline;
   const FactoryHold _factory;
   const Turn _turn;
+  bool _asking = false;
+  uint32_t _requestID = 0;
 };

@@ -49,27 +49,45 @@ void QueueInbox::Abandon(uint32_t requestID) {
   _abandoned.insert(requestID);
 }
 
-// Reads with the lock released, as the only reader, and leaves the message where it belongs.
+// The only reader, with the lock released while it exists. A reader may be cancelled.
+class QueueInbox::Reading {
+ public:
+  explicit Reading(QueueInbox& inbox) LIBCONFIG_NO_THREAD_SAFETY_ANALYSIS : _inbox(inbox) {
+    _inbox._reading = true;
+    _inbox._mutex.unlock();
+  }
+  ~Reading() LIBCONFIG_NO_THREAD_SAFETY_ANALYSIS {
+    _inbox._mutex.lock();
+    _inbox._reading = false;
+    _inbox._changed.Broadcast();
+  }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  QueueInbox& _inbox;
+};
+
+// Leaves the message where it belongs.
 QueueInbox::Outcome QueueInbox::ReadOne(Patience patience, QueueClock::time_point deadline,
                                         uint32_t& type) {
-  _reading = true;
-  _mutex.unlock();
   ssize_t length = -1;
-  switch (patience) {
-    case Patience::kNone:
-      length = ReceiveQueued(_queue, _buffer.data(), _buffer.size());
-      break;
-    case Patience::kDeadline:
-      length = ReceiveFromQueue(_queue, _buffer.data(), _buffer.size(), deadline, _wake);
-      break;
-    case Patience::kEndless:
-      length = WaitForQueue(_queue, _buffer.data(), _buffer.size(), _wake);
-      break;
+  int error;
+  {
+    const Reading reading(*this);
+    switch (patience) {
+      case Patience::kNone:
+        length = ReceiveQueued(_queue, _buffer.data(), _buffer.size());
+        break;
+      case Patience::kDeadline:
+        length = ReceiveFromQueue(_queue, _buffer.data(), _buffer.size(), deadline, _wake);
+        break;
+      case Patience::kEndless:
+        length = WaitForQueue(_queue, _buffer.data(), _buffer.size(), _wake);
+        break;
+    }
+    error = errno;
   }
-  const int error = errno;
-  _mutex.lock();
-  _reading = false;
-  _changed.Broadcast();
   if (length >= 0) return Sort(static_cast<std::size_t>(length), type);
   errno = error;
   switch (error) {

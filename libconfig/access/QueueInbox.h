@@ -6,7 +6,8 @@
 // want itself it leaves here, in the order in which it came, so that nobody depends on another
 // thread's getting on.
 //
-// Any thread. Exchanges are one at a time: the client sees to that.
+// Any thread, and any of them may be cancelled while it waits. Exchanges are one at a time: the
+// client sees to that.
 #pragma once
 
 #include <mqueue.h>
@@ -100,6 +101,7 @@ class QueueInbox {
  private:
   // How a reader waits for its message.
   enum class Patience { kNone, kDeadline, kEndless };
+  class Reading;
 
   Outcome ReadOne(Patience patience, QueueClock::time_point deadline, uint32_t& type)
       LIBCONFIG_REQUIRES(_mutex);

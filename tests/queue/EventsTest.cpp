@@ -293,6 +293,10 @@ class Waiter {
         },
         std::chrono::seconds(20));
   }
+  void Cancel() {
+    ::pthread_cancel(_body.native_handle());
+    Join();
+  }
   void Join() {
     if (_body.joinable()) _body.join();
   }
@@ -342,6 +346,20 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
   EXPECT_TRUE(waiter.IsAsleepInCall(2));
   GiveBack();
   waiter.Join();
+}
+
+TEST_F(QueueEvents, AreHeardAfterOneWhoWaitedForThemWasCancelled) {
+  Connect();
+  Waiter waiter(_client);
+  EXPECT_TRUE(waiter.IsAsleepInCall(1));
+  Send(Event(1));
+  EXPECT_TRUE(waiter.IsAsleepInCall(2));
+  waiter.Cancel();
+  EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
+  RecordingListener listener;
+  ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
+  Send(Event(2));
+  EXPECT_TRUE(listener.WaitFor(eParamID_MediaUpdated, "2"));
 }
 
 TEST_F(QueueEvents, ReachTheOneWhoWaitsThoughThereAreListeners) {

@@ -51,6 +51,11 @@ class FakeDaemon {
     }
     return queue;
   }
+  // Those of clients whose leave it did not hear of.
+  static void ForgetAll() {
+    const std::lock_guard<std::mutex> lock(QueuesMutex());
+    Queues().clear();
+  }
   // Of the first connection of a factory of this process.
   static uint32_t FirstConnection() { return static_cast<uint32_t>(::getpid()) << 16; }
 
@@ -126,6 +131,7 @@ class QueueTest : public testing::Test {
     GiveBack();
     _factory.reset();
     _daemon.reset();
+    FakeDaemon::ForgetAll();
   }
 
   void Connect(FakeDaemon::Behaviour behaviour = {}, const char* uri = "") {
