@@ -70,11 +70,16 @@ void Console::ClearProgress() {
 void Console::Print(const std::string& lines) {
   MutexLock lock(_mutex);
   ClearProgress();
-  if (Write(_out, lines + "\n")) return;
-  if (errno == EPIPE) ::_exit(static_cast<int>(Status::kDone));
-  Write(_err, std::string("configctl: cannot write the output: ") + std::strerror(errno) +
-                  "; make room, or send it elsewhere\n");
-  ::_exit(static_cast<int>(Status::kRefused));
+  if (_problem == 0 && !Write(_out, lines + "\n")) _problem = errno;
+}
+
+int Console::End(int status) {
+  const int problem = _problem.exchange(EPIPE);  // told once
+  if (problem == 0 || problem == EPIPE) return status;
+  const bool isDone = status == static_cast<int>(Status::kDone);
+  Say(std::string("cannot write the output: ") + std::strerror(problem) +
+      (isDone ? "; all else is done" : "") + "; make room, or send it elsewhere");
+  return isDone ? static_cast<int>(Status::kRefused) : status;
 }
 
 void Console::Say(const std::string& message) {
@@ -86,6 +91,7 @@ void Console::Say(const std::string& message) {
 bool Console::IsTerminal() const { return ::isatty(_out) == 1; }
 
 bool Console::ReaderIsGone() const {
+  if (_problem != 0) return true;
   pollfd out = {_out, 0, 0};
   return ::poll(&out, 1, 0) == 1 && (out.revents & (POLLERR | POLLHUP)) != 0;
 }

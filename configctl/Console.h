@@ -3,10 +3,12 @@
 // descriptors of their own and leaves the library none that leads to the user. Any thread may
 // print: each call is written whole and at once, also into a pipe.
 //
-// A reader that has gone away ends the program quietly, with status 0. Output that cannot be
-// written for another reason ends it with a message and status 1.
+// Output that cannot be written ends no command: one that changes things finishes what it does, and
+// its status is true. What cannot reach its reader is left out, and End says so at the end, unless
+// the reader has gone away by itself.
 #pragma once
 
+#include <atomic>
 #include <string>
 
 #include "libconfig/base/Mutex.h"
@@ -30,7 +32,11 @@ class Console {
   void ShowProgress(const std::string& text);
 
   bool IsTerminal() const;
-  // Whether the output is a pipe or a socket that nobody reads any more.
+  // The last word of the program: the status to end with, which is `status` unless only the output
+  // failed.
+  int End(int status);
+
+  // Whether nothing that is printed reaches anybody any more.
   bool ReaderIsGone() const;
   // Columns to lay text out for: the terminal's, or 80.
   int GetWidth() const;
@@ -43,6 +49,7 @@ class Console {
 
   int _out = 1;
   int _err = 2;
+  std::atomic<int> _problem{0};  // with the output, as errno has it
   qel::config::Mutex _mutex;
   bool _showsProgress LIBCONFIG_GUARDED_BY(_mutex) = false;
 };

@@ -57,7 +57,7 @@ int Session::Fail(const Failure& failure) const {
   } else {
     _console.Say(failure.what());
   }
-  return status;
+  return _console.End(status);
 }
 
 }  // namespace configctl

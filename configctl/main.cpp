@@ -23,7 +23,7 @@ int Run(CommandLine& line, const std::string& answer) {
     } else {
       session.Print(answer);
     }
-    return static_cast<int>(Status::kDone);
+    return Console::Instance().End(static_cast<int>(Status::kDone));
   } catch (const Failure& failure) {
     return session.Fail(failure);
   } catch (const std::exception& problem) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -165,6 +166,36 @@ unknown      there is no parameter "\x1b[2J"; see configctl list --hidden
   EXPECT_EQ(18U, answer.at("result").at("values").size());
   // What names no parameter can be neither same nor different.
   EXPECT_EQ(2, Run({"diff", file}).status);
+}
+
+TEST_F(ConfigctlSettings, AreAppliedToTheEndThoughNobodyReads) {
+  const std::string fifo = _folder / "fifo";
+  ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+  // Nobody reads any more before the first line is written.
+  const auto run = [&](Process::Words words, const char* settings) {
+    words.push_back(fifo);
+    const auto process = testing_support::StartConfigctl(_daemon.GetURI(), words);
+    process->CloseOutput();
+    std::ofstream(fifo) << R"({"format": "configctl settings", "version": 1, "settings": )"
+                        << settings << "}";
+    return process->Wait();
+  };
+  EXPECT_EQ(0, run({"import"}, R"({"IntervalFrames": 12, "IPConfig": "DHCP", "IntervalTime": 9})"));
+  EXPECT_EQ("9\n", Get("IntervalTime"));
+  EXPECT_EQ(1, run({"import", "--json"}, R"({"IntervalFrames": 500, "IPConfig": "Static"})"));
+  EXPECT_EQ("Static Addr\n", Get("IPConfig"));
+  EXPECT_EQ(1, run({"diff"}, R"({"IntervalFrames": 1, "IPConfig": "Static"})"));
+
+  if (!testing_support::CanUseShell()) GTEST_SKIP() << "no shell here can start configctl";
+  Process full({"/bin/sh", "-c",
+                "exec \"$0\" --uri \"$1\" reset IntervalFrames IntervalTime >/dev/full",
+                CONFIGCTL_PATH, _daemon.GetURI()});
+  EXPECT_EQ(1, full.Wait());
+  EXPECT_EQ(
+      "configctl: cannot write the output: No space left on device; all else is done; make "
+      "room, or send it elsewhere\n",
+      full.GetErrors());
+  EXPECT_EQ("10\n", Get("IntervalTime"));
 }
 
 TEST_F(ConfigctlSettings, AreSetBehindTheirSelectors) {
