@@ -24,11 +24,13 @@ std::string InSeconds(Watchdog::Clock::duration duration) {
   return std::string(text) + (std::strcmp(text, "1") == 0 ? " second" : " seconds");
 }
 
-Failure TimedOut(const Place& place, const char* doing, Watchdog::Clock::duration limit) {
+Failure TimedOut(const Place& place, const char* doing, Watchdog::Clock::duration limit,
+                 const std::string& advice = "") {
   return {Status::kTimeout, place.GetURI() + " gave no answer within " + InSeconds(limit) +
                                 " while " + doing +
                                 "; see whether configd is well there, or wait longer with "
-                                "--timeout"};
+                                "--timeout" +
+                                advice};
 }
 
 // Why the library came back without a connection.
@@ -139,7 +141,7 @@ void Connection::ConnectMapped(const std::string& uri, const std::string& listen
 Watchdog::Action Connection::EndProgram(const char* doing) {
   return [this, doing] {
     QueueConfig::LeaveInPassing();
-    ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit())));
+    ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit(), _advice)));
   };
 }
 
@@ -158,10 +160,11 @@ bool Connection::IsAlive() const {
 }
 
 void Connection::ThrowLost(const char* doing) const {
-  if (_hasGivenUp) throw TimedOut(_place, doing, _watchdog.GetLimit());
+  if (_hasGivenUp) throw TimedOut(_place, doing, _watchdog.GetLimit(), _advice);
   throw Failure(Status::kNoConnection,
                 "the connection to " + GetURI() +
-                    " was lost; see whether configd is still running there, and try again");
+                    " was lost; see whether configd is still running there, and try again" +
+                    _advice);
 }
 
 programs::Value Connection::Get(eParam_t id) {
@@ -188,14 +191,15 @@ eParam_t Connection::Resolve(eParam_t id) {
 void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const {
   if (!IsAlive()) ThrowLost("reading");
   if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
-    throw TimedOut(_place, "reading", _place.GetPatience());
+    throw TimedOut(_place, "reading", _place.GetPatience(), _advice);
   }
   const bool isText = _queue != nullptr && IsText(id);
   throw Failure(Status::kRefused,
                 GetURI() + " has no value for " + programs::ParamName(id) +
                     (isText ? "; it may have more than " + std::to_string(_queue->kLongestText) +
                                   " bytes, which the daemon's tcp:// URI tells"
-                            : "; it may be another model of the recorder"));
+                            : "; it may be another model of the recorder") +
+                    _advice);
 }
 
 void Connection::Set(eParam_t id, const programs::Value& value) {

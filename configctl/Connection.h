@@ -28,6 +28,8 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
 
   void SetOnTimeout(OnTimeout choice) { _onTimeout = choice; }
+  // What every failure says behind its own words from here on, such as "; look again".
+  void SetAdvice(const std::string& advice) { _advice = advice; }
   // As far as this side knows; a transport without connections is alive until an exchange fails.
   bool IsAlive() const;
   bool IsOverQueues() const { return _queue != nullptr; }
@@ -63,6 +65,7 @@ class Connection {
 
   const Session& _session;
   OnTimeout _onTimeout;
+  std::string _advice;
   Place _place;
   Watchdog _watchdog;
   Config* _config = nullptr;

@@ -24,11 +24,11 @@ struct OutcomeWords {
   const char* dry;
 };
 constexpr OutcomeWords kOutcomes[] = {
-    {Outcome::kPending, "not tried", "not tried"},   {Outcome::kSet, "set", "would set"},
-    {Outcome::kUnchanged, "unchanged", "unchanged"}, {Outcome::kClamped, "clamped", "would clamp"},
-    {Outcome::kSkipped, "skipped", "skipped"},       {Outcome::kUnknown, "unknown", "unknown"},
-    {Outcome::kRefused, "refused", "refused"},       {Outcome::kAltered, "altered", "altered"},
-    {Outcome::kLeftOut, "left out", "left out"},
+    {Outcome::kPending, "not tried", "not tried"}, {Outcome::kSent, "sent", "sent"},
+    {Outcome::kSet, "set", "would set"},           {Outcome::kUnchanged, "unchanged", "unchanged"},
+    {Outcome::kClamped, "clamped", "would clamp"}, {Outcome::kSkipped, "skipped", "skipped"},
+    {Outcome::kUnknown, "unknown", "unknown"},     {Outcome::kRefused, "refused", "refused"},
+    {Outcome::kAltered, "altered", "altered"},     {Outcome::kLeftOut, "left out", "left out"},
 };
 
 std::string Word(Outcome outcome, bool isDryRun) {
@@ -88,6 +88,7 @@ void SettingsWriter::Apply(std::vector<Change>& changes) {
     if (change.outcome != Outcome::kPending) Print(change);
   }
   std::vector<Change*> ordered = InOrder(changes);
+  std::size_t told = 0;
   try {
     // Nobody is asked when there is nothing to do.
     if (!ordered.empty()) {
@@ -97,14 +98,13 @@ void SettingsWriter::Apply(std::vector<Change>& changes) {
       for (Change* const change : ordered) {
         Carry(connection, *change);
         Print(*change);
+        ++told;
       }
       if (!_isDryRun) CheckAgain(connection, ordered);
     }
     PrintSummary(changes);
   } catch (const Failure& failure) {
-    for (const Change* const change : ordered) {
-      if (change->outcome == Outcome::kPending) Print(*change);
-    }
+    for (; told < ordered.size(); ++told) Print(*ordered[told]);
     PrintSummary(changes);
     throw Verdict(failure.GetStatus(), failure.what(), ToJson(changes));
   }
@@ -132,8 +132,18 @@ void SettingsWriter::Carry(Connection& connection, Change& change) const {
 
 void SettingsWriter::Set(Connection& connection, Change& change) const {
   const eParam_t id = change.param->GetParamID();
+  // Until it is read back, nobody knows what became of it.
+  change.outcome = Outcome::kSent;
+  change.remark = change.name + ": " + _session.GetValueText().Line(id, change.wanted) +
+                  " was sent and not read back; look with configctl get " + change.name;
   connection.Set(id, change.wanted);
-  change.now = connection.Get(id);
+  try {
+    change.now = connection.Get(id);
+  } catch (const Failure& failure) {
+    if (failure.GetStatus() != Status::kRefused) throw;
+    return;
+  }
+  change.remark.clear();
   if (change.now == change.wanted) {
     change.outcome = Outcome::kSet;
   } else if (change.now == change.expected) {

@@ -13,6 +13,7 @@ namespace configctl {
 
 enum class Outcome {
   kPending,  // to be done, or not reached
+  kSent,     // may have been stored, and was not read back
   kSet,
   kUnchanged,
   kClamped,  // stored as the nearest number inside the limits

@@ -39,6 +39,7 @@ class SetCommand : public Command {
     const eParam_t id = param.GetParamID();
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     const Value before = connection.Get(id);
+    connection.SetAdvice("; it may have been stored: look with configctl get " + ParamName(param));
     connection.Set(id, asked);
     const Value now = connection.Get(id);
     Report(session, param, asked, check.stored, before, now);
