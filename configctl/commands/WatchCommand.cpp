@@ -137,7 +137,8 @@ class Watcher {
         value = Read(connection, id);
       } catch (const Failure& failure) {
         if (failure.GetStatus() != Status::kRefused) throw;
-        continue;  // another model's
+        NoteUnreadable(id, failure);
+        continue;
       }
       const auto known = _known.find(id);
       if (known == _known.end()) {
@@ -150,6 +151,14 @@ class Watcher {
       }
     }
     _compared = true;
+  }
+
+  // Another model lacks some, which matters where they were named. Each of those is told once;
+  // throws Failure when nothing is left to watch.
+  void NoteUnreadable(eParam_t id, const Failure& failure) {
+    if (_only.empty() || !_unreadable.insert(id).second) return;
+    if (_unreadable.size() == _only.size() && _known.empty()) throw Failure(failure);
+    _session.GetConsole().Say(failure.what());
   }
 
   // The value, such that the events that wait are those since.
@@ -218,7 +227,8 @@ class Watcher {
   const Options _options;
   EventQueue _queue;
   std::map<eParam_t, Value> _known;
-  bool _compared = false;  // since the connection was made
+  std::set<eParam_t> _unreadable;  // of those that were named
+  bool _compared = false;          // since the connection was made
   unsigned long _printed = 0;
   bool _done = false;
 };

@@ -209,6 +209,20 @@ TEST_F(ConfigctlWatch, HearsWhatIsChangedOverUdpAndNoticesWhatItMissed) {
   watch->WaitForLine("IPConfig: DHCP (1) -> Default Addr (0)");
 }
 
+TEST_F(ConfigctlWatch, SaysWhatItCannotReadAndEndsWhenThatIsAll) {
+  _daemon = std::make_unique<Daemon>(Process::Words{}, Process::Words{"LIBCONFIG_PRODUCT=crandle"});
+  const std::string unread = "configctl: " + _daemon->GetURI() +
+                             " has no value for WiFiSSID; it may be another model of the recorder";
+  const auto watch = Watch({"WiFiSSID", "IPConfig"});
+  watch->WaitForLine("IPConfig: Default Addr (0)");
+  EXPECT_EQ(unread, watch->WaitForErrorLine());
+  Set("IPConfig", "DHCP");
+  watch->WaitForLine("-> DHCP (1)");
+  const auto idle = Watch({"WiFiSSID"});
+  EXPECT_EQ(1, idle->Wait());
+  EXPECT_EQ(unread + "\n", idle->GetErrors());
+}
+
 TEST_F(ConfigctlWatch, EndsWithItsReader) {
   const auto watch = Watch({"IPConfig"});
   watch->WaitForLine("IPConfig");
