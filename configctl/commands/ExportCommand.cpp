@@ -26,18 +26,15 @@ class ExportCommand : public Command {
     session.RefuseMapped();
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     const bool isOfThisModel = connection.IsOfThisModel();
-    if (!isOfThisModel) {
-      session.GetConsole().Say(connection.GetURI() +
-                               " is another model than this machine, and settings that only it has "
-                               "are not exported; run this on the device itself to have them all");
-    }
     json document = Header(session, connection, isOfThisModel);
     json settings = json::object();
     std::vector<std::string> leftOut;
     bool hasSecrets = false;
+    bool hasAny = false;
     for (const ParamDescriptor* const param : SettingsInMenuOrder()) {
       Value value;
       if (!Read(connection, *param, isOfThisModel, value)) continue;
+      hasAny = true;
       if (!_all && value == FactoryDefault(*param)) continue;
       if (session.GetValueText().Hides(param->GetParamID())) {
         leftOut.push_back(ParamName(*param));
@@ -45,6 +42,18 @@ class ExportCommand : public Command {
       }
       hasSecrets |= programs::IsSecret(*param);
       settings[ParamName(*param)] = SettingToJson(*param, value);
+    }
+    if (!hasAny) {
+      throw Failure(Status::kRefused,
+                    connection.GetURI() +
+                        " has no value for any of the settings, and nothing was written; see "
+                        "whether configd is well there, or name another place with --uri or "
+                        "--config");
+    }
+    if (!isOfThisModel) {
+      session.GetConsole().Say(connection.GetURI() +
+                               " is another model than this machine, and settings that only it has "
+                               "are not exported; run this on the device itself to have them all");
     }
     if (!leftOut.empty()) document["left_out"] = leftOut;
     document["settings"] = settings;

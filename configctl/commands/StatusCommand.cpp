@@ -31,24 +31,31 @@ class StatusCommand : public Command {
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     const double connected = MillisecondsSince(start);
     std::vector<double> times;
-    for (std::size_t i = 0; i < kRoundTrips; ++i) times.push_back(AskOnce(connection));
+    std::size_t refused = 0;
+    for (std::size_t i = 0; i < kRoundTrips; ++i) times.push_back(AskOnce(connection, refused));
     std::sort(times.begin(), times.end());
     const double median = times[times.size() / 2];
 
     const bool overQueues = connection.IsOverQueues();
     const QueueLimits limits = QueueLimits::Read();
-    if (session.WantsJson()) {
-      nlohmann::ordered_json result = {{"uri", connection.GetURI()},  {"connect_ms", connected},
-                                       {"round_trips", times.size()}, {"min_ms", times.front()},
-                                       {"median_ms", median},         {"max_ms", times.back()}};
-      if (overQueues) result["queue_limits"] = ToJson(limits);
-      session.PrintResult(result);
-      return;
+    nlohmann::ordered_json result = {{"uri", connection.GetURI()},  {"connect_ms", connected},
+                                     {"round_trips", times.size()}, {"min_ms", times.front()},
+                                     {"median_ms", median},         {"max_ms", times.back()}};
+    if (overQueues) result["queue_limits"] = ToJson(limits);
+    if (!session.WantsJson()) {
+      session.Print(connection.GetURI() + " is there: connected in " + Shown(connected) + "\n" +
+                    std::to_string(times.size()) + " round trips: fastest " + Shown(times.front()) +
+                    ", median " + Shown(median) + ", slowest " + Shown(times.back()) +
+                    (overQueues ? "\nlimits here: " + limits.ToText() : ""));
     }
-    session.Print(connection.GetURI() + " is there: connected in " + Shown(connected) + "\n" +
-                  std::to_string(times.size()) + " round trips: fastest " + Shown(times.front()) +
-                  ", median " + Shown(median) + ", slowest " + Shown(times.back()) +
-                  (overQueues ? "\nlimits here: " + limits.ToText() : ""));
+    if (refused == kRoundTrips) {
+      throw Verdict(Status::kRefused,
+                    connection.GetURI() +
+                        " is there and refuses to be read; see whether configd is well there, or "
+                        "name another place with --uri or --config",
+                    result);
+    }
+    if (session.WantsJson()) session.PrintResult(result);
   }
 
  private:
@@ -60,13 +67,14 @@ class StatusCommand : public Command {
     return json;
   }
 
-  // A refusal is an answer too.
-  static double AskOnce(Connection& connection) {
+  // A refusal is an answer too, and counted.
+  static double AskOnce(Connection& connection, std::size_t& refused) {
     const auto start = Clock::now();
     try {
       connection.Get(eParamID_IPConfig);
     } catch (const Failure& failure) {
       if (failure.GetStatus() != Status::kRefused) throw;
+      ++refused;
     }
     return MillisecondsSince(start);
   }

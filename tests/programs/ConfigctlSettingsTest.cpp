@@ -372,3 +372,31 @@ TEST_F(ConfigctlSettings, SayHowFarTheyCameWhenTheDeviceGoesAway) {
   EXPECT_EQ((Outcome{3, "", lost + "; it may have been stored: look with configctl get Take\n"}),
             set);
 }
+
+TEST_F(ConfigctlSettings, AreNotTakenForReadWhereAllReadingIsRefused) {
+  WireListener listener;
+  std::thread refusing([&] {
+    for (int connection = 0; connection < 2; ++connection) {
+      Wire peer(listener.Accept());
+      peer.Receive(24);
+      peer.Send(Words(std::array<uint32_t, 7>{32, 0, 0, 0, 0, 4096, 0}));
+      for (auto request = peer.Record(10); request.size() == 10; request = peer.Record(10)) {
+        peer.Send(Words(std::array<uint32_t, 11>{request[0] + 16, request[1], request[2], 0, 0,
+                                                 4096, request[6], 60, 0, 0, 0}));
+      }
+    }
+  });
+  const std::string file = _folder.Write("a.json", "before");
+  const Outcome exported = RunConfigctl(listener.GetURI(), {"export", file});
+  const Outcome status = RunConfigctl(listener.GetURI(), {"status"});
+  refusing.join();
+  EXPECT_EQ((Outcome{1, "",
+                     "configctl: " + listener.GetURI() +
+                         " has no value for any of the settings, and nothing was written; see "
+                         "whether configd is well there, or name another place with --uri or "
+                         "--config\n"}),
+            exported);
+  EXPECT_EQ("before", _folder.Read("a.json"));
+  EXPECT_EQ(1, status.status);
+  EXPECT_THAT(status.err, HasSubstr(" is there and refuses to be read; see whether configd"));
+}
