@@ -7,7 +7,6 @@
 #include "configctl/Settings.h"
 #include "configctl/SettingsFile.h"
 #include "configctl/TextLayout.h"
-#include "programs/Text.h"
 
 using json = nlohmann::ordered_json;
 using programs::ParamName;
@@ -38,10 +37,21 @@ class Comparison {
     }
   }
 
+  void PassOver(const std::string& leftOut) {
+    try {
+      const ParamDescriptor& param = FindParam(leftOut);
+      _compared.insert(param.GetParamID());
+      Add("left out", ParamName(param),
+          ParamName(param) + ": a password, which the export left out; it was not compared");
+    } catch (const Failure& failure) {
+      Add("not known", leftOut, failure.what());
+      ++_unknown;
+    }
+  }
+
   // With their factory values.
-  void CompareTheRest(const std::vector<std::string>& leftOut) {
+  void CompareTheRest() {
     const bool isOfThisModel = _connection.IsOfThisModel();
-    for (const std::string& name : leftOut) _compared.insert(FindParam(name).GetParamID());
     for (const ParamDescriptor* const param : SettingsInMenuOrder()) {
       if (_compared.count(param->GetParamID()) != 0) continue;
       try {
@@ -53,11 +63,6 @@ class Comparison {
     }
   }
 
-  void Add(const std::string& word, const std::string& name, const std::string& details) {
-    if (!_session.WantsJson()) _session.Print(Pad(word, kWordWidth) + details);
-    _result.push_back({{"name", name}, {"outcome", word}, {"message", details}});
-  }
-
   std::size_t GetDifferent() const { return _different; }
   std::size_t GetUnknown() const { return _unknown; }
   std::size_t GetAll() const { return _all; }
@@ -66,6 +71,11 @@ class Comparison {
   }
 
  private:
+  void Add(const std::string& word, const std::string& name, const std::string& details) {
+    if (!_session.WantsJson()) _session.Print(Pad(word, kWordWidth) + details);
+    _result.push_back({{"name", name}, {"outcome", word}, {"message", details}});
+  }
+
   void Compare(const ParamDescriptor& param, const Value& there, const char* where) {
     const eParam_t id = param.GetParamID();
     const Value here = _connection.Get(id);
@@ -107,12 +117,8 @@ class DiffCommand : public Command {
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     Comparison comparison(session, connection);
     for (const SettingsFile::Entry& entry : file.entries) comparison.Compare(entry);
-    for (const std::string& name : file.leftOut) {
-      comparison.Add(
-          "left out", name,
-          programs::Escape(name) + ": a password, which the export left out; it was not compared");
-    }
-    if (_all) comparison.CompareTheRest(file.leftOut);
+    for (const std::string& name : file.leftOut) comparison.PassOver(name);
+    if (_all) comparison.CompareTheRest();
     Judge(session, connection, comparison);
   }
 

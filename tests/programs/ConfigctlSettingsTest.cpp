@@ -225,6 +225,13 @@ TEST_F(ConfigctlSettings, KeepPasswordsToThemselvesAndSaySo) {
   EXPECT_EQ(0, Run({"export", "--show-secrets", file}).status);
   EXPECT_EQ("hunter2", Settings("a.json").at("SystemPassword"));
   EXPECT_EQ(0600U, Permissions(file));  // though it was there before
+  const std::string other = _folder.Write(
+      "b.json",
+      R"({"format": "configctl settings", "version": 1, "settings": {}, "left_out": ["Gone"]})");
+  const Outcome compared = Run({"diff", "--all", other});
+  EXPECT_EQ(2, compared.status);
+  EXPECT_THAT(compared.out, AllOf(HasSubstr("not known   there is no parameter \"Gone\""),
+                                  HasSubstr("differs     SystemPassword: ")));
   Set("SystemPassword", "swordfish");
   EXPECT_THAT(Run({"diff", file}).out, Not(HasSubstr("hunter2")));
   EXPECT_EQ("set          SystemPassword: \"********\" -> \"********\"\n1 value: 1 set\n",
