@@ -26,7 +26,10 @@ std::string CheckTimeout(const std::string& text) {
   // Not a number is neither.
   const bool fits =
       CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds <= kLongestTimeout;
-  return fits ? "" : "SECONDS is a number above 0, such as 2.5, and not " + programs::Quote(text);
+  if (fits) return {};
+  return "SECONDS is a number above 0 and up to " +
+         std::to_string(static_cast<long>(kLongestTimeout)) + ", such as 2.5, and not " +
+         programs::QuoteBriefly(text);
 }
 
 std::string Indented(const std::string& lines) {
@@ -130,19 +133,20 @@ Failure CommandLine::Explain(const CLI::ParseError& error) const {
   const std::string help =
       "; see configctl " + _commandName + (_commandName.empty() ? "--help" : " --help");
   if (!rest.empty() && rest.front().compare(0, 1, "-") == 0) {
-    return {Status::kUsage, "there is no option " + programs::Quote(rest.front()) + help};
+    return {Status::kUsage, "there is no option " + programs::QuoteBriefly(rest.front()) + help};
   }
   if (_commandName.empty() && !rest.empty()) {
     std::vector<std::string> names;
     for (const CommandEntry& entry : Commands()) names.emplace_back(entry.name);
     const std::vector<std::string> nearest = Nearest(rest.front(), names);
-    return {Status::kUsage, "there is no command " + programs::Quote(rest.front()) + "; " +
+    return {Status::kUsage, "there is no command " + programs::QuoteBriefly(rest.front()) + "; " +
                                 (nearest.empty() ? "see configctl --help"
                                                  : "did you mean " + JoinOr(nearest) + "?")};
   }
   if (!rest.empty()) {
-    return {Status::kUsage, "there is too much on the line: " + programs::Quote(rest.front()) +
-                                "; put a text of several words in quotes" + help};
+    return {Status::kUsage,
+            "there is too much on the line: " + programs::QuoteBriefly(rest.front()) +
+                "; put a text of several words in quotes" + help};
   }
   return {Status::kUsage, programs::OneLine(error.what()) + help};
 }

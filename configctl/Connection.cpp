@@ -39,9 +39,10 @@ Failure NotConnected(const Place& place) {
   const int error = place.Probe(kProbe);
   switch (error) {
     case 0:
-      return {Status::kNoConnection, "what listens at " + uri +
-                                         " does not answer like configd; check the address and "
-                                         "the port, or look closer with --verbose"};
+      return {Status::kNoConnection,
+              "what listens at " + uri +
+                  " does not answer like configd, or has as many clients as it takes; check the "
+                  "address and the port, end another client, or look closer with --verbose"};
     case ECONNREFUSED:
       return {Status::kNoConnection, "nobody answers at " + uri +
                                          "; start configd there, or name another place with "

@@ -89,7 +89,7 @@ ParamDescriptor& FindParam(const std::string& name) {
   if (param != nullptr) return *param;
 
   const std::vector<std::string> nearest = Nearest(name, AllParamNames());
-  throw Failure(Status::kRefused, "there is no parameter " + programs::Quote(name) + "; " +
+  throw Failure(Status::kRefused, "there is no parameter " + programs::QuoteBriefly(name) + "; " +
                                       (nearest.empty() ? "see configctl list --hidden"
                                                        : "did you mean " + JoinOr(nearest) + "?"));
 }

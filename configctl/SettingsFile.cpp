@@ -12,7 +12,7 @@
 
 using json = nlohmann::ordered_json;
 using programs::ParamName;
-using programs::Quote;
+using programs::QuoteBriefly;
 using programs::Value;
 
 namespace configctl {
@@ -28,6 +28,11 @@ constexpr std::size_t kShownObjection = 200;
 
 Failure Unusable(const std::string& path, const std::string& problem) {
   return {Status::kRefused, FileText(path) + ": " + problem};
+}
+
+std::string Shown(const json& value) {
+  const std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
+  return text.size() > kShownValue ? text.substr(0, kShownValue) + "..." : text;
 }
 
 // "line 3, column 5", counted in bytes from 1.
@@ -90,7 +95,7 @@ void CheckHeader(const std::string& path, const json& document) {
   }
   const json version = document.value("version", json());
   if (version != kVersion) {
-    throw Unusable(path, "version " + version.dump() +
+    throw Unusable(path, "version " + Shown(version) +
                              " of the format is not known here; use the " +
                              "configctl that wrote it, or one that is newer");
   }
@@ -129,10 +134,9 @@ bool FromHex(const std::string& hex, std::string& bytes) {
 
 [[noreturn]] void ThrowWrongType(const ParamDescriptor& param, const char* takes,
                                  const json& value) {
-  std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
-  if (text.size() > kShownValue) text = text.substr(0, kShownValue) + "...";
-  throw Failure(Status::kRefused, ParamName(param) + " takes " + takes + ", and not " +
-                                      (programs::IsSecret(param) ? "what stands there" : text));
+  throw Failure(Status::kRefused,
+                ParamName(param) + " takes " + takes + ", and not " +
+                    (programs::IsSecret(param) ? "what stands there" : Shown(value)));
 }
 
 Value TextFromJson(const ParamDescriptor& param, const json& value) {
@@ -157,7 +161,8 @@ SettingsFile SettingsFile::Read(const std::string& path) {
   const json document = Parse(path, text, repeated);
   CheckHeader(path, document);
   if (!repeated.GetMember().empty()) {
-    throw Unusable(path, Quote(repeated.GetMember()) + " stands there twice; keep one of the two");
+    throw Unusable(path,
+                   QuoteBriefly(repeated.GetMember()) + " stands there twice; keep one of the two");
   }
   SettingsFile file;
   for (const auto& item : document["settings"].items()) {

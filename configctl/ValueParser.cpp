@@ -16,7 +16,7 @@
 
 using programs::OneLine;
 using programs::ParamName;
-using programs::Quote;
+using programs::QuoteBriefly;
 using programs::Value;
 
 namespace configctl {
@@ -55,8 +55,8 @@ unsigned int ParseChoice(const EnumDescriptor& param, const std::string& text) {
   candidates.reserve(matches.size());
   for (const unsigned int value : matches) candidates.push_back(ChoiceText(param, value));
   if (!matches.empty()) {
-    throw Failure(Status::kRefused, Quote(text) + " may stand for " + JoinOr(candidates) + " of " +
-                                        ParamName(param) + "; give the number");
+    throw Failure(Status::kRefused, QuoteBriefly(text) + " may stand for " + JoinOr(candidates) +
+                                        " of " + ParamName(param) + "; give the number");
   }
   for (const std::string& label : Nearest(OneLine(text), labels)) {
     if (std::find(candidates.begin(), candidates.end(), label) == candidates.end()) {
@@ -64,7 +64,7 @@ unsigned int ParseChoice(const EnumDescriptor& param, const std::string& text) {
     }
   }
   throw Failure(Status::kRefused,
-                ParamName(param) + " has no choice " + Quote(text) + "; " +
+                ParamName(param) + " has no choice " + QuoteBriefly(text) + "; " +
                     (candidates.empty() ? "choose one of " + ChoicesText(param)
                                         : "did you mean " + JoinOr(candidates) + "?"));
 }
@@ -74,7 +74,7 @@ unsigned int ParseAddress(const ParamDescriptor& param, const std::string& text)
   if (::inet_pton(AF_INET, text.c_str(), &address) == 1) return ntohl(address.s_addr);
   if (const std::optional<unsigned int> number = ParseNumber(text)) return *number;
   throw Failure(Status::kRefused, ParamName(param) + " takes an address such as 192.168.0.2, and " +
-                                      Quote(text) + " is none");
+                                      QuoteBriefly(text) + " is none");
 }
 
 // Those of UTF-8; every byte that begins one.
@@ -118,7 +118,7 @@ Value ParseValue(const ParamDescriptor& param, const std::string& text) {
   const auto* const integer = dynamic_cast<const IntegerDescriptor*>(&param);
   throw Failure(Status::kRefused, ParamName(param) + " takes a number" +
                                       (integer == nullptr ? "" : ", " + RangeText(*integer)) +
-                                      ", and " + Quote(text) + " is none");
+                                      ", and " + QuoteBriefly(text) + " is none");
 }
 
 CatalogueCheck CheckValue(const ParamDescriptor& param, const Value& value) {

@@ -81,4 +81,9 @@ std::string QuoteUpTo(std::size_t limit, const std::string& text) {
   return Quote(text.substr(0, end)) + "... (" + std::to_string(text.size()) + " bytes)";
 }
 
+std::string QuoteBriefly(const std::string& text) {
+  constexpr std::size_t kLimit = 100;
+  return QuoteUpTo(kLimit, text);
+}
+
 }  // namespace programs

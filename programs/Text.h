@@ -17,5 +17,7 @@ std::string Escape(const std::string& text);
 std::string Quote(const std::string& text);
 // As Quote, with what is beyond `limit` bytes left out and counted behind the quotes.
 std::string QuoteUpTo(std::size_t limit, const std::string& text);
+// As much as a message of one line has room for, where the text may be of any length.
+std::string QuoteBriefly(const std::string& text);
 
 }  // namespace programs

@@ -7,7 +7,6 @@
 #include "configctl/Settings.h"
 #include "configctl/SettingsFile.h"
 #include "configctl/SettingsWriter.h"
-#include "programs/Text.h"
 
 using programs::ParamName;
 
@@ -54,9 +53,7 @@ class ImportCommand : public Command {
       if (change.param != nullptr && mentions[change.param] > 1) change = Twice(change.name);
     }
     for (const std::string& name : file.leftOut) {
-      changes.push_back(NoChange(
-          name, Outcome::kLeftOut,
-          programs::Escape(name) + ": a password, which the export left out; it stays as it is"));
+      changes.push_back(PassOver(name));
     }
     return changes;
   }
@@ -73,6 +70,16 @@ class ImportCommand : public Command {
       return PlanChange(param, SettingFromJson(param, entry.value));
     } catch (const Failure& failure) {
       return NoChange(name, outcome, failure.what());
+    }
+  }
+
+  static Change PassOver(const std::string& leftOut) {
+    try {
+      const std::string name = ParamName(FindParam(leftOut));
+      return NoChange(name, Outcome::kLeftOut,
+                      name + ": a password, which the export left out; it stays as it is");
+    } catch (const Failure& failure) {
+      return NoChange(leftOut, Outcome::kLeftOut, failure.what());
     }
   }
 

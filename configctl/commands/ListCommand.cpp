@@ -14,7 +14,7 @@ class ListCommand : public Command {
   void Declare(CLI::App& app) override {
     _group = app.add_option("--group", _number, "Only those of one menu")
                  ->type_name("N")
-                 ->check(CLI::NonNegativeNumber.description(""));
+                 ->check(CLI::Range(0, 255).description(""));
     app.add_flag("--hidden", _hidden,
                  "Also those that operators do not see; JSON always has them, and marks them");
   }

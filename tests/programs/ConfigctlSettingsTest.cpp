@@ -326,6 +326,13 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
   }
   const std::string deep = _folder.Write("deep.json", std::string(200000, '['));
   EXPECT_THAT(Run({"import", deep}).err, HasSubstr("it is nested too deep"));
+  const std::string text(100000, 'x');
+  const std::string strange = _folder.Write(
+      "strange.json", R"({"format": "configctl settings", "version": ")" + text + "\"}");
+  EXPECT_GT(500U, Run({"import", strange}).err.size());
+  EXPECT_GT(
+      500U,
+      Run({"import", File("\"" + text + "\": 1, \"IPConfig\": \"" + text + "\"")}).out.size());
   EXPECT_THAT(Run({"import", "/dev/zero"}).err, HasSubstr("has more than 262144 bytes"));
   EXPECT_EQ(1, Run({"import", _folder / "none"}).status);
   EXPECT_EQ(2, RunConfigctl("tcp://127.0.0.1:1", {"diff", File("\"Take\": 1")}).status);

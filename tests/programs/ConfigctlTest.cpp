@@ -239,11 +239,14 @@ TEST(ConfigctlAlone, ExplainsAWrongCommandLineOnOneLine) {
        "there is too much on the line: \"Suite\"; put a text of several words in quotes; see "
        "configctl set --help"},
       {{"--timeout", "0", "status"},
-       "--timeout: SECONDS is a number above 0, such as 2.5, and not \"0\"; see configctl status "
-       "--help"},
+       "--timeout: SECONDS is a number above 0 and up to 1000000, such as 2.5, and not \"0\"; see "
+       "configctl status --help"},
+      {{"list", "--group", "x"},
+       "--group: Value x not in range 0 to 255; see configctl list --help"},
       {{"status", "--timeout", "nan"},
-       "--timeout: SECONDS is a number above 0, such as 2.5, and not \"nan\"; see configctl status "
-       "--help"},
+       "--timeout: SECONDS is a number above 0 and up to 1000000, such as 2.5, and not \"nan\"; "
+       "see "
+       "configctl status --help"},
       {{"status", "--uri", "127.0.0.1:43110"},
        "--uri 127.0.0.1:43110: the transport is missing; write it like tcp://127.0.0.1:43110, or "
        "mq:"},
@@ -286,10 +289,11 @@ TEST(ConfigctlAlone, SaysThatAnotherServerIsNoConfigd) {
   ended = true;
   ::close(Wire::Dial(other.GetPort()));
   server.join();
-  EXPECT_EQ(Fails(3, "what listens at " + other.GetURI() +
-                         " does not answer like configd; check the address and the port, or look "
-                         "closer with --verbose"),
-            outcome);
+  EXPECT_EQ(
+      Fails(3, "what listens at " + other.GetURI() +
+                   " does not answer like configd, or has as many clients as it takes; check the "
+                   "address and the port, end another client, or look closer with --verbose"),
+      outcome);
 }
 
 // The catalogue answers these, so that no daemon has to be there.
