@@ -1,9 +1,11 @@
 #include "configctl/Files.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +23,40 @@ namespace {
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kUsual = 0666;
 constexpr mode_t kOwner = 0600;
+
+// What ends the program while a file is being written; 0 for nothing.
+std::atomic<int> heldSignal{0};
+
+// Holds back the signals by which users and the system end a program, whichever thread gets them,
+// so that no half of a file is left. What has come takes effect when this goes.
+class EndHeldBack {
+ public:
+  EndHeldBack() {
+    struct sigaction hold = {};
+    hold.sa_handler = [](int signal) { heldSignal = signal; };
+    hold.sa_flags = SA_RESTART;
+    for (Held& held : _held) {
+      ::sigaction(held.signal, nullptr, &held.before);
+      // One that is ignored, as under nohup, stays so.
+      if (held.before.sa_handler == SIG_DFL) ::sigaction(held.signal, &hold, nullptr);
+    }
+  }
+  ~EndHeldBack() {
+    for (const Held& held : _held) ::sigaction(held.signal, &held.before, nullptr);
+    if (HasCome()) ::raise(heldSignal);
+  }
+  EndHeldBack(const EndHeldBack&) = delete;
+  EndHeldBack& operator=(const EndHeldBack&) = delete;
+
+  bool HasCome() const { return heldSignal != 0; }
+
+ private:
+  struct Held {
+    int signal;
+    struct sigaction before;
+  };
+  Held _held[3] = {{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}};
+};
 
 // With the system's reason, which errno holds.
 Failure Cannot(const char* what, const std::string& path, const char* next) {
@@ -107,8 +143,13 @@ void ReplaceFile(const std::string& path, const std::string& content, Readers re
   }
   if (readers == Readers::kOwnerOnly) mode &= kOwner;
 
+  const EndHeldBack end;
   const std::string beside = WriteBeside(target, content, mode);
   if (beside.empty()) throw CannotWrite(path);
+  if (end.HasCome()) {
+    ::unlink(beside.c_str());
+    return;  // no further than to the end of `end`
+  }
   if (std::rename(beside.c_str(), target.c_str()) != 0) {
     const Failure failure = CannotWrite(path);
     ::unlink(beside.c_str());
