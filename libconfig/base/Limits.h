@@ -18,7 +18,7 @@ constexpr std::size_t kUnknownClasses = 1024;
 // TCP peers that one server serves at a time.
 constexpr std::size_t kTcpPeers = 512;
 
-// Configurations that one datagram server reaches, and peers that share each of them.
+// Configurations that one datagram server reaches at a time, and peers of each that it remembers.
 constexpr std::size_t kUdpConfigurations = 64;
 constexpr std::size_t kUdpUsers = 1024;
 

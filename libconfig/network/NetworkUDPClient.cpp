@@ -47,6 +47,7 @@ struct NetworkUDPClient::Responses {
   bool stop LIBCONFIG_GUARDED_BY(mutex) = false;
   bool hasThread = false;
   pthread_t thread = {};
+  std::atomic<bool> tookLeave{false};  // of the server
 };
 
 NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
@@ -62,6 +63,16 @@ NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eC
 // Either thread may be the one that runs this, inside a listener's call.
 NetworkUDPClient::~NetworkUDPClient() {
   UnregisterForEvents();
+  if (!_responses->tookLeave && GetSocket().get_port() != multicast::kPort) {
+    // The server remembers who has not taken leave. Its answer is nobody's business.
+    const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST,
+                                                     GetConnectionID(),
+                                                     0,
+                                                     static_cast<uint32_t>(GetConfigID()),
+                                                     0,
+                                                     kResultWord};
+    GetSocket().send_some(&request, sizeof request, false);
+  }
   LeaveEventsThread();
   {
     MutexLock lock(_responses->mutex);
@@ -118,6 +129,7 @@ bool NetworkUDPClient::UnregisterForEvents() {
 }
 
 bool NetworkUDPClient::ConfirmDisconnect() {
+  _responses->tookLeave = true;
   return GetSocket().get_port() == multicast::kPort || NetworkClient::ConfirmDisconnect();
 }
 

@@ -3,8 +3,8 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstring>
-#include <vector>
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/StoreAccess.h"
@@ -107,6 +107,7 @@ class NetworkUDPConnection::StoreUse {
   StoreUse(NetworkUDPConnection& connection, uint32_t configID) {
     const auto found = connection._instances.find(configID);
     if (found != connection._instances.end()) {
+      found->second.lastUse = std::chrono::steady_clock::now();
       _borrowed = found->second.store == nullptr;
       _store = _borrowed ? qel::config::ConnectLivingStore(static_cast<eConfigID_t>(configID))
                          : found->second.store;
@@ -190,23 +191,32 @@ void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& 
   ProcessSetStreamRequest(request.param.configID, data + size, request.param.streamLength);
 }
 
-// Those whose peers have all left. Stores that others keep may then no longer be asked for without
-// a Connect, which is the price of having room for those that are wanted.
-void NetworkUDPConnection::ForgetUnusedInstances() {
-  for (auto entry = _instances.begin(); entry != _instances.end();) {
-    entry = entry->second.users.empty() ? _instances.erase(entry) : std::next(entry);
-  }
+NetworkUDPConnection::User NetworkUDPConnection::CurrentUser() const {
+  return {_peer.sin_addr.s_addr, _peer.sin_port, _connectionID};
 }
 
-bool NetworkUDPConnection::AddUser(uint32_t configID, uint32_t connectionID) {
+// Takes an entry away, at best one whose peers have all left. The peers of the default
+// configuration, which is the one that most want, are never cut off for the sake of others.
+void NetworkUDPConnection::MakeRoom() {
+  const auto rank = [](const auto& entry) {
+    const Instance& instance = entry.second;
+    return std::make_tuple(entry.first == static_cast<uint32_t>(eConfigID_Default),
+                           instance.store != nullptr, instance.lastUse);
+  };
+  const auto victim = std::min_element(
+      _instances.begin(), _instances.end(),
+      [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
+  qel::config::DisconnectStore(victim->second.store);
+  _instances.erase(victim);
+}
+
+bool NetworkUDPConnection::AddUser(uint32_t configID) {
   if (_instances.count(configID) == 0 &&
       _instances.size() >= qel::config::limits::kUdpConfigurations) {
-    ForgetUnusedInstances();
-    if (_instances.size() >= qel::config::limits::kUdpConfigurations) return false;
+    MakeRoom();
   }
   Instance& instance = _instances[configID];
-  if (instance.users.count(connectionID) != 0) return true;
-  if (instance.users.size() >= qel::config::limits::kUdpUsers) return false;
+  instance.lastUse = std::chrono::steady_clock::now();
   if (instance.store == nullptr) {
     instance.store = qel::config::ConnectStore(static_cast<eConfigID_t>(configID));
   }
@@ -214,12 +224,19 @@ bool NetworkUDPConnection::AddUser(uint32_t configID, uint32_t connectionID) {
     _instances.erase(configID);
     return false;
   }
-  instance.users.insert(connectionID);
+  std::vector<User>& users = instance.users;
+  const User user = CurrentUser();
+  if (std::find(users.begin(), users.end(), user) != users.end()) return true;
+  if (users.size() >= qel::config::limits::kUdpUsers) {
+    users.erase(users.begin());
+    instance.hasForgotten = true;
+  }
+  users.push_back(user);
   return true;
 }
 
 void NetworkUDPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
-  if (!AddUser(request.configID, request.connectionID)) {
+  if (!AddUser(request.configID)) {
     Report("NetworkUDPConnection::ProcessConnectRequest - unable to connect to the config\n");
     return;
   }
@@ -236,7 +253,10 @@ void NetworkUDPConnection::ProcessDisconnectRequest(
            ("local:configid=" + std::to_string(static_cast<int>(request.configID))).c_str());
   } else {
     Instance& instance = found->second;
-    if (instance.users.erase(request.connectionID) != 0 && instance.users.empty()) {
+    const auto user = std::find(instance.users.begin(), instance.users.end(), CurrentUser());
+    const bool wasThere = user != instance.users.end();
+    if (wasThere) instance.users.erase(user);
+    if (wasThere && instance.users.empty() && !instance.hasForgotten) {
       auto* const store = dynamic_cast<ConfigManager*>(instance.store);
       const bool lastUse = store != nullptr && store->GetUseCount() == 1;
       if (store == nullptr) {

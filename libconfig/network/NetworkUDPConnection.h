@@ -3,16 +3,21 @@
 // it listens to no store.
 //
 // Peers share one connection to a store for each configuration number, which is given back with the
-// Disconnect of the last of them. A peer is known by the identifier in its records. Made and used
-// by the server's thread alone.
+// Disconnect of the last of them. A peer is known by its address and the identifier in its records.
+// Nobody is refused for want of room, as many peers leave without a word: the oldest are forgotten,
+// and the configuration that has been asked for least recently makes room for a new one.
+//
+// Made and used by the server's thread alone.
 #pragma once
 
 #include <netinet/in.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "libconfig/base/Export.h"
 #include "libconfig/network/NetworkConnection.h"
@@ -48,11 +53,16 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   union Request;
   class StoreUse;
 
+  // Address, port and identifier.
+  using User = std::tuple<uint32_t, uint16_t, uint32_t>;
+
   // A store, and the peers that have connected to it. Without peers the connection to the store is
   // given back; the entry then only says that the store may be used as long as others keep it.
   struct Instance {
     Config* store = nullptr;
-    std::set<uint32_t> users;
+    std::vector<User> users;    // the oldest first
+    bool hasForgotten = false;  // peers that may still be there: the store is kept
+    std::chrono::steady_clock::time_point lastUse;
   };
 
   void ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
@@ -61,8 +71,9 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   void ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request);
   void ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request);
   void ProcessSetStreamRequest(unsigned int configID, char* data, unsigned int length);
-  bool AddUser(uint32_t configID, uint32_t connectionID);
-  void ForgetUnusedInstances();
+  bool AddUser(uint32_t configID);
+  void MakeRoom();
+  User CurrentUser() const;
   bool SendTo(const void* record, std::size_t length);
 
   std::unique_ptr<Socket> _multicastSocket;

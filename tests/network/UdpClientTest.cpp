@@ -153,6 +153,15 @@ TEST(UdpClient, FailsAtOnceWhenNobodyIsThere) {
               HasSubstr("NetworkUDPClient::Set - recvfrom failed: Connection refused\n"));
 }
 
+TEST(UdpClient, TakesLeaveOfItsServerHoweverItIsGivenBack) {
+  PlayedServer server;
+  std::thread answers([&] { server.Answer(32, server.Receive()); });
+  auto client = Connect(server.GetURI());
+  answers.join();
+  client.reset();
+  EXPECT_EQ(17U, server.Receive()[0]);
+}
+
 TEST(UdpClient, NeverTakesALateAnswerForTheNext) {
   PlayedServer server;
   std::thread play([&] {

@@ -178,18 +178,32 @@ TEST_F(UdpServer, SurvivesAStoreThatOthersLetGo) {
   EXPECT_FALSE(IsAnswered(config));
 }
 
-TEST_F(UdpServer, HasRoomForACertainNumberOfConfigurationsAndPeers) {
-  testing::internal::CaptureStderr();
-  for (uint32_t i = 0; i < 64; ++i) Connect(Own(10) * 100 + i);
-  _peer.Send(Connection(16, Own(5)));
-  EXPECT_THAT(_peer.Receive(kNoAnswerMs), IsEmpty());
-  Disconnect(Own(10) * 100);
-  for (uint32_t i = 0; i < 1024; ++i) Connect(Own(5), 1000 + i);
-  _peer.Send(Connection(16, Own(5)));
-  EXPECT_THAT(_peer.Receive(kNoAnswerMs), IsEmpty());
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              testing::HasSubstr("NetworkUDPConnection::ProcessConnectRequest - unable to connect "
-                                 "to the config\n"));
+TEST_F(UdpServer, RefusesNobodyForWantOfRoom) {
+  const auto config = [](uint32_t i) { return Own(10) * 100 + i; };
+  Connect(0);
+  for (uint32_t i = 1; i < 64; ++i) Connect(config(i));
+  EXPECT_TRUE(IsAnswered(config(1)));
+  // The second makes room, as it was asked for least recently; the default one never does.
+  Connect(Own(5));
+  EXPECT_FALSE(IsAnswered(config(2)));
+  for (const uint32_t kept : {0U, config(1), config(3)}) EXPECT_TRUE(IsAnswered(kept));
+  // The first of these is forgotten, and served all the same when the others have left.
+  for (uint32_t i = 0; i <= 1024; ++i) Connect(Own(5), kPeer + i);
+  for (uint32_t i = 1; i <= 1024; ++i) Disconnect(Own(5), kPeer + i);
+  EXPECT_TRUE(IsAnswered(Own(5)));
+}
+
+TEST_F(UdpServer, TellsPeersApartThatGiveThemselvesTheSameNumber) {
+  const uint32_t config = Own(8);
+  Datagrams other(_server.GetPort());
+  Connect(config);
+  other.Send(Connection(16, config));
+  EXPECT_EQ(11U, other.Record().size());
+  other.Send(Connection(17, config));
+  EXPECT_EQ(7U, other.Record().size());
+  EXPECT_TRUE(IsAnswered(config));
+  Disconnect(config);
+  EXPECT_FALSE(IsAnswered(config));
 }
 
 TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
