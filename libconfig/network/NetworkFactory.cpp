@@ -42,19 +42,6 @@ eConfigID_t ReadConfigID(const std::string& uri) {
   return eConfigID_Default;
 }
 
-// Addresses may be shared, so that the system may give a datagram socket the very port that it is
-// to send to: it would then talk to itself.
-bool ConnectToOther(std::unique_ptr<Socket>& socket, const std::string& host, int port) {
-  constexpr int kAttempts = 10;
-  for (int i = 0; i < kAttempts; ++i) {
-    if (!socket->connect(host, port)) return false;
-    if (socket->get_type() == SOCK_STREAM || socket->get_bound_port() != port) return true;
-    socket = std::make_unique<Socket>(AF_INET, SOCK_DGRAM);
-    if (!socket->create()) return false;
-  }
-  return false;
-}
-
 }  // namespace
 
 NetworkClient* NetworkFactory::Connect(std::string uri) {
@@ -76,7 +63,7 @@ NetworkClient* NetworkFactory::Connect(std::string uri) {
   }
   if (multicast) {
     socket->bind(port);
-  } else if (!ConnectToOther(socket, url.host, port)) {
+  } else if (!socket->connect(url.host, port)) {
     Report("NetworkFactory::Connect - failed to connect to host %s, port %d\n", url.host.c_str(),
            port);
     return nullptr;

@@ -144,8 +144,16 @@ int Socket::bind(const std::string& host, int port) {
   return bind_inet(port);
 }
 
+// For a datagram socket whose port the system is to choose: two that allow sharing may be given the
+// same one, and then take each other's datagrams.
+void Socket::KeepPortToItself(int fd) {
+  const int off = 0;
+  if (_type == SOCK_DGRAM) ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &off, sizeof off);
+}
+
 int Socket::bind_inet(int port) {
   Use use(*this);
+  if (port == 0) KeepPortToItself(use.fd);
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
   if (::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
@@ -230,8 +238,25 @@ int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
   return error == 0 ? 0 : -1;
 }
 
+namespace {
+
+// The system may choose the very port to connect from that nobody listens at.
+bool IsConnectedToItself(int fd) {
+  sockaddr_in own = {};
+  sockaddr_in peer = {};
+  socklen_t ownSize = sizeof own;
+  socklen_t peerSize = sizeof peer;
+  return ::getsockname(fd, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+         ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 &&
+         own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
+}
+
+}  // namespace
+
 int Socket::connect_inet(std::string host, int port) {
   Use use(*this);
+  const bool isBound = _port != 0;
+  if (!isBound) KeepPortToItself(use.fd);
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
   errno = 0;
@@ -244,6 +269,12 @@ int Socket::connect_inet(std::string host, int port) {
     _inetAddr.sin_addr.s_addr = INADDR_NONE;
   }
   if (ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
+    ReportErrno("Socket::connect_inet - connect() failed");
+    return 0;
+  }
+  if (!isBound && IsConnectedToItself(use.fd)) {
+    close();
+    errno = ECONNREFUSED;
     ReportErrno("Socket::connect_inet - connect() failed");
     return 0;
   }

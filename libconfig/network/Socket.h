@@ -42,7 +42,9 @@ class LIBCONFIG_API Socket {
   int listen();
   // REQUIRES: `peer` was constructed and not created.
   int accept(Socket* peer);
-  // `host` is a dotted address; a local socket connects to the file that `port` numbers.
+  // `host` is a dotted address; a local socket connects to the file that `port` numbers. An
+  // Internet socket that the system would connect to itself, as happens when nobody serves the
+  // port, is refused and closed.
   int connect(std::string host, int port);
   int connect_inet(std::string host, int port);
   int connect_local(std::string host, int port);
@@ -115,6 +117,7 @@ class LIBCONFIG_API Socket {
 
   void Adopt(int fd);
   int Leave();
+  void KeepPortToItself(int fd);
   int AcceptInet(int fd);
   int AcceptLocal(int fd);
   int ConnectTo(int fd, const sockaddr* address, socklen_t length);

@@ -71,6 +71,41 @@ TEST(Socket, ReportsAHostThatIsNoAddressAsAFailedConnect) {
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("Socket::bind_inet: "));
 }
 
+// As the system may connect it by itself when nobody serves the port.
+TEST(Socket, RefusesToBeItsOwnPeer) {
+  for (const int type : {SOCK_STREAM, SOCK_DGRAM}) {
+    Socket socket(AF_INET, type);
+    ASSERT_EQ(1, socket.create());
+    ASSERT_EQ(1, socket.bind("127.0.0.1", 0));
+    CaptureStderr();
+    EXPECT_EQ(0, socket.connect("127.0.0.1", socket.get_bound_port()));
+    EXPECT_EQ("Socket::connect_inet - connect() failed: Connection refused\n", GetCapturedStderr());
+    EXPECT_FALSE(socket.is_open());
+  }
+}
+
+TEST(Socket, SharesOnlyAPortThatWasAskedFor) {
+  const auto isShared = [](Socket& socket) {
+    int on = -1;
+    socklen_t size = sizeof on;
+    ::getsockopt(socket.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, &size);
+    return on == 1;
+  };
+  Socket server(AF_INET, SOCK_DGRAM);
+  ASSERT_EQ(1, server.create());
+  EXPECT_TRUE(isShared(server));
+  ASSERT_EQ(1, server.bind("127.0.0.1", 0));
+  EXPECT_FALSE(isShared(server));
+  Socket client(AF_INET, SOCK_DGRAM);
+  ASSERT_EQ(1, client.create());
+  ASSERT_EQ(1, client.connect("127.0.0.1", server.get_bound_port()));
+  EXPECT_FALSE(isShared(client));
+  Socket listener(AF_INET, SOCK_DGRAM);
+  ASSERT_EQ(1, listener.create());
+  ASSERT_EQ(1, listener.bind(63110));
+  EXPECT_TRUE(isShared(listener));
+}
+
 TEST(Socket, TurnsBlockingWithTrueAndNonBlockingWithFalse) {
   Pair pair;
   ASSERT_GE(pair.socket.set_non_blocking(false), 0);
