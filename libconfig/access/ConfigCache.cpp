@@ -4,6 +4,7 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 
+using qel::config::limits::kCacheBytes;
 using qel::config::limits::kCacheKeys;
 
 namespace {
@@ -14,6 +15,9 @@ bool SaysVolatile(const ParamDescriptor& descriptor) {
   return descriptor.HasClassName("volatile") || descriptor.GetAttribute("volatile", number) ||
          descriptor.GetAttribute("volatile", text);
 }
+
+std::size_t BytesOf(unsigned int) { return 0; }
+std::size_t BytesOf(const std::string& text) { return text.size(); }
 
 }  // namespace
 
@@ -51,6 +55,20 @@ ConfigCache::Known<std::string>& ConfigCache::Table() {
 }
 
 template <typename Value>
+void ConfigCache::Known<Value>::Keep(eParam_t param, const Value& value) {
+  const auto found = values.find(param);
+  const bool isNew = found == values.end();
+  const std::size_t others = isNew ? bytes : bytes - BytesOf(found->second);
+  const bool fits = BytesOf(value) <= kCacheBytes - others;
+  bytes = fits ? others + BytesOf(value) : others;
+  if (fits) {
+    values.insert_or_assign(param, value);
+  } else if (!isNew) {
+    values.erase(found);
+  }
+}
+
+template <typename Value>
 int ConfigCache::GetThrough(eParam_t param, Value& value) {
   if (_config == nullptr) return 0;
   if (IsVolatile(param)) return _config->Get(param, value);
@@ -70,9 +88,9 @@ int ConfigCache::GetThrough(eParam_t param, Value& value) {
   SemaphoreHelper lock(_lock);
   Known<Value>& known = Table<Value>();
   if (known.EventsOf(param) == eventsBefore) {
-    known.values[param] = value;
-  } else {
-    value = known.values[param];
+    known.Keep(param, value);
+  } else if (const auto newer = known.values.find(param); newer != known.values.end()) {
+    value = newer->second;
   }
   return result;
 }
@@ -91,7 +109,7 @@ int ConfigCache::SetThrough(eParam_t param, const Value& value) {
   if (_config->Set(param, value) == 0) return 0;
   SemaphoreHelper lock(_lock);
   Known<Value>& known = Table<Value>();
-  if (known.EventsOf(param) == eventsBefore) known.values[param] = value;
+  if (known.EventsOf(param) == eventsBefore) known.Keep(param, value);
   return 1;
 }
 
@@ -99,8 +117,11 @@ template <typename Value>
 void ConfigCache::Note(eParam_t param, const Value& value) {
   SemaphoreHelper lock(_lock);
   Known<Value>& known = Table<Value>();
-  if (known.values.size() >= kCacheKeys && known.values.count(param) == 0) return;
-  known.values[param] = value;
+  if (known.events.size() >= kCacheKeys && known.events.count(param) == 0 &&
+      known.values.count(param) == 0) {
+    return;
+  }
+  known.Keep(param, value);
   ++known.events[param];
 }
 

@@ -63,7 +63,10 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   struct Known {
     std::map<eParam_t, Value> values;
     std::map<eParam_t, unsigned int> events;
+    std::size_t bytes = 0;  // of texts
 
+    // A value that there is no room for is not known afterwards.
+    void Keep(eParam_t param, const Value& value);
     unsigned int EventsOf(eParam_t param) const {
       const auto found = events.find(param);
       return found == events.end() ? 0 : found->second;

@@ -28,8 +28,9 @@ constexpr std::size_t kOutbox = std::size_t{256} * 1024;
 // How long a peer may take to complete a record that it has begun.
 constexpr int kHalfRecordMs = 10000;
 
-// Keys that change events may put into a client's cache.
+// Keys that change events may put into a client's cache, and bytes of texts that it keeps.
 constexpr std::size_t kCacheKeys = 65536;
+constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
 
 // Stack of a thread that serves one peer.
 constexpr std::size_t kPeerThreadStack = std::size_t{256} * 1024;
@@ -47,7 +48,9 @@ constexpr std::size_t kProcessNames = 1024;
 // A preset's contents as a file.
 constexpr std::size_t kPresetFile = std::size_t{64} * 1024 * 1024;
 
-// Events that a client keeps while one of its listeners waits for an answer.
+// Events that a client keeps while one of its listeners waits for an answer, and bytes of the texts
+// in them.
 constexpr std::size_t kKeptEvents = 65536;
+constexpr std::size_t kKeptBytes = std::size_t{8} * 1024 * 1024;
 
 }  // namespace qel::config::limits

@@ -81,7 +81,10 @@ void RecordRouter::Abandon(uint32_t requestID) {
 }
 
 void RecordRouter::Keep(ReceivedRecord record) {
-  if (_kept.size() >= qel::config::limits::kKeptEvents) {
+  _keptBytes += record.stream.size();
+  if (_kept.size() >= qel::config::limits::kKeptEvents ||
+      _keptBytes > qel::config::limits::kKeptBytes) {
+    _keptBytes -= record.stream.size();
     _socket.close();  // events without end, and no answer
     return;
   }
@@ -172,6 +175,7 @@ bool RecordRouter::NextEvent(ReceivedRecord& record, int& result) {
   if (!_kept.empty()) {
     record = std::move(_kept.front());
     _kept.pop_front();
+    _keptBytes -= record.stream.size();
     return true;
   }
   for (;;) {

@@ -113,6 +113,7 @@ class RecordRouter {
 
   // Of the thread that reads.
   std::deque<ReceivedRecord> _kept;  // events that came during the reader's own exchange
+  std::size_t _keptBytes = 0;        // of their streams
   int _receiveTimeoutMs = 0;
 
   std::atomic<bool> _hasReader{false};

@@ -205,6 +205,20 @@ TEST_F(ConfigCacheTest, IsFilledByEventsOnlyUpToItsLimit) {
   EXPECT_EQ(9U, _cache->Get(kPlain)) << "known by now, and kept current";
 }
 
+TEST_F(ConfigCacheTest, KeepsOnlySoManyBytesOfTexts) {
+  const std::string large(1000000, 'x');
+  _cache->ParamChanged(kText, "short", timeval{});
+  for (unsigned int i = 0; i < 8; ++i) {
+    _cache->ParamChanged(static_cast<eParam_t>(0x80000000 + i), large, timeval{});
+  }
+  EXPECT_EQ("short", Text(kText));
+  _cache->ParamChanged(kText, large, timeval{});
+  _remote->texts[kText] = "of the other end";
+  EXPECT_EQ("of the other end", Text(kText)) << "what did not fit is asked for";
+  EXPECT_EQ("of the other end", Text(kText));
+  EXPECT_EQ(1, _remote->gets);
+}
+
 TEST_F(ConfigCacheTest, ForwardsTheRest) {
   RecordingListener listener;
   EXPECT_EQ(9, _cache->GetConfigID());

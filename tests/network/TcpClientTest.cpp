@@ -370,6 +370,36 @@ TEST(TcpClient, MayBeUsedFromInsideAListenersCall) {
   factory.Disconnect(client);
 }
 
+TEST(TcpClient, EndsAServerThatSendsTextsInsteadOfItsAnswer) {
+  PlayedServer server([](Wire& peer) {
+    peer.Record(7);
+    peer.Send(Event(eParamID_IPConfig, 1));
+    const auto request = peer.Record(10);
+    if (request.size() != 10) return;
+    const Bytes text = StringValueBytes(eParamID_SysName, std::string(1000000, 'x'));
+    for (int i = 0; i < 10; ++i) {
+      peer.Send(Words(std::array<uint32_t, 11>{145, 0, 0xFFFFFFFF, 0, 0, 4096, eParamID_SysName, 0,
+                                               0, uint32_t(text.size()), 3072}) +
+                text);
+    }
+    peer.Send(Answer(96, request, 7));
+    peer.Record();
+  });
+  auto client = server.Connect();
+  std::atomic<int> result{-1};
+  ActingListener listener([&] {
+    unsigned number;
+    result = client->Get(eParamID_IPConfig, number);
+  });
+  CaptureStderr();
+  client->AddConfigEventListener(&listener);
+  EXPECT_TRUE(listener.WaitUntilDone());
+  EXPECT_EQ(0, result);
+  EXPECT_TRUE(Eventually([&] { return !client->IsConnected(); }));
+  client.reset();  // before the listener
+  GetCapturedStderr();
+}
+
 TEST(TcpClient, MayLoseItsListenerFromInsideTheCall) {
   TestServer server;
   NetworkFactory factory;
