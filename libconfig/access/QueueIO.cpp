@@ -75,19 +75,24 @@ ssize_t ReceiveQueued(mqd_t queue, char* buffer, std::size_t size) {
 ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size,
                          QueueClock::time_point deadline, int wake) {
   for (;;) {
-    const int error = Poll(queue, wake, PollTime(deadline));
-    if (error == 0) {
-      const ssize_t length = ReceiveQueued(queue, buffer, size);
-      if (length >= 0 || errno != EAGAIN) return length;
-    } else if (error != EINTR && error != ETIMEDOUT) {
+    // One call is all it takes while the queue blocks.
+    const timespec end = ToWallClock(deadline);
+    const ssize_t length = ::mq_timedreceive(queue, buffer, size, nullptr, &end);
+    if (length >= 0) return length;
+    if (errno != EINTR && errno != EAGAIN && errno != ETIMEDOUT) return -1;
+    if (errno == EAGAIN) {
+      const int error = Poll(queue, wake, PollTime(deadline));
+      if (error == 0 || error == EINTR) continue;
       errno = error;
-      return -1;
+      if (error != ETIMEDOUT) return -1;
     }
-    if (QueueClock::now() >= deadline) {
-      errno = ETIMEDOUT;
-      return -1;
-    }
+    if (errno == ETIMEDOUT && QueueClock::now() >= deadline) return -1;
   }
+}
+
+void WakeReceiver(mqd_t queue) {
+  constexpr timespec kNoTime = {};
+  ::mq_timedsend(queue, "", 0, 0, &kNoTime);
 }
 
 ssize_t WaitForQueue(mqd_t queue, char* buffer, std::size_t size, int wake) {

@@ -18,10 +18,15 @@ bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned 
                  QueueClock::time_point deadline);
 
 // The next message, whether or not the queue blocks: its length, or -1 with the reason in errno,
-// ETIMEDOUT when none came until `deadline`. `wake` is a descriptor that becomes readable when the
-// wait is to end with ECANCELED; -1 for none.
+// ETIMEDOUT when none came until `deadline`. A queue that does not block is waited for together
+// with `wake`, a descriptor that becomes readable when the wait is to end with ECANCELED; -1 for
+// none.
 ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size,
                          QueueClock::time_point deadline, int wake);
+
+// Gives an empty message to whoever waits for one, where there is room: where there is none, nobody
+// waits.
+void WakeReceiver(mqd_t queue);
 
 // The same as soon as somebody says so by `wake` only.
 ssize_t WaitForQueue(mqd_t queue, char* buffer, std::size_t size, int wake);

@@ -103,6 +103,7 @@ QueueInbox::Outcome QueueInbox::ReadOne(Patience patience, QueueClock::time_poin
 }
 
 QueueInbox::Outcome QueueInbox::Sort(std::size_t size, uint32_t& type) {
+  if (size == 0 && _closed) return Outcome::kReady;  // of Close
   QueueMessage message;
   message.size = size;
   std::memcpy(&message.record, _buffer.data(), std::min(size, sizeof message.record));
@@ -269,6 +270,8 @@ void QueueInbox::Close() {
   _closed = true;
   const uint64_t one = 1;
   if (::write(_wake, &one, sizeof one) < 0) errno = 0;  // it is readable already
+  // While the queue blocks its reader looks at nothing else.
+  if (_reading) WakeReceiver(_queue);
   _changed.Broadcast();
 }
 
