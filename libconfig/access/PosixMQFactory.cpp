@@ -74,11 +74,18 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
     return nullptr;
   }
   FindNewDaemon();
-  const unsigned int connectionID =
-      (static_cast<unsigned int>(::getpid()) << 16) + (_connectionCounter & 0xFFFF);
-  ++_connectionCounter;
-  const std::string name = ConnectionUtilities::GetQueueName(connectionID);
-  const mqd_t queue = qel::config::OpenResponseQueue(name);
+  unsigned int connectionID = 0;
+  std::string name;
+  mqd_t queue = -1;
+  errno = EWOULDBLOCK;
+  for (int tries = 0; tries <= 0xFFFF && queue == -1 && errno == EWOULDBLOCK; ++tries) {
+    connectionID = (static_cast<unsigned int>(::getpid()) << 16) + (_connectionCounter & 0xFFFF);
+    ++_connectionCounter;
+    name = ConnectionUtilities::GetQueueName(connectionID);
+    // Another factory's here is not even opened: closing it again would end its notifications.
+    if (PosixMQClients::Instance().HasConnection(connectionID)) continue;
+    queue = qel::config::OpenResponseQueue(name);
+  }
   if (queue == -1) {
     qel::config::ReportNoResponseQueue(name);
     return nullptr;

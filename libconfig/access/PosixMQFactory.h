@@ -1,6 +1,6 @@
 // Connects to the main daemon of this device over POSIX message queues. The daemon owns the request
-// queue "/corewheel"; each connection has a response queue of its own, "/mqd_PID_NUMBER". Daemon
-// and clients run as the same user.
+// queue "/corewheel"; each connection has a response queue of its own, "/mqd_PID_NUMBER", where
+// NUMBER is the next that no living client has. Daemon and clients run as the same user.
 //
 // Queues hold 128 messages of 512 bytes. The system grants that when fs.mqueue.msg_max is 128 or
 // more, and RLIMIT_MSGQUEUE as long as all queues of one user fit into it, at 77 KiB each: ten of

@@ -178,6 +178,14 @@ bool PosixMQClients::Contains(PosixMQClient* client) {
   return _clients.count(client) != 0;
 }
 
+bool PosixMQClients::HasConnection(unsigned int connectionID) {
+  MutexLock lock(_mutex);
+  for (const auto& client : _clients) {
+    if (client.second->connectionID == connectionID) return true;
+  }
+  return false;
+}
+
 bool PosixMQClients::IsAnotherInside(const State* state) {
   const auto threads = _threads.equal_range(state);
   for (auto thread = threads.first; thread != threads.second; ++thread) {

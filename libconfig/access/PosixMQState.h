@@ -64,6 +64,7 @@ class PosixMQClients {
   // Returns when no thread is inside but the calling one.
   void Remove(PosixMQClient* client);
   bool Contains(PosixMQClient* client);
+  bool HasConnection(unsigned int connectionID);
 
   // A thread that works on a client. Without a state when there is no such client any more.
   class Inside {

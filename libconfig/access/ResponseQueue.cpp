@@ -1,6 +1,7 @@
 #include "libconfig/access/ResponseQueue.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -64,7 +65,7 @@ mqd_t OpenOrMake(const std::string& name) {
 }
 
 // A queue of that name may have been there before: another user's is none of ours, and what is left
-// in one of our own is not for us.
+// in one of our own is not for us. ESTALE for one that was removed meanwhile.
 bool TakeOver(mqd_t queue) {
   struct stat status;
   if (::fstat(queue, &status) != 0) return false;
@@ -72,10 +73,20 @@ bool TakeOver(mqd_t queue) {
     errno = EACCES;
     return false;
   }
+  while (::flock(queue, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EINTR) return false;
+  }
+  if (::fstat(queue, &status) != 0) return false;
+  if (status.st_nlink == 0) {
+    errno = ESTALE;
+    return false;
+  }
   const long size = GetQueueMessageSize(queue);
   if (size < 0) return false;
   std::vector<char> buffer(static_cast<std::size_t>(size));
-  while (ReceiveQueued(queue, buffer.data(), buffer.size()) >= 0) {
+  mq_attr left;
+  if (::mq_getattr(queue, &left) != 0) return false;
+  while (left.mq_curmsgs-- > 0 && ReceiveQueued(queue, buffer.data(), buffer.size()) >= 0) {
   }
   return true;
 }
@@ -92,7 +103,7 @@ mqd_t OpenResponseQueue(const std::string& name) {
   const int saved = errno;
   ::mq_close(queue);
   errno = saved;
-  return -1;
+  return saved == ESTALE ? OpenResponseQueue(name) : -1;
 }
 
 void ReportNoResponseQueue(const std::string& name) {

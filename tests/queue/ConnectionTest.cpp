@@ -8,12 +8,14 @@
 
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/RecordingListener.h"
 
 using testing::HasSubstr;
 using testing::StartsWith;
 using testing_support::FakeDaemon;
 using testing_support::QueueTest;
 using testing_support::QueueWords;
+using testing_support::RecordingListener;
 using testing_support::Response;
 using testing_support::Spoil;
 using testing_support::TestQueue;
@@ -139,6 +141,26 @@ TEST_F(QueueConnection, BeginsWithNothingThatWasLeftInItsQueue) {
   Connect();
   EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
   GiveBack();
+}
+
+TEST_F(QueueConnection, GoesPastTheQueuesOfOtherClients) {
+  TestQueue taken(ResponseName(0));
+  ASSERT_EQ(0, ::flock(taken.Get(), LOCK_EX | LOCK_NB)) << "as another process would";
+  Connect();
+  RecordingListener listener;
+  ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
+  PosixMQFactory other(testing_support::TestQueueName());
+  PosixMQClient* const client = other.Connect("");
+  ASSERT_NE(nullptr, client);
+  EXPECT_TRUE(TestQueue::Existing(ResponseName(2)).IsOpen());
+  EXPECT_EQ(1, client->Set(eParamID_IPConfig, 1U));
+  Response event;
+  event.param = eParamID_IPConfig;
+  event.value = 1;
+  const uint32_t first = FakeDaemon::FirstConnection() + 1;
+  ASSERT_TRUE(FakeDaemon::ResponseQueue(first)->Send(event.Event(144, first)));
+  EXPECT_TRUE(listener.WaitFor(eParamID_IPConfig, "1")) << "the other one ended its notifications";
+  other.Disconnect(client);
 }
 
 TEST_F(QueueConnection, RefusesAQueueThatIsNotAsItShouldBe) {
