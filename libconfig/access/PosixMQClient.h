@@ -77,7 +77,8 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   // Starts and ends the notifications of the response queue. It does not block once they have been
   // started.
   int EnableMQEvents(bool enable);
-  // What the system calls, on a thread of its own, with the client as its value.
+  // What a notification calls, on a thread of the system's, with the client as its value. That
+  // thread has every signal blocked; one that calls this itself keeps its mask.
   static void MQNotifyHandler(sigval value);
   // Tells the listeners of all that has come in. 1 when nothing is left.
   int ProcessEvents();

@@ -1,6 +1,5 @@
 // The half of PosixMQClient that hears of changes.
 #include <cxxabi.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -37,12 +36,7 @@ bool PosixMQClient::DrainOnAThread() {
 
 int PosixMQClient::EnableMQEvents(bool enable) { return _state->EnableEvents(enable); }
 
-// The system starts this thread with every signal open, whatever the program has blocked: one that
-// the program waits for elsewhere must not end it here.
 void PosixMQClient::MQNotifyHandler(sigval value) {
-  sigset_t all;
-  ::sigfillset(&all);
-  ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
   auto* const client = static_cast<PosixMQClient*>(value.sival_ptr);
   if (client == nullptr) return;
   const PosixMQClients::Inside inside(client);

@@ -1,5 +1,7 @@
 #include "libconfig/access/PosixMQState.h"
 
+#include <signal.h>
+
 #include <cerrno>
 
 #include "libconfig/access/ConfigEventListener.h"
@@ -36,6 +38,15 @@ void Describe(const XCONFIGMGR_RESPONSE_T& record, ConfigEvent& event) {
   event.time = TimeOf(record);
 }
 
+// The system starts this thread with every signal open, whatever the program has blocked: one that
+// the program waits for elsewhere must not end it here.
+void NotificationEntry(sigval client) {
+  sigset_t all;
+  ::sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+  PosixMQClient::MQNotifyHandler(client);
+}
+
 }  // namespace
 
 int PosixMQClient::State::EnableEvents(bool enable) {
@@ -58,7 +69,7 @@ int PosixMQClient::State::Arm() {
   sigevent event = {};
   event.sigev_notify = SIGEV_THREAD;
   event.sigev_value.sival_ptr = client;
-  event.sigev_notify_function = MQNotifyHandler;
+  event.sigev_notify_function = NotificationEntry;
   // Only one process may ask for notifications, and the queue is ours: they are on already.
   if (::mq_notify(responseQueue, &event) != 0 && errno != EBUSY) {
     ReportErrno("PosixMQClient::EnableMQEvents - mq_notify (enable)");

@@ -268,6 +268,13 @@ TEST_F(QueueEvents, AreHeardWithEverySignalBlocked) {
 #ifndef TEST_NOTIFIES_BY_POLLING
   EXPECT_TRUE(blocked);
 #endif
+  // But not in a thread that does the system's work.
+  sigval self;
+  self.sival_ptr = _client;
+  PosixMQClient::MQNotifyHandler(self);
+  sigset_t mask;
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+  EXPECT_EQ(0, ::sigismember(&mask, SIGUSR1));
 }
 
 // A thread that waits for one event after the other, until that fails.
