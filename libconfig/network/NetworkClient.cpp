@@ -305,12 +305,22 @@ int NetworkClient::AddConfigEventListener(ConfigEventListener* listener) {
     if (!_registered) {
       const bool stream = _socket->get_type() == SOCK_STREAM;
       if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) return 0;
-      if (!StartEventsThread()) return 0;
+      if (!StartEventsThread()) {
+        _router->Abort();  // as nobody reads the answers
+        return 0;
+      }
       _registered = true;
     }
   }
+  // Without the mutex, which a listener that runs now may want.
   _events->listeners.Add(listener, ListenerList::Duplicates::kIgnore);
-  return 1;
+  {
+    // Whoever removes the last listener from here on finds this one.
+    MutexLock lock(_registrationMutex);
+    if (!_ending) return 1;
+  }
+  _events->listeners.Remove(listener);
+  return 0;
 }
 
 int NetworkClient::RemoveConfigEventListener(ConfigEventListener* listener) {
@@ -352,12 +362,16 @@ bool NetworkClient::StartEventsThread() {
 }
 
 void* NetworkClient::thread_start(void* argument) {
+  auto* const client = static_cast<NetworkClient*>(argument);
+  const std::shared_ptr<RecordRouter> router = client->_router;
+  const std::shared_ptr<Events> events = client->_events;
   try {
-    static_cast<NetworkClient*>(argument)->ProcessEvents();
+    client->ProcessEvents();
   } catch (abi::__forced_unwind&) {
     throw;
   } catch (...) {
-    // A listener's exception, or no memory: events end, and requests find out by themselves.
+    // A listener's exception, or no memory. Nobody would read the answers to requests any more.
+    if (!events->clientGone) router->Abort();
   }
   return nullptr;
 }

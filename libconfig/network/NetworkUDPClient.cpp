@@ -120,8 +120,9 @@ void NetworkUDPClient::ResponseQueueHandler() {
 }
 
 bool NetworkUDPClient::RegisterForEvents() {
+  if (GetSocket().add_membership(multicast::kGroup, multicast::kInterface) == 0) return false;
   GetRouter()->ExpectReader();
-  return GetSocket().add_membership(multicast::kGroup, multicast::kInterface) != 0;
+  return true;
 }
 
 bool NetworkUDPClient::UnregisterForEvents() {

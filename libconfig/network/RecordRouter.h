@@ -69,6 +69,9 @@ class RecordRouter {
   // ended, with the result of the system's receive in `result`.
   bool NextEvent(ReceivedRecord& record, int& result);
 
+  // Ends the connection: exchanges fail at once.
+  void Abort() { End(Received::kFailed); }
+
   // For the reader, while it waits for the request lock: serves whoever holds it.
   void ServeExchange();
   // Whether it waits for the lock. Others then leave it to the reader, which could wait for ever

@@ -400,6 +400,45 @@ TEST(TcpClient, EndsAServerThatSendsTextsInsteadOfItsAnswer) {
   GetCapturedStderr();
 }
 
+TEST(TcpClient, EndsWhenAListenerThrows) {
+  TestServer server;
+  ActingListener listener([] { throw 1; });
+  const std::unique_ptr<NetworkClient> client(NetworkFactory().Connect(server.GetURI()));
+  CaptureStderr();
+  ASSERT_EQ(1, client->AddConfigEventListener(&listener));
+  ASSERT_EQ(1, client->Set(eParamID_MediaUpdated, 5U));
+  EXPECT_TRUE(Eventually([&] { return !client->IsConnected(); }));
+  unsigned int number;
+  EXPECT_EQ(0, client->Get(eParamID_MediaUpdated, number));
+  EXPECT_EQ(0, client->AddConfigEventListener(&listener));
+  GetCapturedStderr();
+}
+
+// Whoever says that it listens does so.
+TEST(TcpClient, TakesNoListenerWhileItsLastOneLeaves) {
+  TestServer server;
+  CaptureStderr();
+  for (int i = 0; i < 200; ++i) {
+    RecordingListener first;
+    RecordingListener second;
+    const std::unique_ptr<NetworkClient> client(NetworkFactory().Connect(server.GetURI()));
+    client->AddConfigEventListener(&first);
+    std::atomic<bool> go{false};
+    int added = 0;
+    std::thread other([&] {
+      while (!go) {
+      }
+      added = client->AddConfigEventListener(&second);
+    });
+    go = true;
+    client->RemoveConfigEventListener(&first);
+    other.join();
+    unsigned int number;
+    EXPECT_EQ(added, client->Get(eParamID_IPConfig, number));
+  }
+  GetCapturedStderr();
+}
+
 TEST(TcpClient, MayLoseItsListenerFromInsideTheCall) {
   TestServer server;
   NetworkFactory factory;
