@@ -22,6 +22,9 @@ constexpr std::size_t kTcpPeers = 512;
 constexpr std::size_t kUdpConfigurations = 64;
 constexpr std::size_t kUdpUsers = 1024;
 
+// The largest datagram: more is not received by either side.
+constexpr std::size_t kDatagram = 8192;
+
 // Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
 constexpr std::size_t kOutbox = std::size_t{256} * 1024;
 

@@ -6,9 +6,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "libconfig/base/Limits.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
+
+using qel::config::limits::kDatagram;
 
 namespace {
 
@@ -21,14 +24,14 @@ bool IsOfThisDevice(const sockaddr_in& from) {
 DatagramRouter::DatagramRouter(Socket& socket)
     : RecordRouter(socket),
       _connected(!socket.get_peer_name().empty()),
-      _buffer(new char[kLargestDatagram]) {}
+      _buffer(new char[kDatagram]) {}
 
 RecordRouter::Reading DatagramRouter::ReadRecord(ReceivedRecord& record, Received& failure,
                                                  int& result) {
   record = {};
   failure = Received::kFailed;
   sockaddr_in from = {};
-  const ssize_t count = GetSocket().recvfrom_some(_buffer.get(), kLargestDatagram, from);
+  const ssize_t count = GetSocket().recvfrom_some(_buffer.get(), kDatagram, from);
   const int error = errno;
   result = static_cast<int>(count);
   if (count <= 0 && !GetSocket().is_open()) return Reading::kEnd;

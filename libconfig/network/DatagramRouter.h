@@ -10,9 +10,6 @@ namespace qel::vorlane::config::access {
 
 class DatagramRouter : public RecordRouter {
  public:
-  // The largest datagram that is taken; of a larger one the rest is lost.
-  static constexpr std::size_t kLargestDatagram = 8192;
-
   // A socket that is not connected takes what anybody sends: datagrams of other hosts are dropped.
   explicit DatagramRouter(Socket& socket);
 

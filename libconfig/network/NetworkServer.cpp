@@ -27,7 +27,6 @@ namespace {
 constexpr std::chrono::milliseconds kPauseAfterFailure(50);
 
 constexpr int kDatagramBuffer = 786432;
-constexpr std::size_t kLargestDatagram = 8192;
 
 }  // namespace
 
@@ -130,7 +129,7 @@ void NetworkServer::ServeDatagrams() {
 }
 
 bool NetworkServer::WaitForDatagram() {
-  char datagram[kLargestDatagram];
+  char datagram[qel::config::limits::kDatagram];
   sockaddr_in from = {};
   const ssize_t length = _socket->recvfrom_some(datagram, sizeof datagram, from);
   if (length == 0) {

@@ -305,10 +305,12 @@ void NetworkUDPConnection::ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& r
   auto* const value = dynamic_cast<ConfigValue*>(
       store.Get()->GetSerializable(static_cast<eParam_t>(request.paramID)));
   std::vector<char> bytes;
-  if (value == nullptr) {
+  if (value != nullptr) bytes = qel::config::EncodeValue(*value, eSerializationFormat_Network, 0);
+  // A value that is longer than any client would take is as good as none.
+  if (value == nullptr || sizeof response + bytes.size() > qel::config::limits::kDatagram) {
+    bytes.clear();
     response.error = eNetworkError_NoValue;
   } else {
-    bytes = qel::config::EncodeValue(*value, eSerializationFormat_Network, 0);
     response.streamLength = static_cast<uint32_t>(bytes.size());
     response.streamFormat = eSerializationFormat_Network;
   }

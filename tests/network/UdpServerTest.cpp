@@ -206,6 +206,25 @@ TEST_F(UdpServer, TellsPeersApartThatGiveThemselvesTheSameNumber) {
   EXPECT_FALSE(IsAnswered(config));
 }
 
+TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {
+  const uint32_t config = Own(9);
+  Connect(config);
+  Config* const store =
+      ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(config));
+  const auto ask = [&](std::size_t length) {
+    store->Set(eParamID_SysName, std::string(length, 'x'));
+    _peer.Send(Request(112, config, eParamID_SysName));
+    return _peer.Receive();
+  };
+  constexpr std::size_t kLongest = 8192 - 44 - 16 - 1;
+  EXPECT_EQ(8192U, ask(kLongest).size());
+  const auto answer = Datagrams::ToWords(ask(kLongest + 1));
+  ASSERT_EQ(11U, answer.size());
+  EXPECT_EQ(60U, answer[7]);
+  EXPECT_EQ(0U, answer[9]);
+  ConfigFactoryImpl::GetInstance()->Disconnect(store);
+}
+
 TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
   const uint32_t config = Own(6);
   Datagrams group("239.81.69.76", 63110);
