@@ -13,6 +13,7 @@
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/NetworkUDPConnection.h"
+#include "libconfig/network/PeerSlots.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
@@ -53,7 +54,7 @@ NetworkServer::NetworkServer(int family, int type, int port, std::string address
       _type(type),
       _port(port),
       _address(std::move(address)),
-      _peers(std::make_shared<std::atomic<std::size_t>>(0)),
+      _peers(std::make_shared<PeerSlots>()),
       _ending(std::make_shared<Ending>()) {}
 
 NetworkServer::~NetworkServer() = default;
@@ -154,7 +155,7 @@ void NetworkServer::ServeConnections() {
       if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
       continue;
     }
-    std::shared_ptr<void> slot = TakeSlot();
+    std::shared_ptr<void> slot = _peers->Take(*connection);
     if (slot != nullptr && connection->Start(std::move(slot))) {
       static_cast<void>(connection.release());  // its thread deletes it
     } else {
@@ -162,15 +163,6 @@ void NetworkServer::ServeConnections() {
     }
   }
   Report("NetworkServer::Run - exiting\n");
-}
-
-// Null when the server is full.
-std::shared_ptr<void> NetworkServer::TakeSlot() {
-  if (_peers->fetch_add(1) >= qel::config::limits::kTcpPeers) {
-    _peers->fetch_sub(1);
-    return nullptr;
-  }
-  return std::shared_ptr<void>(_peers.get(), [peers = _peers](void*) { peers->fetch_sub(1); });
 }
 
 NetworkTCPConnection* NetworkServer::WaitForConnection() {

@@ -21,6 +21,7 @@ class Socket;
 namespace qel::vorlane::config::access {
 
 class NetworkTCPConnection;
+class PeerSlots;
 class NetworkUDPConnection;
 
 class LIBCONFIG_API NetworkServer {
@@ -50,7 +51,6 @@ class LIBCONFIG_API NetworkServer {
   void ServeDatagrams();
   NetworkTCPConnection* WaitForConnection();
   bool WaitForDatagram();
-  std::shared_ptr<void> TakeSlot();
 
   std::atomic<bool> _stop{false};
   pthread_t _thread = {};
@@ -59,8 +59,8 @@ class LIBCONFIG_API NetworkServer {
   const int _type;
   const int _port;
   const std::string _address;
-  // Peers being served. Connections hold a part of it, as they may outlive the server.
-  const std::shared_ptr<std::atomic<std::size_t>> _peers;
+  // Connections hold a part of it, as they may outlive the server.
+  const std::shared_ptr<PeerSlots> _peers;
   const std::shared_ptr<Ending> _ending;
   std::unique_ptr<NetworkUDPConnection> _udpConnection;
 };

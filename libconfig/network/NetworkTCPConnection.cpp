@@ -122,7 +122,10 @@ void TraceListener(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
 NetworkTCPConnection::NetworkTCPConnection(Socket* socket)
     : _socket(socket), _outbox(std::make_shared<Outbox>(*socket)) {}
 
-NetworkTCPConnection::~NetworkTCPConnection() { _outbox->Close(); }
+NetworkTCPConnection::~NetworkTCPConnection() {
+  _slot.reset();
+  _outbox->Close();
+}
 
 bool NetworkTCPConnection::Start(std::shared_ptr<void> slot) {
   _slot = std::move(slot);
@@ -233,6 +236,7 @@ bool NetworkTCPConnection::ProcessMessages() {
 
 void NetworkTCPConnection::ProcessConnectRequest(Request& request) {
   const auto number = static_cast<eConfigID_t>(request.connection.configID);
+  _connected = true;
   Config* const store = qel::config::ConnectStore(number);
   if (store == nullptr) {
     Report("NetworkTCPConnection::ProcessConnectRequest - unable to connect to the config\n");

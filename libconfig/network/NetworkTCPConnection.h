@@ -34,8 +34,10 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   explicit NetworkTCPConnection(Socket* socket);
   ~NetworkTCPConnection() override;
 
-  // `slot` is let go when the connection has ended.
+  // `slot` is let go of when the connection has ended.
   bool Start(std::shared_ptr<void> slot = nullptr);
+  // Whether the peer has sent a Connect Request. Any thread.
+  bool HasConnected() const { return _connected; }
   // Ends the message loop. Any thread; the connection may be gone when it returns.
   void Stop();
   void Run();
@@ -87,6 +89,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   unsigned int _connectionID = 0;        // the peer's own
   bool _listening = false;               // this is among the store's listeners
   std::atomic<bool> _registered{false};  // changes are forwarded
+  std::atomic<bool> _connected{false};
 };
 
 }  // namespace qel::vorlane::config::access

@@ -15,6 +15,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/network/DumpContext.h"
@@ -511,7 +512,15 @@ int Socket::set_send_timeout(unsigned milliseconds) {
 int Socket::set_keepalive() {
   Use use(*this);
   const int on = 1;
-  return ::setsockopt(use.fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0;
+  if (::setsockopt(use.fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) != 0) return 0;
+  if (_type != SOCK_STREAM || _family != AF_INET) return 1;
+  // Asked after a minute of silence, and then four times, the peer is given up after two minutes.
+  constexpr std::pair<int, int> kTimes[] = {
+      {TCP_KEEPIDLE, 60}, {TCP_KEEPINTVL, 15}, {TCP_KEEPCNT, 4}};
+  for (const auto& [option, value] : kTimes) {
+    if (::setsockopt(use.fd, IPPROTO_TCP, option, &value, sizeof value) != 0) return 0;
+  }
+  return 1;
 }
 
 namespace {

@@ -89,7 +89,8 @@ class LIBCONFIG_API Socket {
   // How long a call waits to receive or to send before it fails with EAGAIN; 0 is for ever.
   int set_receive_timeout(unsigned milliseconds);
   int set_send_timeout(unsigned milliseconds);
-  // Lets the system find out about a peer that vanished without a word.
+  // Lets the system find out about a peer that vanished without a word; over TCP within two
+  // minutes, unless something is on its way to it.
   int set_keepalive();
   int add_membership(const std::string& group, const std::string& interface);
   int drop_membership(const std::string& group, const std::string& interface);

@@ -155,6 +155,18 @@ TEST(ServerLoad, TurnsAwayThePeerThatIsOneTooMany) {
   }));
 }
 
+TEST(ServerLoad, LetsSilentPeersMakeRoom) {
+  TestServer server;
+  std::vector<std::unique_ptr<WirePeer>> peers;
+  peers.push_back(std::make_unique<WirePeer>(server.GetPort(), 45));
+  while (peers.size() < 512) peers.push_back(std::make_unique<WirePeer>(server.GetPort()));
+  WirePeer next(server.GetPort(), 45);
+  EXPECT_TRUE(peers[1]->IsClosedByPeer());
+  EXPECT_EQ(0U, peers.front()->Get(eParamID_IPConfig));
+  EXPECT_TRUE(peers[2]->Send(ConnectionRequest(16, 45)));
+  EXPECT_EQ(7U, peers[2]->Record(7).size());
+}
+
 TEST(ServerLoad, EndsAPeerThatLeavesARecordHalfSaid) {
   TestServer server;
   WirePeer peer(server.GetPort(), 46);
