@@ -211,13 +211,14 @@ bool NetworkTCPConnection::ReceiveRequest(Request& request, const MessageKind*& 
 
 bool NetworkTCPConnection::ProcessMessages() {
   const Working working(this);
-  FlushBatch batch;
+  FlushBatch batch([this] { return _reader->HasBuffered(); });
   StreamReader reader(*_socket, [&batch] { batch.Flush(); });
   _reader = &reader;
   while (!_stop) {
     Request request = {};
     const MessageKind* kind;
     if (!_outbox->WaitForRoom() || !ReceiveRequest(request, kind)) return false;
+    batch.FlushWhenOld();
     switch (kind->trace) {
       case MessageKind::Trace::kConnection:
         TraceConnection(request.connection);
@@ -235,8 +236,8 @@ bool NetworkTCPConnection::ProcessMessages() {
 }
 
 void NetworkTCPConnection::ProcessConnectRequest(Request& request) {
-  const auto number = static_cast<eConfigID_t>(request.connection.configID);
   _connected = true;
+  const auto number = static_cast<eConfigID_t>(request.connection.configID);
   Config* const store = qel::config::ConnectStore(number);
   if (store == nullptr) {
     Report("NetworkTCPConnection::ProcessConnectRequest - unable to connect to the config\n");
@@ -318,8 +319,11 @@ void NetworkTCPConnection::ProcessGetRequest(Request& request) {
   }
 }
 
+// Setting may take as long as the store's listeners do. The peer's earlier answers do not wait for
+// that when nothing follows; the same with texts.
 void NetworkTCPConnection::ProcessSetRequest(Request& request) {
   if (_config == nullptr) return;
+  if (!_reader->HasBuffered()) _outbox->Flush();
   _config->Set(static_cast<eParam_t>(request.param.paramID), request.param.value);
 }
 
@@ -370,6 +374,7 @@ bool NetworkTCPConnection::ReceiveAndSet(uint32_t streamLength) {
   if (tooLong || _config == nullptr) return false;
   const auto value =
       qel::config::DecodeValue(bytes.data(), streamLength, eSerializationFormat_Network);
+  if (!_reader->HasBuffered()) _outbox->Flush();
   return value != nullptr && DoSetRequest(_config, value.get());
 }
 

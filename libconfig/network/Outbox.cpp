@@ -20,6 +20,9 @@ constexpr std::size_t kKeptRoom = std::size_t{64} * 1024;
 
 constexpr int kForever = -1;
 
+// How long a record may wait for those of the requests behind it.
+constexpr std::chrono::milliseconds kLongestWait(5);
+
 thread_local FlushBatch* t_batch = nullptr;
 
 }  // namespace
@@ -34,7 +37,8 @@ Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
   if (!fits()) FlushLocked();
   if (_socket == nullptr) return Put::kGone;
   if (!fits()) return Put::kFull;
-  FlushBatch* const batch = FlushBatch::Current();
+  FlushBatch* batch = FlushBatch::Current();
+  if (batch != nullptr && !batch->IsGathering()) batch = nullptr;
   std::size_t sent = 0;
   if (batch == nullptr && Waiting() == 0 && length <= kKeptRoom) {
     // Nothing is before it and nothing is to be waited for: it leaves from where it stands. Room
@@ -145,7 +149,10 @@ int Outbox::Descriptor() {
   return _socket == nullptr ? -1 : _socket->descriptor();
 }
 
-FlushBatch::FlushBatch() { t_batch = this; }
+FlushBatch::FlushBatch(std::function<bool()> isMoreAtHand)
+    : _isMoreAtHand(std::move(isMoreAtHand)) {
+  t_batch = this;
+}
 
 FlushBatch::~FlushBatch() {
   Flush();
@@ -153,6 +160,16 @@ FlushBatch::~FlushBatch() {
 }
 
 FlushBatch* FlushBatch::Current() { return t_batch; }
+
+void FlushBatch::Add(std::shared_ptr<Outbox> outbox) {
+  if (_outboxes.empty()) _oldest = std::chrono::steady_clock::now();
+  _outboxes.push_back(std::move(outbox));
+}
+
+void FlushBatch::FlushWhenOld() {
+  if (_outboxes.empty() || std::chrono::steady_clock::now() - _oldest < kLongestWait) return;
+  Flush();
+}
 
 void FlushBatch::Flush() {
   for (const auto& outbox : _outboxes) outbox->Flush();

@@ -8,7 +8,9 @@
 // the socket.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -69,23 +71,29 @@ class Outbox : public std::enable_shared_from_this<Outbox> {
   bool _withFlusher LIBCONFIG_GUARDED_BY(_mutex) = false;  // the flusher waits for the peer
 };
 
-// While one exists, the records that its thread puts into outboxes gather there and leave together
-// when Flush is called: a connection with many requests at hand works them off first. At most one a
-// thread.
+// While one exists and more requests are at hand, the records that its thread puts into outboxes
+// gather there and leave together when Flush is called: a connection with many requests works them
+// off first. What the last request leads to leaves at once, as nobody knows how long its listeners
+// take. At most one a thread.
 class FlushBatch {
  public:
-  FlushBatch();
+  explicit FlushBatch(std::function<bool()> isMoreAtHand);
   ~FlushBatch();
   FlushBatch(const FlushBatch&) = delete;
   FlushBatch& operator=(const FlushBatch&) = delete;
 
   void Flush();
+  // Flushes what has been waiting for long. For between two requests.
+  void FlushWhenOld();
 
   // The calling thread's batch, or null.
   static FlushBatch* Current();
-  void Add(std::shared_ptr<Outbox> outbox) { _outboxes.push_back(std::move(outbox)); }
+  bool IsGathering() const { return _isMoreAtHand(); }
+  void Add(std::shared_ptr<Outbox> outbox);
 
  private:
+  const std::function<bool()> _isMoreAtHand;
+  std::chrono::steady_clock::time_point _oldest;  // when the first of _outboxes came
   std::vector<std::shared_ptr<Outbox>> _outboxes;
 };
 

@@ -12,11 +12,13 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/NetworkServer.h"
+#include "tests/testing/ActingListener.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Wire.h"
 
 using qel::vorlane::config::access::NetworkServer;
+using testing_support::ActingListener;
 using testing_support::Bytes;
 using testing_support::ConnectionRequest;
 using testing_support::Eventually;
@@ -165,6 +167,26 @@ TEST(ServerLoad, LetsSilentPeersMakeRoom) {
   EXPECT_EQ(0U, peers.front()->Get(eParamID_IPConfig));
   EXPECT_TRUE(peers[2]->Send(ConnectionRequest(16, 45)));
   EXPECT_EQ(7U, peers[2]->Record(7).size());
+}
+
+// A listener of this process that takes its time does not hold back what was there before it.
+TEST(ServerLoad, SendsAnEventAheadOfASlowListener) {
+  TestServer server;
+  WirePeer watcher(server.GetPort(), 50);
+  watcher.Send(ListenerRequest(48));
+  watcher.Get(eParamID_IPConfig);
+  Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=50");
+  std::atomic<bool> go{false};
+  ActingListener slow([&] { EXPECT_TRUE(Eventually([&] { return go.load(); })); });
+  store->AddConfigEventListener(&slow);
+  WirePeer setter(server.GetPort(), 50);
+  setter.Send(ParamRequest(80, eParamID_MediaUpdated) + ParamRequest(81, eParamID_MediaUpdated, 7));
+  EXPECT_EQ(7U, watcher.Record().at(8));
+  EXPECT_EQ(96U, setter.Record().at(0));
+  go = true;
+  EXPECT_TRUE(slow.WaitUntilDone());
+  store->RemoveConfigEventListener(&slow);
+  ConfigFactoryImpl::GetInstance()->Disconnect(store);
 }
 
 TEST(ServerLoad, EndsAPeerThatLeavesARecordHalfSaid) {
