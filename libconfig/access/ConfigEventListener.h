@@ -1,6 +1,7 @@
 // Is told about changes. Who calls, and on which thread, depends on the Config that it is
 // registered with: a store calls on the thread that made the change, a network client on its events
-// thread.
+// thread. A change that a network peer made is announced on the thread of this process that serves
+// the peer, whose stack is 1 MiB.
 //
 // The notifier holds its listener list while it calls, so that a listener is never called by two
 // threads at once by one Config, and hears the changes in the order in which they were stored. From

@@ -35,8 +35,8 @@ constexpr int kHalfRecordMs = 10000;
 constexpr std::size_t kCacheKeys = 65536;
 constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
 
-// Stack of a thread that serves one peer.
-constexpr std::size_t kPeerThreadStack = std::size_t{256} * 1024;
+// Stack of a thread that serves one peer. Listeners of this process are called on it, too.
+constexpr std::size_t kPeerThreadStack = std::size_t{1024} * 1024;
 
 // Requests of one client that were given up and whose late answers are still recognised.
 constexpr std::size_t kAbandonedRequests = 1024;
