@@ -127,9 +127,22 @@ void ConfigCache::Note(eParam_t param, const Value& value) {
 
 int ConfigCache::Set(eParam_t param, unsigned int value) { return SetThrough(param, value); }
 
+// Where a read with a result fails, one without may succeed, as with a configuration that has no
+// other. Its 0 may be a failure, and is not kept.
 unsigned int ConfigCache::Get(eParam_t param) {
   unsigned int value = 0;
-  return Get(param, value) != 0 ? value : 0;
+  if (Get(param, value) != 0) return value;
+  if (_config == nullptr) return 0;
+  unsigned int eventsBefore;
+  {
+    SemaphoreHelper lock(_lock);
+    eventsBefore = _integers.EventsOf(param);
+  }
+  value = _config->Get(param);
+  if (value == 0 || IsVolatile(param)) return value;
+  SemaphoreHelper lock(_lock);
+  if (_integers.EventsOf(param) == eventsBefore) _integers.Keep(param, value);
+  return value;
 }
 
 int ConfigCache::Get(eParam_t param, unsigned int& value) { return GetThrough(param, value); }

@@ -10,8 +10,10 @@ CParamMapper::CParamMapper(Config* config) : _config(config), _proxyMap(CProxyMa
 
 eParam_t CParamMapper::MapParamID(eParam_t id) const {
   eParam_t concrete = id;
-  Resolve(id, concrete);
-  return concrete;
+  if (Resolve(id, concrete) || _config == nullptr) return concrete;
+  const qel::config::Resolution* const resolution = qel::config::FindResolution(id);
+  const unsigned int value = _config->Get(resolution->selector);
+  return value == 0 ? id : resolution->lookUp(*_proxyMap, id, value);
 }
 
 bool CParamMapper::Resolve(eParam_t id, eParam_t& concrete) const {

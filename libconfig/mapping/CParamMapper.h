@@ -16,7 +16,7 @@ class LIBCONFIG_API CParamMapper {
 
   // The parameter that `id` stands for; `id` itself when it is no proxy, when no row fits, and when
   // the selector cannot be read: a dead link sends nobody elsewhere. Only for a proxy is anything
-  // read.
+  // read. A Config may have no read with a result: then another value than 0 is one, too.
   eParam_t MapParamID(eParam_t id) const;
 
   // The same, and tells whether the selector could be read where one was needed. On failure

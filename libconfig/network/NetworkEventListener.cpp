@@ -43,7 +43,9 @@ NetworkEventListener::~NetworkEventListener() {
 }
 
 bool NetworkEventListener::Open(Config* config) {
-  return config != nullptr && Begin(config, false);
+  if (config == nullptr || !Begin(config, false)) return false;
+  config->AddConfigEventListener(this);
+  return true;
 }
 
 bool NetworkEventListener::Open(const std::string& uri) {
@@ -54,22 +56,22 @@ bool NetworkEventListener::Open(const std::string& uri) {
   Config* const config = ConfigFactoryImpl::GetInstance()->Connect(uri);
   if (config == nullptr) return false;
   const bool isCache = dynamic_cast<ConfigCache*>(config) != nullptr;
-  if (Begin(config, isCache)) return true;
+  const bool begun = Begin(config, isCache);
+  if (begun && config->AddConfigEventListener(this) != 0) return true;
+  if (begun) {
+    const Lock lock(_mutex);
+    _config = nullptr;
+  }
   Release(config, isCache);
   return false;
 }
 
 bool NetworkEventListener::Begin(Config* config, bool ownsCache) {
-  {
-    const Lock lock(_mutex);
-    if (_config != nullptr || _closing) return false;
-    _config = config;
-    _ownsCache = ownsCache;
-  }
-  if (config->AddConfigEventListener(this) != 0) return true;
   const Lock lock(_mutex);
-  _config = nullptr;
-  return false;
+  if (_config != nullptr || _closing) return false;
+  _config = config;
+  _ownsCache = ownsCache;
+  return true;
 }
 
 void NetworkEventListener::Close() {

@@ -28,8 +28,9 @@ class LIBCONFIG_API NetworkEventListener : public ConfigEventListener {
   NetworkEventListener(const NetworkEventListener&) = delete;
   NetworkEventListener& operator=(const NetworkEventListener&) = delete;
 
-  // False when it is open already, or when the configuration cannot be had or takes no listener.
+  // False when it is open already.
   bool Open(Config* config);
+  // The same, and when the configuration cannot be had or takes no listener.
   bool Open(const std::string& uri);
   // Wakes all who wait, lets them leave, and drops what is queued.
   void Close();

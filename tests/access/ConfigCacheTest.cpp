@@ -165,6 +165,25 @@ TEST_F(ConfigCacheTest, KeepsNothingOfWhatFailed) {
   EXPECT_EQ(5U, _cache->Get(kPlain)) << "the old value stays";
 }
 
+TEST_F(ConfigCacheTest, ReadsWithoutAResultWhereThereIsNoOtherWay) {
+  struct Plain : Remote {
+    using Remote::Get;
+    using Remote::Remote;
+    int Get(eParam_t, unsigned int&) override { return 0; }
+    unsigned int Get(eParam_t id) override {
+      ++gets;
+      return numbers[id];
+    }
+  };
+  auto* const plain = new Plain(_gone);
+  ConfigCache cache(plain);
+  EXPECT_EQ(0U, cache.Get(kPlain));
+  plain->numbers[kPlain] = 5;
+  EXPECT_EQ(5U, cache.Get(kPlain)) << "the 0 may have been a failure";
+  EXPECT_EQ(5U, cache.Get(kPlain));
+  EXPECT_EQ(2, plain->gets);
+}
+
 TEST_F(ConfigCacheTest, TakesOverWhatEventsTell) {
   _remote->numbers[kPlain] = 5;
   _cache->Get(kPlain);

@@ -97,6 +97,10 @@ TEST(ParamMapper, LeavesAProxyAloneWhenItsSelectorCannotBeRead) {
   EXPECT_EQ(eParamID_IPAddress, concrete);
   EXPECT_EQ(eParamID_IPAddress, mapper.MapParamID(eParamID_IPAddress));
   EXPECT_EQ(eParamID_TimecodeIn, RecorderParamMapper().MapParamID(eParamID_TimecodeIn));
+  // There is another way to read, with which only a 0 may be a failure.
+  EXPECT_CALL(config, Get(eParamID_IPConfig)).WillOnce(Return(1)).WillOnce(Return(0));
+  EXPECT_EQ(eParamID_IPAddress_2, mapper.MapParamID(eParamID_IPAddress));
+  EXPECT_EQ(eParamID_IPAddress, mapper.MapParamID(eParamID_IPAddress));
 }
 
 TEST(ParamMapper, KnowsWhichProxiesAChangeTouches) {
