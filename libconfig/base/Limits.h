@@ -25,6 +25,10 @@ constexpr std::size_t kUdpUsers = 1024;
 // The largest datagram: more is not received by either side.
 constexpr std::size_t kDatagram = 8192;
 
+// Values of closed stores that are kept for each parameter before those of one configuration are
+// taken up by a store of another.
+constexpr std::size_t kPooledValues = 64;
+
 // Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
 constexpr std::size_t kOutbox = std::size_t{256} * 1024;
 

@@ -26,11 +26,12 @@ namespace {
 // An earlier store's value of class T for the parameter, as good as new, or a new one. It belongs
 // to configuration 0 and is clean.
 template <typename T, typename Payload>
-ConfigValue* TakeOrCreate(eParam_t id, eParamType_t type, const Payload& payload) {
-  std::unique_ptr<ConfigValue> pooled = ValuePool::Instance().Take(id);
+ConfigValue* TakeOrCreate(eConfigID_t store, eParam_t id, eParamType_t type,
+                          const Payload& payload) {
+  std::unique_ptr<ConfigValue> pooled = ValuePool::Instance().Take(store, id);
   auto* const used = dynamic_cast<T*>(pooled.get());
   if (used == nullptr) {
-    if (pooled != nullptr) ValuePool::Instance().Give(std::move(pooled));
+    if (pooled != nullptr) ValuePool::Instance().Give(store, std::move(pooled));
     return T::Create(id, type, payload);
   }
   used->SetConfigID(eConfigID_Default);
@@ -120,7 +121,7 @@ ConfigManager::~ConfigManager() {
   SemaphoreHelper lock(_valuesLock);
   for (const auto& entry : _values) {
     ValuePool::Instance().Give(
-        std::unique_ptr<ConfigValue>(dynamic_cast<ConfigValue*>(entry.second)));
+        _configID, std::unique_ptr<ConfigValue>(dynamic_cast<ConfigValue*>(entry.second)));
   }
 }
 
@@ -152,9 +153,9 @@ Serializable* ConfigManager::MakeValue(const ParamDescriptor& descriptor) {
   const eParam_t id = descriptor.GetParamID();
   const eParamType_t type = descriptor.GetParamType();
   if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(&descriptor)) {
-    value = TakeOrCreate<IntegerValue>(id, type, number->GetFactoryDefault());
+    value = TakeOrCreate<IntegerValue>(_configID, id, type, number->GetFactoryDefault());
   } else if (const auto* const text = dynamic_cast<const StringDescriptor*>(&descriptor)) {
-    value = TakeOrCreate<StringValue>(id, type, text->GetFactoryDefault());
+    value = TakeOrCreate<StringValue>(_configID, id, type, text->GetFactoryDefault());
   }
   if (value != nullptr) value->SetConfigID(_configID);
   return value;

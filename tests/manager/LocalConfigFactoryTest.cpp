@@ -78,6 +78,8 @@ TEST_F(LocalConfigFactoryTest, SharesAStoreAsLongAsSomebodyIsConnected) {
 
   ConfigManager* const next = Connect("local:configid=4");
   EXPECT_EQ(10U, next->Get(eParamID_IntervalTime)) << "nothing is kept between two stores";
+  value->Set(77);
+  EXPECT_EQ(10U, next->Get(eParamID_IntervalTime)) << "and nobody else holds its values";
   value = dynamic_cast<IntegerValue*>(next->GetSerializable(eParamID_IntervalTime));
   EXPECT_EQ(4, value->GetConfigID());
   EXPECT_TRUE(_factory.Disconnect(next));
@@ -167,7 +169,7 @@ TEST_F(LocalConfigFactoryTest, DoesNotGrowByConnectingOverAndOver) {
     }
   };
   Messages([&] {
-    connectOften(10);
+    connectOften(100);  // more than wait for their configuration
     const auto before = ::mallinfo2();
     connectOften(5000);
     const auto after = ::mallinfo2();
