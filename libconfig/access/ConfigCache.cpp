@@ -1,9 +1,12 @@
 #include "libconfig/access/ConfigCache.h"
 
+#include <chrono>
+
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 
+using qel::config::limits::kAtOnce;
 using qel::config::limits::kCacheBytes;
 using qel::config::limits::kCacheKeys;
 
@@ -131,8 +134,10 @@ int ConfigCache::Set(eParam_t param, unsigned int value) { return SetThrough(par
 // other. Its 0 may be a failure, and is not kept.
 unsigned int ConfigCache::Get(eParam_t param) {
   unsigned int value = 0;
+  const auto start = std::chrono::steady_clock::now();
   if (Get(param, value) != 0) return value;
-  if (_config == nullptr) return 0;
+  // A peer that has kept us waiting is not asked twice.
+  if (_config == nullptr || std::chrono::steady_clock::now() - start > kAtOnce) return 0;
   unsigned int eventsBefore;
   {
     SemaphoreHelper lock(_lock);

@@ -2,6 +2,7 @@
 // the other end of a socket, a queue or a file. Sizes are bytes, times are milliseconds.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 
 namespace qel::config::limits {
@@ -38,6 +39,9 @@ constexpr int kHalfRecordMs = 10000;
 // Keys that change events may put into a client's cache, and bytes of texts that it keeps.
 constexpr std::size_t kCacheKeys = 65536;
 constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
+
+// A read that failed within this time did not wait for a peer.
+constexpr std::chrono::milliseconds kAtOnce{100};
 
 // Stack of a thread that serves one peer. Listeners of this process are called on it, too.
 constexpr std::size_t kPeerThreadStack = std::size_t{1024} * 1024;

@@ -21,9 +21,8 @@ std::shared_ptr<void> PeerSlots::Take(NetworkTCPConnection& connection) {
     }
     _connections.push_back(&connection);
   }
-  return {&connection, [self = shared_from_this()](const NetworkTCPConnection* peer) {
-            self->Leave(peer);
-          }};
+  return {&connection,
+          [self = shared_from_this()](const NetworkTCPConnection* peer) { self->Leave(peer); }};
 }
 
 // Not among them any more when its place was given away.
