@@ -48,8 +48,9 @@ class Connection {
   eParam_t Resolve(eParam_t id);
   // `listener` is called until the connection is gone.
   void Listen(ConfigEventListener& listener);
-  // A daemon sends no more changes to a queue that was full for once, and cannot say so. Asks it to
-  // begin again; true where changes may have been missed, which is for the caller to look at.
+  // Over queues another daemon may have come, that knows nothing of who listened to the one before.
+  // Asks for changes anew; true where some may have been missed, which is for the caller to look
+  // at.
   bool ListenAgain(ConfigEventListener& listener);
   // Changes that were announced and have not come, since the last call.
   unsigned int TakeMissed();
