@@ -164,6 +164,8 @@ void QueueConnections::Keep(Connection& connection, const XCONFIGMGR_RESPONSE_T&
 }
 
 bool QueueConnections::Announce(const XCONFIGMGR_RESPONSE_T& change, const std::string& stream) {
+  // A text that no message holds is not announced: the client would learn nothing from the rest.
+  if (sizeof change + stream.size() > PosixMQFactory::kMessageSize) return false;
   const std::lock_guard<std::mutex> lock(_mutex);
   bool kept = false;
   XCONFIGMGR_RESPONSE_T event = change;
@@ -171,7 +173,6 @@ bool QueueConnections::Announce(const XCONFIGMGR_RESPONSE_T& change, const std::
     if (!connection.listening) continue;
     event.connectionID = id;
     event.priority = connection.priority;
-    // A text that no message holds is not announced: the client would learn nothing from the rest.
     if (connection.kept.empty() && HasRoom(connection) &&
         Send(connection.queue, connection.priority, event, stream) != EAGAIN) {
       continue;

@@ -5,13 +5,12 @@
 #include <new>
 
 #include "libconfig/base/FileIO.h"
+#include "libconfig/base/Limits.h"
 
 using qel::config::FileDescriptor;
+using qel::config::limits::kPresetFile;
 
 namespace {
-
-// A few hundred settings take kilobytes, unless each text is as long as a message may be.
-constexpr off_t kLargestFile = 64L * 1024 * 1024;
 
 int SyncFolder(const std::string& folder) {
   const FileDescriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -36,7 +35,7 @@ int ReadStateFile(const std::string& path, std::vector<char>& bytes) {
   if (file.Get() < 0) return errno;
   struct stat status;
   if (::fstat(file.Get(), &status) != 0) return errno;
-  if (status.st_size > kLargestFile) return EFBIG;
+  if (status.st_size > static_cast<off_t>(kPresetFile)) return EFBIG;
   try {
     bytes.resize(static_cast<std::size_t>(status.st_size));
   } catch (const std::bad_alloc&) {
@@ -48,7 +47,7 @@ int ReadStateFile(const std::string& path, std::vector<char>& bytes) {
 int ReplaceStateFile(const std::string& folder, const std::string& path,
                      const std::vector<char>& bytes) {
   // It could not be read again.
-  if (bytes.size() > static_cast<std::size_t>(kLargestFile)) return EFBIG;
+  if (bytes.size() > kPresetFile) return EFBIG;
   const std::string fresh = path + ".new";
   int error = WriteSynced(fresh, O_TRUNC, bytes);
   if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;

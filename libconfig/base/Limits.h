@@ -56,7 +56,7 @@ constexpr int kQueueExchangeMs = 60000;
 // Names of processes that are remembered.
 constexpr std::size_t kProcessNames = 1024;
 
-// A preset's contents as a file.
+// A preset's contents as a file, and all settings of a configuration.
 constexpr std::size_t kPresetFile = std::size_t{64} * 1024 * 1024;
 
 // Events that a client keeps while one of its listeners waits for an answer, and bytes of the texts
