@@ -38,6 +38,13 @@ int GetCallCount() { return g_count; }
 using testing_support::Fails;
 using testing_support::Failure;
 
+#ifdef LARGE_FILE_CALLS
+#define __real_open __real_open64
+#define __wrap_open __wrap_open64
+#define __real_ftruncate __real_ftruncate64
+#define __wrap_ftruncate __wrap_ftruncate64
+#endif
+
 extern "C" {
 
 int __real_open(const char* path, int flags, ...);
