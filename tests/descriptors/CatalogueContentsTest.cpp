@@ -370,6 +370,11 @@ TEST(CatalogueContents, KeepsWhoTheUnitIsThroughPresetsAndFactoryResets) {
     unsigned flag = 0;
     EXPECT_TRUE(Named(idName).GetAttribute("password", flag)) << idName;
   }
+  for (const char* const idName : {"Authentication", "SuppressPSAlarm", "PresetName_20"}) {
+    unsigned group = 0;
+    EXPECT_TRUE(Named(idName).GetAttribute("ParamGroup", group)) << idName;
+    EXPECT_EQ(group, 2U) << idName;
+  }
 }
 
 TEST(GenericCatalogueContents, HoldsTheFamilysFiveParameters) {
