@@ -299,28 +299,22 @@ int NetworkClient::IsDirty(eParam_t, eConfigID_t) { return 0; }
 bool NetworkClient::IsConnected() { return _socket->is_open() && !_socket->is_peer_gone(); }
 
 int NetworkClient::AddConfigEventListener(ConfigEventListener* listener) {
-  {
-    MutexLock lock(_registrationMutex);
-    if (_ending || !_socket->is_open()) return 0;
-    if (!_registered) {
-      const bool stream = _socket->get_type() == SOCK_STREAM;
-      if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) return 0;
-      if (!StartEventsThread()) {
-        _router->Abort();  // as nobody reads the answers
-        return 0;
-      }
-      _registered = true;
+  // With the listeners held, so that a change that comes at once is told to this one too. They come
+  // ahead of the mutex, which a listener that runs now may want.
+  const ListenerList::Delivery hold(_events->listeners);
+  MutexLock lock(_registrationMutex);
+  if (_ending || !_socket->is_open()) return 0;
+  if (!_registered) {
+    const bool stream = _socket->get_type() == SOCK_STREAM;
+    if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) return 0;
+    if (!StartEventsThread()) {
+      _router->Abort();  // as nobody reads the answers
+      return 0;
     }
+    _registered = true;
   }
-  // Without the mutex, which a listener that runs now may want.
   _events->listeners.Add(listener, ListenerList::Duplicates::kIgnore);
-  {
-    // Whoever removes the last listener from here on finds this one.
-    MutexLock lock(_registrationMutex);
-    if (!_ending) return 1;
-  }
-  _events->listeners.Remove(listener);
-  return 0;
+  return 1;
 }
 
 int NetworkClient::RemoveConfigEventListener(ConfigEventListener* listener) {
