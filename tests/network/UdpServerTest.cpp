@@ -96,9 +96,7 @@ TEST_F(UdpServer, AnswersEachRequestWithItsRecordAndAnnouncesTheChanges) {
   }
   EXPECT_FALSE(IsAnswered(config));
   for (const auto& message : golden.GetExchange("multicast")) {
-    Bytes event = group.Receive();
-    while (!event.empty() && Datagrams::ToWords(event).at(3) != config) event = group.Receive();
-    EXPECT_EQ(message.ToHex(), Hex(event));
+    EXPECT_EQ(message.ToHex(), Hex(group.ReceiveEvent(config)));
   }
 }
 
@@ -228,13 +226,6 @@ TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {
 TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
   const uint32_t config = Own(6);
   Datagrams group("239.81.69.76", 63110);
-  const auto next = [&] {
-    for (;;) {
-      Bytes event = group.Receive();
-      const auto words = Datagrams::ToWords(event);
-      if (words.empty() || (words.size() == 11 && words[3] == config)) return event;
-    }
-  };
   Connect(config);
   TestServer streams;
   WirePeer other(streams.GetPort(), config);
@@ -243,7 +234,8 @@ TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
   uint32_t number = 0;
   for (const uint32_t value : {2U, 3U, 3U}) {
     _peer.Send(Request(81, config, eParamID_MediaUpdated, value));
-    const auto event = Datagrams::ToWords(next());
+    const auto event = Datagrams::ToWords(group.ReceiveEvent(config));
+    ASSERT_EQ(11U, event.size());
     if (value == 2U) number = event.at(2);
     EXPECT_THAT(event, ElementsAre(144U, 0U, number++, config, 0U, 4096U,
                                    uint32_t(eParamID_MediaUpdated), 0U, value, 0U, 3072U));
@@ -253,7 +245,8 @@ TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
   const auto size = static_cast<uint32_t>(text.size());
   _peer.Send(Request(113, config, eParamID_MediaUpdated, 0, size) + text +
              Bytes{'m', 'o', 'r', 'e'});
-  const Bytes event = next();
+  const Bytes event = group.ReceiveEvent(config);
+  ASSERT_LE(44U, event.size());
   EXPECT_THAT(Datagrams::ToWords(event),
               ElementsAre(145U, 0U, 0U, config, 0U, 4096U, uint32_t(eParamID_SysName), 0U, 0U, size,
                           3072U));

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -198,6 +199,17 @@ class Datagrams {
     const ssize_t count = ::recv(_fd, bytes.data(), bytes.size(), 0);
     bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
     return bytes;
+  }
+
+  // The next change of `config`. The group hears whatever other tests announce meanwhile, too.
+  Bytes ReceiveEvent(uint32_t config) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < end) {
+      Bytes event = Receive(1000);
+      const auto words = ToWords(event);
+      if (words.size() == 11 && words[3] == config) return event;
+    }
+    return {};
   }
 
   // The words that a datagram begins with.
