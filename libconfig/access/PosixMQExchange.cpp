@@ -31,7 +31,9 @@ PosixMQClient::Exchange::FactoryHold::FactoryHold(sem_t* semaphore, QueueClock::
                                                   const std::atomic<bool>& abandoned)
     : _semaphore(semaphore), _abandoned(abandoned) {
   if (_semaphore == nullptr) return;
-  while (!_abandoned) {
+  // Mostly it is free, and nobody needs to look at the time.
+  _held = !_abandoned && ::sem_trywait(_semaphore) == 0;
+  while (!_held && !_abandoned) {
     const auto now = QueueClock::now();
     const timespec end = ToMonotonic(std::min(deadline, now + kLook));
     if (::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end) == 0) {

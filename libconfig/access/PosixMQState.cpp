@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "libconfig/access/ConfigEventListener.h"
@@ -197,21 +198,16 @@ bool PosixMQClients::HasConnection(unsigned int connectionID) {
   return false;
 }
 
-bool PosixMQClients::IsAnotherInside(const State* state) {
-  const auto threads = _threads.equal_range(state);
-  for (auto thread = threads.first; thread != threads.second; ++thread) {
-    if (thread->second != std::this_thread::get_id()) return true;
-  }
-  return false;
-}
-
 void PosixMQClients::Remove(PosixMQClient* client) {
   MutexLock lock(_mutex);
   const auto found = _clients.find(client);
   if (found == _clients.end()) return;
   const StatePointer state = std::move(found->second);
   _clients.erase(found);
-  while (IsAnotherInside(state.get())) _left.Wait(_mutex);
+  const auto isAnother = [self = std::this_thread::get_id()](std::thread::id id) {
+    return id != self;
+  };
+  while (std::any_of(state->inside.begin(), state->inside.end(), isAnother)) _left.Wait(_mutex);
 }
 
 PosixMQClients::Inside::Inside(PosixMQClient* client) {
@@ -219,19 +215,15 @@ PosixMQClients::Inside::Inside(PosixMQClient* client) {
   MutexLock lock(clients._mutex);
   const auto found = clients._clients.find(client);
   if (found == clients._clients.end()) return;
+  found->second->inside.push_back(std::this_thread::get_id());
   _state = found->second;
-  clients._threads.emplace(_state.get(), std::this_thread::get_id());
 }
 
 PosixMQClients::Inside::~Inside() {
   if (_state == nullptr) return;
   PosixMQClients& clients = Instance();
   MutexLock lock(clients._mutex);
-  const auto threads = clients._threads.equal_range(_state.get());
-  for (auto thread = threads.first; thread != threads.second; ++thread) {
-    if (thread->second != std::this_thread::get_id()) continue;
-    clients._threads.erase(thread);
-    break;
-  }
+  auto& inside = _state->inside;
+  inside.erase(std::find(inside.begin(), inside.end(), std::this_thread::get_id()));
   clients._left.Broadcast();
 }

@@ -48,6 +48,9 @@ struct PosixMQClient::State {
 
   // The daemon sends events to whoever waits for them. Changed with the listeners held.
   std::atomic<bool> eventsRegistered{false};
+
+  // Those inside, once for each call. Guarded by the mutex of PosixMQClients.
+  std::vector<std::thread::id> inside;
 };
 
 // All living queue clients with the threads inside each. A notification may come when its client is
@@ -81,10 +84,7 @@ class PosixMQClients {
   };
 
  private:
-  bool IsAnotherInside(const State* state) LIBCONFIG_REQUIRES(_mutex);
-
   qel::config::Mutex _mutex;
   qel::config::Condition _left;
   std::map<PosixMQClient*, StatePointer> _clients LIBCONFIG_GUARDED_BY(_mutex);
-  std::multimap<const State*, std::thread::id> _threads LIBCONFIG_GUARDED_BY(_mutex);
 };
