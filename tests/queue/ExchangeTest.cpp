@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "libconfig/access/QueueIO.h"
+#include "libconfig/access/queue/QueueIO.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Eventually.h"

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "libconfig/access/PosixMQClient.h"
-#include "libconfig/access/PosixMQFactory.h"
+#include "libconfig/access/queue/PosixMQClient.h"
+#include "libconfig/access/queue/PosixMQFactory.h"
 #include "tests/testing/Emulator.h"
 #include "tests/testing/Queues.h"
 

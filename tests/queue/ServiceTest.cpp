@@ -6,8 +6,8 @@
 #include <chrono>
 
 #include "libconfig/access/ConfigFactoryImpl.h"
-#include "libconfig/access/PosixMQClient.h"
-#include "libconfig/access/PosixMQFactory.h"
+#include "libconfig/access/queue/PosixMQClient.h"
+#include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"

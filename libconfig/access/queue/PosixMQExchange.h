@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "libconfig/access/ConnectionUtilities.h"
-#include "libconfig/access/PosixMQState.h"
+#include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/values/SemaphoreHelper.h"
 
 // One request and its answer, alone in the client while it exists, and in the factory, too, with

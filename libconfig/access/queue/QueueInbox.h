@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "libconfig/access/MessageRecords.h"
-#include "libconfig/access/QueueIO.h"
+#include "libconfig/access/queue/QueueIO.h"
 #include "libconfig/base/Mutex.h"
 
 namespace qel::config {

@@ -1,6 +1,6 @@
 // The part of PosixMQClient that asks the daemon for events, and to stop sending them.
-#include "libconfig/access/PosixMQExchange.h"
-#include "libconfig/access/PosixMQState.h"
+#include "libconfig/access/queue/PosixMQExchange.h"
+#include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 
 using qel::config::ListenerList;

@@ -1,10 +1,10 @@
-#include "libconfig/access/PosixMQClient.h"
+#include "libconfig/access/queue/PosixMQClient.h"
 
 #include <cerrno>
 #include <cstdlib>
 
-#include "libconfig/access/PosixMQExchange.h"
-#include "libconfig/access/PosixMQState.h"
+#include "libconfig/access/queue/PosixMQExchange.h"
+#include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"

@@ -1,4 +1,4 @@
-#include "libconfig/access/QueueInbox.h"
+#include "libconfig/access/queue/QueueInbox.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "libconfig/access/ConnectionUtilities.h"
-#include "libconfig/access/PosixMQState.h"
+#include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Thread.h"
 

@@ -1,4 +1,4 @@
-#include "libconfig/access/PosixMQExchange.h"
+#include "libconfig/access/queue/PosixMQExchange.h"
 
 #include <time.h>
 

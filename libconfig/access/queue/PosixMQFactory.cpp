@@ -1,4 +1,4 @@
-#include "libconfig/access/PosixMQFactory.h"
+#include "libconfig/access/queue/PosixMQFactory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,9 +9,9 @@
 #include <memory>
 #include <new>
 
-#include "libconfig/access/PosixMQExchange.h"
-#include "libconfig/access/QueueIO.h"
-#include "libconfig/access/ResponseQueue.h"
+#include "libconfig/access/queue/PosixMQExchange.h"
+#include "libconfig/access/queue/QueueIO.h"
+#include "libconfig/access/queue/ResponseQueue.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 

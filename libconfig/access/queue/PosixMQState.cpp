@@ -1,4 +1,4 @@
-#include "libconfig/access/PosixMQState.h"
+#include "libconfig/access/queue/PosixMQState.h"
 
 #include <signal.h>
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "libconfig/access/ListenerList.h"
-#include "libconfig/access/PosixMQClient.h"
-#include "libconfig/access/QueueInbox.h"
+#include "libconfig/access/queue/PosixMQClient.h"
+#include "libconfig/access/queue/QueueInbox.h"
 
 struct PosixMQClient::State {
   State(unsigned int connection, mqd_t queue, std::size_t messageSize)

@@ -1,4 +1,4 @@
-#include "libconfig/access/ResponseQueue.h"
+#include "libconfig/access/queue/ResponseQueue.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <vector>
 
-#include "libconfig/access/PosixMQFactory.h"
-#include "libconfig/access/QueueIO.h"
+#include "libconfig/access/queue/PosixMQFactory.h"
+#include "libconfig/access/queue/QueueIO.h"
 #include "libconfig/base/Diagnostics.h"
 
 namespace qel::config {

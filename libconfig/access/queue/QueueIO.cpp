@@ -1,4 +1,4 @@
-#include "libconfig/access/QueueIO.h"
+#include "libconfig/access/queue/QueueIO.h"
 
 #include <poll.h>
 #include <time.h>
