@@ -18,8 +18,8 @@ bool TryGet(Config& config, eParam_t param, unsigned int& value) {
   unsigned int read = 0;
   const int result = config.Get(param, read);
   if (result == 0 && t_outcome == Outcome::kUnknown) read = config.Get(param);
-  const bool done = result != 0 || t_outcome == Outcome::kDone ||
-                    (t_outcome == Outcome::kUnknown && read != 0);
+  const bool done =
+      result != 0 || t_outcome == Outcome::kDone || (t_outcome == Outcome::kUnknown && read != 0);
   if (done) value = read;
   return done;
 }
