@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "configd/LineWriter.h"
+#include "libconfig/access/MessageTable.h"
 
 namespace {
 
@@ -14,25 +15,6 @@ constexpr std::chrono::milliseconds kFirstPause{5};
 constexpr std::chrono::milliseconds kLongestPause{500};
 constexpr std::chrono::milliseconds kWakePause{50};
 constexpr std::size_t kConfigurations = 64;
-
-// The bytes that a request has at least; 0 for what is none.
-std::size_t SizeOf(uint32_t type) {
-  switch (type) {
-    case XCFG_CONNECT_REQUEST:
-    case XCFG_DISCONNECT_REQUEST:
-      return sizeof(XCONFIGMGR_CONNECTION_REQUEST_T);
-    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
-      return sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T);
-    case XCFG_GET_PARAM_REQUEST:
-    case XCFG_SET_PARAM_REQUEST:
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-    case XCFG_SET_STREAM_PARAM_REQUEST:
-      return sizeof(XCONFIGMGR_REQUEST_T);
-    default:
-      return 0;
-  }
-}
 
 XCONFIGMGR_RESPONSE_T ResponseTo(const XCONFIGMGR_REQUEST_T& request) {
   XCONFIGMGR_RESPONSE_T response = {};
@@ -111,8 +93,10 @@ void QueueService::LookAfterClients() {
 void QueueService::Handle(const std::string& message) {
   XCONFIGMGR_REQUEST_T request = {};
   std::memcpy(&request, message.data(), std::min(message.size(), sizeof request));
-  const std::size_t size = SizeOf(request.msgtype);
-  if (size == 0 || message.size() < size) return;
+  const auto* const record = qel::config::IsRequest(request.msgtype)
+                                 ? qel::config::FindQueueRecord(request.msgtype)
+                                 : nullptr;
+  if (record == nullptr || message.size() < record->size) return;
   XCONFIGMGR_RESPONSE_T response = ResponseTo(request);
   response.paramID = 0;
   bool known = true;

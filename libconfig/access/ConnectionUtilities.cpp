@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <map>
 
+#include "libconfig/access/MessageTable.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
@@ -40,49 +41,8 @@ std::string AskForName(unsigned int pid) {
 }  // namespace
 
 std::string ConnectionUtilities::GetMessageName(MQMessage_t type) {
-  switch (type) {
-    case XCFG_CONNECT_REQUEST:
-      return "Connect Request";
-    case XCFG_DISCONNECT_REQUEST:
-      return "Disconnect Request";
-    case XCFG_CONNECT_RESPONSE:
-      return "Connect Response";
-    case XCFG_DISCONNECT_RESPONSE:
-      return "Disconnect Response";
-    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
-      return "Add Listener Request";
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
-      return "Remove Listener Request";
-    case XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE:
-      return "Add Listener Response";
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE:
-      return "Remove Listener Response";
-    case XCFG_GET_PARAM_REQUEST:
-      return "Get Request";
-    case XCFG_SET_PARAM_REQUEST:
-      return "Set Request";
-    case XCFG_GET_PARAM_RESPONSE:
-      return "Get Response";
-    case XCFG_SET_PARAM_RESPONSE:
-      return "Set Response";
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-      return "Get String Request";
-    case XCFG_SET_STREAM_PARAM_REQUEST:
-      return "Set String Request";
-    case XCFG_POPULATE_PARAM_REQUEST:
-      return "Populate Param Request";
-    case XCFG_GET_STREAM_PARAM_RESPONSE:
-      return "Get String Response";
-    case XCFG_SET_STREAM_PARAM_RESPONSE:
-      return "Set String Response";
-    case XCFG_POPULATE_PARAM_RESPONSE:
-      return "Populate Param Response";
-    case XCFG_PARAM_CHANGED_EVENT:
-      return "Param Changed Event";
-    case XCFG_PARAM_STREAM_CHANGED_EVENT:
-      return "Param String Changed Event";
-  }
-  return "N/A";
+  const auto* const row = qel::config::FindMessageType(type);
+  return row == nullptr ? "N/A" : row->name;
 }
 
 std::string ConnectionUtilities::GetQueueName(uint32_t connectionID) {

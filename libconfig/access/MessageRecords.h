@@ -78,43 +78,8 @@ struct XCONFIGMGR_RESPONSE_T {
   uint32_t streamFormat;
 };
 
+// With words alone there is no padding: the size and the order above are the layout.
 static_assert(sizeof(XCONFIGMGR_CONNECTION_REQUEST_T) == 20);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, priority) == 16);
-
 static_assert(sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T) == 24);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, paramID) == 20);
-
 static_assert(sizeof(XCONFIGMGR_REQUEST_T) == 36);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, paramID) == 20);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, value) == 24);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamLength) == 28);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamFormat) == 32);
-
 static_assert(sizeof(XCONFIGMGR_RESPONSE_T) == 52);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, result) == 20);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, paramID) == 24);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, timeSeconds) == 28);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, timeMicroseconds) == 32);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, error) == 36);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, value) == 40);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamLength) == 44);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamFormat) == 48);

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/access/MessageTable.h"
 #include "libconfig/support/Logger.h"
 
 namespace qel::vorlane::config::access {
@@ -52,21 +53,8 @@ std::string ConnectionUtilities::GetMessageName(unsigned int type) {
 }
 
 const char* ConnectionUtilities::GetDirection(unsigned int type) {
-  if (type == XCFG_PARAM_CHANGED_EVENT || type == XCFG_PARAM_STREAM_CHANGED_EVENT) return "<=";
-  switch (type) {
-    case XCFG_CONNECT_REQUEST:
-    case XCFG_DISCONNECT_REQUEST:
-    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
-    case XCFG_GET_PARAM_REQUEST:
-    case XCFG_SET_PARAM_REQUEST:
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-    case XCFG_SET_STREAM_PARAM_REQUEST:
-    case XCFG_POPULATE_PARAM_REQUEST:
-      return "->";
-    default:
-      return "<-";
-  }
+  const auto* const row = qel::config::FindMessageType(type);
+  return row == nullptr ? "<-" : row->direction;
 }
 
 std::string ConnectionUtilities::name_from_pid(unsigned int pid) {

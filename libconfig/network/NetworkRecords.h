@@ -82,55 +82,11 @@ struct XCONFIGMGR_RESPONSE_T {
   uint32_t streamFormat;
 };
 
+// With words alone there is no padding: the size and the order above are the layout.
 static_assert(sizeof(XCONFIGMGR_CONNECTION_REQUEST_T) == 24);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_REQUEST_T, result) == 20);
-
 static_assert(sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T) == 28);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, result) == 20);
-static_assert(offsetof(XCONFIGMGR_CONNECTION_RESPONSE_T, error) == 24);
-
 static_assert(sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T) == 28);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, result) == 20);
-static_assert(offsetof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T, paramID) == 24);
-
 static_assert(sizeof(XCONFIGMGR_REQUEST_T) == 40);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, result) == 20);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, paramID) == 24);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, value) == 28);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamLength) == 32);
-static_assert(offsetof(XCONFIGMGR_REQUEST_T, streamFormat) == 36);
-
 static_assert(sizeof(XCONFIGMGR_RESPONSE_T) == 44);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, msgtype) == 0);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, connectionID) == 4);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, requestID) == 8);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, configID) == 12);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, priority) == 16);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, result) == 20);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, paramID) == 24);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, error) == 28);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, value) == 32);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamLength) == 36);
-static_assert(offsetof(XCONFIGMGR_RESPONSE_T, streamFormat) == 40);
 
 }  // namespace qel::vorlane::config::access

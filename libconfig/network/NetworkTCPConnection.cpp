@@ -13,6 +13,7 @@
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Outbox.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/network/StreamReader.h"
@@ -32,45 +33,6 @@ union NetworkTCPConnection::Request {
   XCONFIGMGR_EVENT_HANDLER_REQUEST_T handler;
   XCONFIGMGR_REQUEST_T param;
 };
-
-struct NetworkTCPConnection::MessageKind {
-  enum class Trace { kConnection, kListener, kParam };
-
-  uint32_t type;
-  const char* name;
-  std::size_t size;  // of the whole record
-  Trace trace;
-  void (NetworkTCPConnection::*handle)(Request&);
-};
-
-const NetworkTCPConnection::MessageKind* NetworkTCPConnection::FindKind(uint32_t type) {
-  using Self = NetworkTCPConnection;
-  using Trace = MessageKind::Trace;
-  constexpr std::size_t kConnection = sizeof(XCONFIGMGR_CONNECTION_REQUEST_T);
-  constexpr std::size_t kHandler = sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T);
-  constexpr std::size_t kParam = sizeof(XCONFIGMGR_REQUEST_T);
-  static constexpr MessageKind kKinds[] = {
-      {XCFG_CONNECT_REQUEST, "XCFG_CONNECT_REQUEST", kConnection, Trace::kConnection,
-       &Self::ProcessConnectRequest},
-      {XCFG_DISCONNECT_REQUEST, "XCFG_DISCONNECT_REQUEST", kConnection, Trace::kConnection,
-       &Self::ProcessDisconnectRequest},
-      {XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, "XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST", kHandler,
-       Trace::kListener, &Self::ProcessAddConfigEventListenerRequest},
-      {XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, "XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST",
-       kHandler, Trace::kListener, &Self::ProcessRemoveConfigEventListenerRequest},
-      {XCFG_GET_PARAM_REQUEST, "XCFG_GET_PARAM_REQUEST", kParam, Trace::kParam,
-       &Self::ProcessGetRequest},
-      {XCFG_SET_PARAM_REQUEST, "XCFG_SET_PARAM_REQUEST", kParam, Trace::kParam,
-       &Self::ProcessSetRequest},
-      {XCFG_GET_STREAM_PARAM_REQUEST, "XCFG_GET_STREAM_PARAM_REQUEST", kParam, Trace::kParam,
-       &Self::ProcessGetStreamRequest},
-      {XCFG_SET_STREAM_PARAM_REQUEST, "XCFG_SET_STREAM_PARAM_REQUEST", kParam, Trace::kParam,
-       &Self::ProcessSetStreamRequest},
-  };
-  const auto* const found = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                         [type](const auto& kind) { return kind.type == type; });
-  return found == std::end(kKinds) ? nullptr : found;
-}
 
 namespace {
 
@@ -177,7 +139,7 @@ void NetworkTCPConnection::LeaveStore(Config* store) {
   qel::config::DisconnectStore(store);
 }
 
-bool NetworkTCPConnection::ReceiveRequest(Request& request, const MessageKind*& kind) {
+bool NetworkTCPConnection::ReceiveRequest(Request& request) {
   const unsigned pid = _connectionID & 0xFFFF;
   _reader->BeginRecord();
   const Result first = _reader->recv_exact(&request.msgtype, sizeof request.msgtype);
@@ -190,19 +152,20 @@ bool NetworkTCPConnection::ReceiveRequest(Request& request, const MessageKind*& 
     }
     return false;
   }
-  kind = FindKind(request.msgtype);
-  if (kind == nullptr) {
+  const qel::config::RecordType* const record =
+      qel::config::IsRequest(request.msgtype) ? FindNetworkRecord(request.msgtype) : nullptr;
+  if (record == nullptr) {
     Report("NetworkTCPConnection::ProcessMessages - Unknown message type %d\n",
            static_cast<int>(request.msgtype));
     return false;
   }
   char* const rest = reinterpret_cast<char*>(&request) + sizeof request.msgtype;
-  if (_reader->recv_exact(rest, kind->size - sizeof request.msgtype) != Result::kWhole) {
+  if (_reader->recv_exact(rest, record->size - sizeof request.msgtype) != Result::kWhole) {
     if (!_stop) {
       Report(
           "NetworkTCPConnection::ProcessMessages - error calling recv for %s (connection pid = "
           "0x%X)\n",
-          kind->name, pid);
+          qel::config::FindMessageType(request.msgtype)->enumerator, pid);
     }
     return false;
   }
@@ -216,23 +179,41 @@ bool NetworkTCPConnection::ProcessMessages() {
   _reader = &reader;
   while (!_stop) {
     Request request = {};
-    const MessageKind* kind;
-    if (!_outbox->WaitForRoom() || !ReceiveRequest(request, kind)) return false;
+    if (!_outbox->WaitForRoom() || !ReceiveRequest(request)) return false;
     batch.FlushWhenOld();
-    switch (kind->trace) {
-      case MessageKind::Trace::kConnection:
-        TraceConnection(request.connection);
-        break;
-      case MessageKind::Trace::kListener:
-        TraceListener(request.handler);
-        break;
-      case MessageKind::Trace::kParam:
-        ConnectionUtilities::Dump(&request.param);
-        break;
-    }
-    (this->*kind->handle)(request);
+    Handle(request);
   }
   return true;
+}
+
+void NetworkTCPConnection::Handle(Request& request) {
+  switch (request.msgtype) {
+    case XCFG_CONNECT_REQUEST:
+      TraceConnection(request.connection);
+      return ProcessConnectRequest(request);
+    case XCFG_DISCONNECT_REQUEST:
+      TraceConnection(request.connection);
+      return ProcessDisconnectRequest(request);
+    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
+      TraceListener(request.handler);
+      return ProcessAddConfigEventListenerRequest(request);
+    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
+      TraceListener(request.handler);
+      return ProcessRemoveConfigEventListenerRequest(request);
+    default:
+      break;
+  }
+  ConnectionUtilities::Dump(&request.param);
+  switch (request.msgtype) {
+    case XCFG_GET_PARAM_REQUEST:
+      return ProcessGetRequest(request);
+    case XCFG_SET_PARAM_REQUEST:
+      return ProcessSetRequest(request);
+    case XCFG_GET_STREAM_PARAM_REQUEST:
+      return ProcessGetStreamRequest(request);
+    default:
+      return ProcessSetStreamRequest(request);
+  }
 }
 
 void NetworkTCPConnection::ProcessConnectRequest(Request& request) {

@@ -49,14 +49,13 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   std::string GetPeerName() override;
 
  private:
-  struct MessageKind;
   union Request;
 
-  static const MessageKind* FindKind(uint32_t type);
   static void* pthread_start(void* connection);
 
   bool ProcessMessages();
-  bool ReceiveRequest(Request& request, const MessageKind*& kind);
+  bool ReceiveRequest(Request& request);
+  void Handle(Request& request);
   void ProcessConnectRequest(Request& request);
   void ProcessDisconnectRequest(Request& request);
   void ProcessAddConfigEventListenerRequest(Request& request);

@@ -13,6 +13,7 @@
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/ConnectionUtilities.h"
 #include "libconfig/network/Multicast.h"
+#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/values/ValueStream.h"
 
@@ -31,20 +32,12 @@ namespace {
 
 constexpr int kSendBuffer = 786432;
 
-// The size of a request by its first word; 0 for a word that is none.
-std::size_t SizeOf(uint32_t type) {
-  switch (type) {
-    case XCFG_CONNECT_REQUEST:
-    case XCFG_DISCONNECT_REQUEST:
-      return sizeof(XCONFIGMGR_CONNECTION_REQUEST_T);
-    case XCFG_GET_PARAM_REQUEST:
-    case XCFG_SET_PARAM_REQUEST:
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-    case XCFG_SET_STREAM_PARAM_REQUEST:
-      return sizeof(XCONFIGMGR_REQUEST_T);
-    default:
-      return 0;
-  }
+// Null for what is no request, or not served: a listener joins the multicast group instead.
+const qel::config::RecordType* FindRequest(uint32_t type) {
+  const auto* const record = qel::config::IsRequest(type) ? FindNetworkRecord(type) : nullptr;
+  const bool isListener =
+      record != nullptr && record->size == sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T);
+  return isListener ? nullptr : record;
 }
 
 template <typename Request>
@@ -150,13 +143,14 @@ void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& 
   std::size_t size = sizeof request.msgtype;
   if (received >= size) {
     std::memcpy(&request.msgtype, data, sizeof request.msgtype);
-    size = SizeOf(request.msgtype);
-    if (size == 0) {
+    const qel::config::RecordType* const record = FindRequest(request.msgtype);
+    if (record == nullptr) {
       Report(
           "NetworkUDPConnection::ProcessDatagramMessages - Unknown message type \"%s\" (0x%X )\n",
           ConnectionUtilities::GetMessageName(request.msgtype).c_str(), request.msgtype);
       return;
     }
+    size = record->size;
   }
   if (received < size) {
     Report("NetworkUDPConnection::ProcessDatagramMessages - insufficient message length\n");

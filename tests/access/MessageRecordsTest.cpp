@@ -1,40 +1,51 @@
-// The records of the message queues, their names, and which answer belongs to which request.
+// The records of every transport as their table describes them, and which answer belongs to which
+// request.
 #include <gtest/gtest.h>
 
-#include <utility>
+#include <fstream>
+#include <sstream>
+#include <string>
 
 #include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/access/MessageTable.h"
+#include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/NetworkRecordTable.h"
 
 namespace {
 
-TEST(MessageRecords, HaveNamesForPeople) {
-  const std::pair<int, const char*> names[] = {{16, "Connect Request"},
-                                               {17, "Disconnect Request"},
-                                               {32, "Connect Response"},
-                                               {33, "Disconnect Response"},
-                                               {48, "Add Listener Request"},
-                                               {49, "Remove Listener Request"},
-                                               {64, "Add Listener Response"},
-                                               {65, "Remove Listener Response"},
-                                               {80, "Get Request"},
-                                               {81, "Set Request"},
-                                               {96, "Get Response"},
-                                               {97, "Set Response"},
-                                               {112, "Get String Request"},
-                                               {113, "Set String Request"},
-                                               {114, "Populate Param Request"},
-                                               {128, "Get String Response"},
-                                               {129, "Set String Response"},
-                                               {130, "Populate Param Response"},
-                                               {144, "Param Changed Event"},
-                                               {145, "Param String Changed Event"}};
-  const auto* next = std::begin(names);
-  for (int type = -1; type < 200; ++type) {
-    const bool known = next != std::end(names) && next->first == type;
-    EXPECT_EQ(known ? next->second : "N/A",
-              ConnectionUtilities::GetMessageName(static_cast<MQMessage_t>(type)))
-        << type;
-    if (known) ++next;
+namespace network = qel::vorlane::config::access;
+
+std::string Cell(const qel::config::RecordType* record) {
+  if (record == nullptr) return " |";
+  return " " + std::to_string(record->size) + (record->hasStream ? " + value |" : " |");
+}
+
+// As docs/protocol.md has it.
+std::string RowOf(const qel::config::MessageType& message) {
+  return "| " + std::to_string(message.type) + " | `" + message.enumerator + "` | " +
+         ConnectionUtilities::GetMessageName(static_cast<MQMessage_t>(message.type)) + " | `" +
+         network::ConnectionUtilities::GetDirection(message.type) + "` |" +
+         Cell(qel::config::FindQueueRecord(message.type)) +
+         Cell(network::FindNetworkRecord(message.type)) + "\n";
+}
+
+TEST(MessageRecords, AreTheOnesInTheDocument) {
+  std::string table =
+      "| Type | Enumerator | Name | | Queue | Network |\n"
+      "|---|---|---|---|---|---|\n";
+  for (const auto& message : qel::config::kMessageTypes) table += RowOf(message);
+  const std::string golden = GOLDEN_RECORDS;
+  std::ifstream file(golden.substr(0, golden.rfind("tests/")) + "docs/protocol.md");
+  std::stringstream document;
+  document << file.rdbuf();
+  EXPECT_NE(std::string::npos, document.str().find("\n" + table + "\n"))
+      << "docs/protocol.md lacks this table:\n"
+      << table;
+}
+
+TEST(MessageRecords, HaveNoNameBesideThoseOfTheTable) {
+  for (const uint32_t type : {0U, 15U, 18U, 146U, 0xFFFFFFFFU}) {
+    EXPECT_EQ("N/A", ConnectionUtilities::GetMessageName(static_cast<MQMessage_t>(type))) << type;
   }
   EXPECT_EQ("/mqd_65535_1", ConnectionUtilities::GetQueueName(0xFFFF0001));
 }
