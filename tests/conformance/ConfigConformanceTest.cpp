@@ -3,139 +3,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigEvent.h"
-#include "libconfig/access/ConfigFactoryImpl.h"
-#include "libconfig/access/queue/PosixMQClient.h"
-#include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
-#include "libconfig/mapping/GetMappingConfig.h"
 #include "libconfig/mapping/RecorderParamMapper.h"
-#include "tests/testing/Daemon.h"
-#include "tests/testing/Eventually.h"
-#include "tests/testing/Queues.h"
-#include "tests/testing/RecordingListener.h"
-#include "tests/testing/TestServer.h"
+#include "tests/conformance/Ways.h"
 
 using quarn::mapper::RecorderParamMapper;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing_support::Daemon;
-using testing_support::Eventually;
-using testing_support::RecordingListener;
-using testing_support::TestServer;
+using namespace testing_support;
 
 namespace {
 
-struct Way {
-  const char* name;
-  // Where a Config of this way is asked for; %s and %u are the servers' URIs.
-  const char* uri;
-  bool answersNumbers;         // Set tells whether the store refused a number
-  bool answersTexts;           // and a text
-  bool hears;                  // the changes of a store reach its listeners
-  bool keepsDuplicates;        // a listener that is added twice is called twice
-  bool lendsValues;            // GetSerializable hands out the value itself
-  bool takesRules;             // preconditions can be added
-  bool cached;                 // is given back by deleting it, and registered for its own events
-  bool livesWithoutListeners;  // removing the last listener leaves the connection usable
-  bool queue = false;  // reaches configuration 0 of a daemon; Get returns the value that it reads
-  std::size_t longestText = 8000;
-  bool mapped = false;   // is given back by deleting it, and announces proxies as well
-  bool settles = false;  // the event of an earlier change may come behind a later one
-};
-
-constexpr Way kWays[] = {
-    {"InProcess", "local:", true, true, true, true, true, true, false, true},
-    {"Tcp", "%s", false, false, true, false, false, false, false, false},
-    {"CachedTcp", "%s/caching=true", false, false, true, false, false, false, true, false},
-    // What is changed over UDP is multicast, to listeners of another kind.
-    {"Udp", "%u", true, false, false, false, false, false, false, false},
-    {"CachedUdp", "%u/caching=true", true, false, false, false, false, false, true, false},
-    {"MessageQueue", "mq:", true, true, true, true, false, false, false, true, true, 400},
-    {"Mapped", "%s", false, false, true, true, false, false, false, true, false, 8000, true},
-    {"MappedCached", "%s/caching=true", false, false, true, true, false, false, false, true, false,
-     8000, true, true},
-};
-
-void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
-
-class Configs : public testing::TestWithParam<Way> {
- protected:
-  void SetUp() override {
-    static int number = 1000;
-    if (GetParam().queue) {
-      const std::string reason = testing_support::WhyNoQueues();
-      if (!reason.empty()) GTEST_SKIP() << reason;
-      const std::string queue = testing_support::TestQueueName();
-      _daemon = std::make_unique<Daemon>(std::vector<std::string>{"--queue", queue, "--quiet"});
-      // One for all tests, as it keeps the queue of the daemon that it met first.
-      static PosixMQFactory* const factory = new PosixMQFactory(queue);
-      _queues = factory;
-    } else {
-      _number = ++number;
-    }
-    _config = Connect();
-    const std::string store = _daemon == nullptr ? "local:" : _daemon->GetURI() + "/";
-    _store =
-        ConfigFactoryImpl::GetInstance()->Connect(store + "configid=" + std::to_string(_number));
-    ASSERT_NE(nullptr, _config);
-  }
-
-  void TearDown() override {
-    if (_config == nullptr) return;
-    GiveBack(_config);
-    ConfigFactoryImpl::GetInstance()->Disconnect(_store);
-  }
-
-  // What Get returns for a value that it read.
-  int Read(unsigned int value) const { return GetParam().queue ? static_cast<int>(value) : 1; }
-
-  Config* Connect() {
-    if (_queues != nullptr) return _queues->Connect("");
-    std::string uri = GetParam().uri;
-    if (uri.compare(0, 2, "%s") == 0) uri.replace(0, 2, _server.GetURI());
-    if (uri.compare(0, 2, "%u") == 0) uri.replace(0, 2, _datagramServer.GetURI());
-    uri += "/configid=" + std::to_string(_number);
-    if (GetParam().mapped) return GetMappingConfig(uri, false, false);
-    return ConfigFactoryImpl::GetInstance()->Connect(uri);
-  }
-
-  void GiveBack(Config* config) {
-    if (_queues != nullptr) {
-      _queues->Disconnect(static_cast<PosixMQClient*>(config));
-    } else if (GetParam().cached || GetParam().mapped) {
-      delete config;
-    } else {
-      EXPECT_EQ(1, ConfigFactoryImpl::GetInstance()->Disconnect(config));
-    }
-  }
-
-  // A change over the network takes its time to get to the store.
-  std::string StoredText() {
-    std::string text;
-    _store->Get(eParamID_SysName, text);
-    return text;
-  }
-
-  TestServer _server;
-  TestServer _datagramServer{SOCK_DGRAM};
-  std::unique_ptr<Daemon> _daemon;
-  PosixMQFactory* _queues = nullptr;
-  int _number = 0;
-  Config* _config = nullptr;
-  Config* _store = nullptr;  // the store itself, to look at and to change behind the way's back
-};
-
-std::string NameOf(const testing::TestParamInfo<Way>& info) { return info.param.name; }
+class Configs : public ReachedStore {};
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Ways, Configs, testing::ValuesIn(kWays), NameOf);
+INSTANTIATE_TEST_SUITE_P(Ways, Configs, testing::ValuesIn(WaysThat(kReads)), NameOf);
 
 TEST_P(Configs, BeginWithTheFactoryDefaults) {
   EXPECT_EQ(_number, _config->GetConfigID());
@@ -172,7 +59,7 @@ TEST_P(Configs, ReadBackWhatTheySet) {
     EXPECT_EQ(1, _config->Set(eParamID_SysName, text));
     std::string value = "none";
     EXPECT_EQ(1, _config->Get(eParamID_SysName, value));
-    if (GetParam().settles) {
+    if (Is(kSettles)) {
       EXPECT_TRUE(Eventually([&] { return _config->Get(eParamID_SysName, value), value == text; }));
     }
     EXPECT_EQ(text, value);
@@ -183,9 +70,9 @@ TEST_P(Configs, ReadBackWhatTheySet) {
 TEST_P(Configs, LeaveARefusedValueUnstored) {
   RecordingListener listener;
   _store->AddConfigEventListener(&listener);
-  EXPECT_EQ(GetParam().answersNumbers ? 0 : 1, _config->Set(eParamID_IPConfig, 77U));
-  EXPECT_EQ(GetParam().answersNumbers ? 0 : 1, _config->Set(static_cast<eParam_t>(0x01020304), 1U));
-  EXPECT_EQ(GetParam().answersTexts ? 0 : 1,
+  EXPECT_EQ(Is(kAnswersNumbers) ? 0 : 1, _config->Set(eParamID_IPConfig, 77U));
+  EXPECT_EQ(Is(kAnswersNumbers) ? 0 : 1, _config->Set(static_cast<eParam_t>(0x01020304), 1U));
+  EXPECT_EQ(Is(kAnswersTexts) ? 0 : 1,
             _config->Set(static_cast<eParam_t>(0x01020304), std::string("x")));
   // The answer to this says that all of them have been worked on.
   std::string reel;
@@ -197,7 +84,7 @@ TEST_P(Configs, LeaveARefusedValueUnstored) {
 }
 
 TEST_P(Configs, AnnounceChangesInTheOrderInWhichTheyWereStored) {
-  if (!GetParam().hears) GTEST_SKIP() << "changes do not come this way";
+  if (!Is(kHears)) GTEST_SKIP() << "changes do not come this way";
   RecordingListener listener;
   ASSERT_EQ(1, _config->AddConfigEventListener(&listener));
   _config->Set(eParamID_IPConfig, 1U);
@@ -209,8 +96,8 @@ TEST_P(Configs, AnnounceChangesInTheOrderInWhichTheyWereStored) {
   // The change itself first, then those that depend on it, each with its current value. A mapped
   // configuration has proxies behind each of them.
   const auto heard = listener.GetHeard();
-  const auto proxiesOf = [](eParam_t id) {
-    return GetParam().mapped ? RecorderParamMapper().ParamsChangedBy(id).size() : 0;
+  const auto proxiesOf = [&](eParam_t id) {
+    return Is(kMapped) ? RecorderParamMapper().ParamsChangedBy(id).size() : 0;
   };
   const auto dependents = GetDescriptor(eParamID_IPConfig)->GetDependentParamIDs();
   ASSERT_GE(heard.size(), 1 + dependents.size());
@@ -226,7 +113,7 @@ TEST_P(Configs, AnnounceChangesInTheOrderInWhichTheyWereStored) {
 }
 
 TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
-  if (!GetParam().hears) GTEST_SKIP() << "changes do not come this way";
+  if (!Is(kHears)) GTEST_SKIP() << "changes do not come this way";
   RecordingListener listener;
   RecordingListener last;
   ASSERT_EQ(1, _config->AddConfigEventListener(&listener));
@@ -237,9 +124,9 @@ TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
   ASSERT_EQ(1, _config->Get(eParamID_ReelName, reel));
   _store->Set(eParamID_MediaUpdated, 1U);
   ASSERT_TRUE(last.WaitFor(eParamID_MediaUpdated, "1"));
-  EXPECT_EQ(GetParam().keepsDuplicates ? 2U : 1U, listener.GetHeard().size());
+  EXPECT_EQ(Is(kKeepsDuplicates) ? 2U : 1U, listener.GetHeard().size());
   EXPECT_EQ(1, _config->RemoveConfigEventListener(&listener));
-  EXPECT_EQ(GetParam().keepsDuplicates ? 1 : 0, _config->RemoveConfigEventListener(&listener));
+  EXPECT_EQ(Is(kKeepsDuplicates) ? 1 : 0, _config->RemoveConfigEventListener(&listener));
   const std::size_t before = listener.GetHeard().size();
   _store->Set(eParamID_MediaUpdated, 2U);
   ASSERT_TRUE(last.WaitFor(eParamID_MediaUpdated, "2"));
@@ -247,16 +134,16 @@ TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
   EXPECT_EQ(1, _config->RemoveConfigEventListener(&last));
   unsigned value;
   const int result = _config->Get(eParamID_MediaUpdated, value);
-  EXPECT_EQ(GetParam().livesWithoutListeners ? Read(2) : 0, result);
+  EXPECT_EQ(Is(kLivesWithoutListeners) ? Read(2) : 0, result);
 }
 
 TEST_P(Configs, ShowEachOtherTheirChanges) {
-  if (!GetParam().hears) GTEST_SKIP() << "changes do not come this way";
+  if (!Is(kHears)) GTEST_SKIP() << "changes do not come this way";
   Config* const other = Connect();
   RecordingListener listener;
   ASSERT_EQ(1, other->AddConfigEventListener(&listener));
   // A cache only hears of changes when it listens itself.
-  if (GetParam().cached) {
+  if (Is(kCached)) {
     auto* const cache = dynamic_cast<ConfigCache*>(other);
     ASSERT_NE(nullptr, cache);
     ASSERT_EQ(1, other->AddConfigEventListener(cache));
@@ -277,7 +164,7 @@ TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {
   EXPECT_EQ(0, _config->GetData(eParamID_IPConfig, data));
   EXPECT_EQ(0, _config->SetData(eParamID_IPConfig, data));
   // Over a queue this waits for an event, as long as it takes.
-  if (!GetParam().queue) {
+  if (!Is(kQueue)) {
     EXPECT_EQ(0, _config->WaitForConfigEvent(event, 0, 0));
   }
   EXPECT_THAT(_config->GetDescriptorsByClassName("volatile"), IsEmpty());
@@ -286,9 +173,9 @@ TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {
   EXPECT_EQ(0, _config->StartTransaction({eParamID_IPConfig}, transaction));
   EXPECT_EQ(0, _config->Commit(0));
   EXPECT_EQ(0, _config->Rollback(0));
-  EXPECT_EQ(GetParam().lendsValues, _config->GetSerializable(eParamID_IPConfig) != nullptr);
-  EXPECT_EQ(GetParam().takesRules ? 1 : 0, _config->AddUpdatePrecondition(nullptr));
-  EXPECT_EQ(GetParam().takesRules ? 1 : 0, _config->RemoveUpdatePrecondition(nullptr));
+  EXPECT_EQ(Is(kLendsValues), _config->GetSerializable(eParamID_IPConfig) != nullptr);
+  EXPECT_EQ(Is(kTakesRules) ? 1 : 0, _config->AddUpdatePrecondition(nullptr));
+  EXPECT_EQ(Is(kTakesRules) ? 1 : 0, _config->RemoveUpdatePrecondition(nullptr));
 }
 
 TEST_P(Configs, BearManyThreads) {

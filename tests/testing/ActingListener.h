@@ -25,6 +25,9 @@ class ActingListener : public RecordingListener {
     ActOnce();
   }
 
+  bool WaitUntilCalled() {
+    return Eventually([this] { return _acted.load(); });
+  }
   bool WaitUntilDone() {
     return Eventually([this] { return _done.load(); });
   }
