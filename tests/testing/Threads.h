@@ -31,8 +31,8 @@ void OnThreads(int count, Work work) {
   for (std::thread& thread : threads) thread.join();
 }
 
-// Whether a process or thread is in that state: 'S' while it waits inside the system, 'T' while it is
-// stopped. `path` is its folder below /proc.
+// Whether a process or thread is in that state: 'S' while it waits inside the system, 'T' while it
+// is stopped. `path` is its folder below /proc.
 inline bool IsInState(const std::string& path, char state) {
   std::ifstream file("/proc/" + path + "/stat");
   const std::string stat{std::istreambuf_iterator<char>(file), {}};
