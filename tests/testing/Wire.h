@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace testing_support {
@@ -233,29 +234,47 @@ class Datagrams {
   const int _fd;
 };
 
-// A listening socket that a test answers on by itself.
+// A port of the system's choice where a test is the server.
 class WireListener {
  public:
-  WireListener() : _fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  // `type` is SOCK_STREAM or SOCK_DGRAM.
+  explicit WireListener(int type = SOCK_STREAM)
+      : _isStream(type == SOCK_STREAM), _fd(::socket(AF_INET, type | SOCK_CLOEXEC, 0)) {
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    EXPECT_EQ(0, ::listen(_fd, 16));
+    if (_isStream) {
+      EXPECT_EQ(0, ::listen(_fd, 16));
+    }
     socklen_t length = sizeof address;
     ::getsockname(_fd, reinterpret_cast<sockaddr*>(&address), &length);
     _port = ntohs(address.sin_port);
   }
-  ~WireListener() { ::close(_fd); }
+  ~WireListener() {
+    if (_fd >= 0) ::close(_fd);
+  }
   WireListener(const WireListener&) = delete;
   WireListener& operator=(const WireListener&) = delete;
 
   int GetPort() const { return _port; }
-  std::string GetURI() const { return "tcp://127.0.0.1:" + std::to_string(_port); }
-  int Accept() { return ::accept4(_fd, nullptr, nullptr, SOCK_CLOEXEC); }
+  std::string GetURI() const {
+    return (_isStream ? "tcp" : "udp") + ("://127.0.0.1:" + std::to_string(_port));
+  }
+  // The caller's to close. Of datagrams there is one, connected to whoever sends the first.
+  int Accept() {
+    if (_isStream) return ::accept4(_fd, nullptr, nullptr, SOCK_CLOEXEC);
+    sockaddr_in from = {};
+    socklen_t length = sizeof from;
+    char byte;
+    ::recvfrom(_fd, &byte, 1, MSG_PEEK, reinterpret_cast<sockaddr*>(&from), &length);
+    EXPECT_EQ(0, ::connect(_fd, reinterpret_cast<sockaddr*>(&from), length));
+    return std::exchange(_fd, -1);
+  }
 
  private:
-  const int _fd;
+  const bool _isStream;
+  int _fd;
   int _port = 0;
 };
 
