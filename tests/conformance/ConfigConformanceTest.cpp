@@ -1,8 +1,5 @@
 // What every Config does, whatever it takes to reach the store. Where a way stands apart, the table
 // of ways says so.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigEvent.h"
 #include "libconfig/descriptors/Catalogue.h"
@@ -10,11 +7,9 @@
 #include "libconfig/descriptors/StringDescriptor.h"
 #include "libconfig/mapping/RecorderParamMapper.h"
 #include "tests/conformance/Ways.h"
+#include "tests/testing/Names.h"
 
 using quarn::mapper::RecorderParamMapper;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using namespace testing_support;
 
 namespace {
 
