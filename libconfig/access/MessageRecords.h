@@ -31,6 +31,15 @@ enum MQMessage_t : uint32_t {
   XCFG_PARAM_STREAM_CHANGED_EVENT = 145,
 };
 
+// What a response says where it is not 0. Do not renumber.
+enum eMessageError : uint32_t {
+  eMessageError_TooMany = 23,        // connections or configurations; over queues only
+  eMessageError_Refused = 53,        // the value was not stored
+  eMessageError_NoValue = 60,        // the parameter has no value that could be sent
+  eMessageError_TooLong = 90,        // the value does not fit into a message of a queue
+  eMessageError_NotConnected = 107,  // a Connect Request has to come first
+};
+
 // Connect and Disconnect.
 struct XCONFIGMGR_CONNECTION_REQUEST_T {
   uint32_t msgtype;

@@ -1,13 +1,8 @@
 #include "libconfig/network/NetworkConnection.h"
 
-#include "libconfig/access/Config.h"
-#include "libconfig/base/Diagnostics.h"
-#include "libconfig/values/IntegerValue.h"
-#include "libconfig/values/StringValue.h"
+#include "libconfig/access/ParamRequest.h"
 
 namespace qel::vorlane::config::access {
-
-using qel::config::Report;
 
 namespace {
 
@@ -18,32 +13,7 @@ thread_local NetworkConnection* t_current = nullptr;
 NetworkConnection::~NetworkConnection() = default;
 
 bool NetworkConnection::DoSetRequest(Config* config, ConfigValue* value) {
-  switch (value->GetClassID()) {
-    case eClassID_IntegerValue: {
-      auto* const number = dynamic_cast<IntegerValue*>(value);
-      if (number == nullptr) {
-        Report(
-            "NetworkConnection::DoSetRequest - type error, configValue is not an IntegerValue\n");
-        return false;
-      }
-      unsigned int content;
-      number->Get(content);
-      return config->Set(value->GetParamID(), content) != 0;
-    }
-    case eClassID_StringValue: {
-      auto* const text = dynamic_cast<StringValue*>(value);
-      if (text == nullptr) {
-        Report("NetworkConnection::DoSetRequest - type error, configValue is not a StringValue\n");
-        return false;
-      }
-      std::string content;
-      text->Get(content);
-      return config->Set(value->GetParamID(), std::move(content)) != 0;
-    }
-    default:
-      Report("NetworkConnection::DoSetRequest - returning error (unsupported classID)\n");
-      return false;
-  }
+  return qel::config::SetByClass(*config, *value);
 }
 
 std::string NetworkConnection::GetPeerName() { return "a network client"; }

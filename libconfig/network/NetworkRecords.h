@@ -4,7 +4,6 @@
 // serialized value. docs/protocol.md has the tables.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "libconfig/access/MessageRecords.h"
@@ -13,14 +12,6 @@ namespace qel::vorlane::config::access {
 
 // What the `result` word holds in everything but an echo.
 constexpr uint32_t kResultWord = 4096;
-
-// Numbers in the `error` word. Do not renumber.
-enum eNetworkError : uint32_t {
-  eNetworkError_None = 0,
-  eNetworkError_Refused = 53,        // a string was not stored
-  eNetworkError_NoValue = 60,        // the parameter has no value that could be sent
-  eNetworkError_NotConnected = 107,  // a Connect Request has to come first
-};
 
 // Connect and Disconnect.
 struct XCONFIGMGR_CONNECTION_REQUEST_T {

@@ -1,10 +1,11 @@
 #include "libconfig/network/NetworkServer.h"
 
+#include <cxxabi.h>
 #include <sys/socket.h>
 
-#include <cxxabi.h>
-
+#include <algorithm>
 #include <chrono>
+#include <list>
 #include <thread>
 
 #include "libconfig/base/Diagnostics.h"
@@ -13,7 +14,6 @@
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/NetworkUDPConnection.h"
-#include "libconfig/network/PeerSlots.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
@@ -24,12 +24,41 @@ using qel::config::ReportErrno;
 
 namespace {
 
-// While accepting or receiving fails, for want of descriptors say, there is no hurry to try again.
+// While accepting or receiving fails, for want of descriptors say, there is no hurry to retry.
 constexpr std::chrono::milliseconds kPauseAfterFailure(50);
 
 constexpr int kDatagramBuffer = 786432;
 
 }  // namespace
+
+// The places that a stream server has for its peers, and who is in them. Any thread.
+class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
+ public:
+  // A place for `connection`, which releases it before it is destroyed. When all are taken, the
+  // oldest peer that has not sent its Connect Request yet is dropped and gives its place away; null
+  // when there is no such peer.
+  std::shared_ptr<void> Take(NetworkTCPConnection& connection) {
+    {
+      MutexLock lock(_mutex);
+      if (_connections.size() >= qel::config::limits::kTcpPeers) {
+        const auto silent = std::find_if(_connections.begin(), _connections.end(),
+                                         [](const auto* peer) { return !peer->HasConnected(); });
+        if (silent == _connections.end()) return nullptr;
+        (*silent)->Stop();
+        _connections.erase(silent);
+      }
+      _connections.push_back(&connection);
+    }
+    return {&connection, [self = shared_from_this()](NetworkTCPConnection* peer) {
+              MutexLock lock(self->_mutex);
+              self->_connections.remove(peer);  // unless its place was given away
+            }};
+  }
+
+ private:
+  qel::config::Mutex _mutex;
+  std::list<NetworkTCPConnection*> _connections LIBCONFIG_GUARDED_BY(_mutex);  // the oldest first
+};
 
 // Lets the thread delete the server no sooner than Stop is through with it, however Run ended.
 struct NetworkServer::Ending {
@@ -50,16 +79,19 @@ struct NetworkServer::Ending {
 };
 
 NetworkServer::NetworkServer(int family, int type, int port, std::string address)
-    : _family(family),
+    : _socket(std::make_unique<Socket>(family, type)),
+      _family(family),
       _type(type),
       _port(port),
       _address(std::move(address)),
-      _peers(std::make_shared<PeerSlots>()),
+      _peers(std::make_shared<Peers>()),
       _ending(std::make_shared<Ending>()) {}
 
 NetworkServer::~NetworkServer() = default;
 
 bool NetworkServer::Init() {
+  _isReady = false;
+  _udpConnection.reset();
   _socket = std::make_unique<Socket>(_family, _type);
   if (!_socket->create()) {
     Report("NetworkServer::Init - failed to create Socket\n");
@@ -73,13 +105,15 @@ bool NetworkServer::Init() {
     Report("NetworkServer::Init - listen failed\n");
     return false;
   }
+  _isReady = true;
   return true;
 }
 
 int NetworkServer::GetPort() { return _socket->get_bound_port(); }
 
+// Nobody joins the thread, which ends by itself.
 bool NetworkServer::Start() {
-  if (qel::config::StartThread(&_thread, qel::config::ThreadKind::kJoinable, 0, pthread_start,
+  if (qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, pthread_start,
                                this) == 0) {
     return true;
   }
@@ -91,7 +125,7 @@ bool NetworkServer::Start() {
 void NetworkServer::Stop() {
   const std::shared_ptr<Ending> ending = _ending;
   _stop = true;
-  if (_socket != nullptr) _socket->close();
+  _socket->close();
   ending->Reach();
 }
 
@@ -105,13 +139,15 @@ void* NetworkServer::pthread_start(void* object) {
     // Out of memory: the server ends, its connections go on.
   }
   server->_ending->Await();
-  ::pthread_detach(::pthread_self());
   delete server;
   return nullptr;
 }
 
 void NetworkServer::Run() {
-  if (_type == SOCK_STREAM) {
+  if (!_isReady) {
+    Report("NetworkServer::Run - no socket to serve: Init failed or was not called\n");
+    _ending->Await();
+  } else if (_type == SOCK_STREAM) {
     ServeConnections();
   } else {
     ServeDatagrams();
@@ -123,10 +159,17 @@ void NetworkServer::ServeDatagrams() {
       !_socket->set_buffer_size(SO_RCVBUF, kDatagramBuffer)) {
     return;
   }
-  _udpConnection = std::make_unique<NetworkUDPConnection>(_socket.get());
+  Datagrams();
   while (!_stop) WaitForDatagram();
   _udpConnection.reset();
   Report("NetworkServer::Run - exiting\n");
+}
+
+NetworkUDPConnection& NetworkServer::Datagrams() {
+  if (_udpConnection == nullptr) {
+    _udpConnection = std::make_unique<NetworkUDPConnection>(_socket.get());
+  }
+  return *_udpConnection;
 }
 
 bool NetworkServer::WaitForDatagram() {
@@ -144,7 +187,7 @@ bool NetworkServer::WaitForDatagram() {
     std::this_thread::sleep_for(kPauseAfterFailure);
     return false;
   }
-  _udpConnection->ProcessMessages(datagram, static_cast<int>(length), from);
+  Datagrams().ProcessMessages(datagram, static_cast<int>(length), from);
   return true;
 }
 

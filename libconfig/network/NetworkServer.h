@@ -1,14 +1,16 @@
 // Lets other processes reach the stores of this one. A server owns one socket and one thread. On a
 // stream socket each peer that connects gets a NetworkTCPConnection of its own; on a datagram
-// socket one NetworkUDPConnection serves everybody.
+// socket one NetworkUDPConnection serves all peers.
 //
-// Life: construct, Init, Start, Stop. Until Start the server belongs to its maker. From a
-// successful Start on it belongs to its thread, which deletes it some time after Stop: call Stop
-// exactly once, and do not touch the server afterwards. Connections that exist go on when their
-// server has ended.
+//   auto* const server = new NetworkServer(AF_INET, SOCK_STREAM, 43110);
+//   if (!server->Init() || !server->Start()) { delete server; return false; }
+//   ...
+//   server->Stop();
+//
+// Until Start has succeeded the server belongs to its maker. From then on it belongs to its thread,
+// which deletes it some time after Stop: call Stop exactly once, and do not touch the server
+// afterwards. Connections outlive their server.
 #pragma once
-
-#include <pthread.h>
 
 #include <atomic>
 #include <memory>
@@ -21,7 +23,6 @@ class Socket;
 namespace qel::vorlane::config::access {
 
 class NetworkTCPConnection;
-class PeerSlots;
 class NetworkUDPConnection;
 
 class LIBCONFIG_API NetworkServer {
@@ -34,33 +35,41 @@ class LIBCONFIG_API NetworkServer {
   NetworkServer(const NetworkServer&) = delete;
   NetworkServer& operator=(const NetworkServer&) = delete;
 
-  // Opens the socket; a connection that comes in from here on waits for Start.
+  // Opens the socket; a connection that comes in from here on waits for Start. Check the result: a
+  // server that is started without a socket serves nobody.
   bool Init();
   bool Start();
   void Stop();
 
-  // The port that is served. REQUIRES: Init succeeded.
+  // The port that is served; 0 without a socket.
   int GetPort();
 
- private:
-  struct Ending;
-
+  // What the thread does: serves until Stop, and then deletes the server.
   static void* pthread_start(void* server);
   void Run();
-  void ServeConnections();
-  void ServeDatagrams();
+  // One step of Run. The connection is the caller's to start or delete; null, with a message, when
+  // accepting failed.
   NetworkTCPConnection* WaitForConnection();
+  // Processes one datagram. False when there was none, with a message.
   bool WaitForDatagram();
 
+ private:
+  class Peers;
+  struct Ending;
+
+  void ServeConnections();
+  void ServeDatagrams();
+  NetworkUDPConnection& Datagrams();
+
   std::atomic<bool> _stop{false};
-  pthread_t _thread = {};
   std::unique_ptr<Socket> _socket;
+  bool _isReady = false;  // Init succeeded
   const int _family;
   const int _type;
   const int _port;
   const std::string _address;
   // Connections hold a part of it, as they may outlive the server.
-  const std::shared_ptr<PeerSlots> _peers;
+  const std::shared_ptr<Peers> _peers;
   const std::shared_ptr<Ending> _ending;
   std::unique_ptr<NetworkUDPConnection> _udpConnection;
 };

@@ -1,13 +1,16 @@
 #include "libconfig/network/NetworkTCPConnection.h"
 
 #include <cxxabi.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "libconfig/access/Config.h"
+#include "libconfig/access/ParamRequest.h"
 #include "libconfig/access/StoreAccess.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
@@ -18,7 +21,6 @@
 #include "libconfig/network/Socket.h"
 #include "libconfig/network/StreamReader.h"
 #include "libconfig/support/Logger.h"
-#include "libconfig/values/ValueStream.h"
 
 namespace qel::vorlane::config::access {
 
@@ -39,6 +41,10 @@ namespace {
 // Parameters that a peer may name one by one.
 constexpr std::size_t kMaxParams = 1024;
 
+constexpr qel::config::ParamFraming kFraming = {
+    eSerializationFormat_Network, false, sizeof(XCONFIGMGR_RESPONSE_T),
+    sizeof(XCONFIGMGR_RESPONSE_T) + qel::config::limits::kStreamPayload, eMessageError_NoValue};
+
 // What an answer repeats of its request.
 XCONFIGMGR_RESPONSE_T ResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
   XCONFIGMGR_RESPONSE_T response = {};
@@ -52,12 +58,14 @@ XCONFIGMGR_RESPONSE_T ResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t t
   return response;
 }
 
-template <typename ConnectionRequest>
-XCONFIGMGR_CONNECTION_RESPONSE_T ConnectionResponseTo(const ConnectionRequest& request,
-                                                      uint32_t type) {
-  return {
-      type,           request.connectionID, request.requestID, request.configID, request.priority,
-      request.result, eNetworkError_None};
+template <typename Request>
+XCONFIGMGR_CONNECTION_RESPONSE_T ConnectionResponseTo(const Request& from, uint32_t type) {
+  return {type, from.connectionID, from.requestID, from.configID, from.priority, from.result, 0};
+}
+
+qel::config::ParamRequest ParamOf(const XCONFIGMGR_REQUEST_T& request, char* stream = nullptr,
+                                  uint32_t length = 0) {
+  return {request.msgtype, static_cast<eParam_t>(request.paramID), request.value, stream, length};
 }
 
 void TraceConnection(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
@@ -82,9 +90,14 @@ void TraceListener(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
 }  // namespace
 
 NetworkTCPConnection::NetworkTCPConnection(Socket* socket)
-    : _socket(socket), _outbox(std::make_shared<Outbox>(*socket)) {}
+    : _socket(socket != nullptr ? socket : new Socket(AF_INET, SOCK_STREAM)),
+      _outbox(std::make_shared<Outbox>(*_socket)),
+      _reader(std::make_unique<StreamReader>(*_socket, [] {
+        if (FlushBatch* const batch = FlushBatch::Current()) batch->Flush();
+      })) {}
 
 NetworkTCPConnection::~NetworkTCPConnection() {
+  LeaveStore();
   _slot.reset();
   _outbox->Close();
 }
@@ -119,20 +132,25 @@ void NetworkTCPConnection::Run() {
   } catch (...) {
     // Out of memory, for one: this peer ends, the others go on.
   }
+  _registered = false;
+  if (!_stop) _outbox->Drain(qel::config::limits::kHalfRecordMs);
+  _outbox->Close();
+  _socket->close();
+  LeaveStore();
+}
+
+void NetworkTCPConnection::LeaveStore() {
   Config* store;
   {
     SemaphoreHelper lock(_lock);
     _registered = false;
-    store = _config;
-    _config = nullptr;
+    store = std::exchange(_config, nullptr);
   }
-  if (!_stop) _outbox->Drain(qel::config::limits::kHalfRecordMs);
-  _outbox->Close();
-  _socket->close();
-  LeaveStore(store);
+  Leave(store);
 }
 
-void NetworkTCPConnection::LeaveStore(Config* store) {
+// Without the lock: a notifier that waits for it may be in a call of this listener.
+void NetworkTCPConnection::Leave(Config* store) {
   if (store == nullptr) return;
   while (store->RemoveConfigEventListener(this) != 0) {
   }
@@ -175,90 +193,105 @@ bool NetworkTCPConnection::ReceiveRequest(Request& request) {
 bool NetworkTCPConnection::ProcessMessages() {
   const Working working(this);
   FlushBatch batch([this] { return _reader->HasBuffered(); });
-  StreamReader reader(*_socket, [&batch] { batch.Flush(); });
-  _reader = &reader;
   while (!_stop) {
     Request request = {};
     if (!_outbox->WaitForRoom() || !ReceiveRequest(request)) return false;
     batch.FlushWhenOld();
-    Handle(request);
+    Process(request);
   }
   return true;
 }
 
-void NetworkTCPConnection::Handle(Request& request) {
+void NetworkTCPConnection::Process(Request& request) {
   switch (request.msgtype) {
     case XCFG_CONNECT_REQUEST:
       TraceConnection(request.connection);
-      return ProcessConnectRequest(request);
+      ProcessConnectRequest(request.connection);
+      return;
     case XCFG_DISCONNECT_REQUEST:
       TraceConnection(request.connection);
-      return ProcessDisconnectRequest(request);
+      ProcessDisconnectRequest(request.connection);
+      return;
     case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
       TraceListener(request.handler);
-      return ProcessAddConfigEventListenerRequest(request);
+      ProcessAddConfigEventListenerRequest(request.handler);
+      return;
     case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
       TraceListener(request.handler);
-      return ProcessRemoveConfigEventListenerRequest(request);
+      ProcessRemoveConfigEventListenerRequest(request.handler);
+      return;
     default:
       break;
   }
   ConnectionUtilities::Dump(&request.param);
   switch (request.msgtype) {
     case XCFG_GET_PARAM_REQUEST:
-      return ProcessGetRequest(request);
+      ProcessGetRequest(request.param);
+      return;
     case XCFG_SET_PARAM_REQUEST:
-      return ProcessSetRequest(request);
+      ProcessSetRequest(request.param);
+      return;
     case XCFG_GET_STREAM_PARAM_REQUEST:
-      return ProcessGetStreamRequest(request);
+      ProcessGetStreamRequest(request.param);
+      return;
     default:
-      return ProcessSetStreamRequest(request);
+      ProcessSetStreamRequest(request.param);
+      return;
   }
 }
 
-void NetworkTCPConnection::ProcessConnectRequest(Request& request) {
+bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
   _connected = true;
-  const auto number = static_cast<eConfigID_t>(request.connection.configID);
-  Config* const store = qel::config::ConnectStore(number);
+  Config* const store = qel::config::ConnectStore(static_cast<eConfigID_t>(request.configID));
   if (store == nullptr) {
     Report("NetworkTCPConnection::ProcessConnectRequest - unable to connect to the config\n");
     Stop();
-    return;
+    return false;
   }
   Config* before;
   {
     SemaphoreHelper lock(_lock);
     before = _config;
     _config = store;
-    _connectionID = request.connection.connectionID;
-    _params.clear();
-    _listening = false;
-    _registered = false;
+    _connectionID = request.connectionID;
+    if (before != store) {
+      _params.clear();
+      _listening = false;
+      _registered = false;
+    }
   }
   _peerName.clear();
-  LeaveStore(before);
-  const auto response = ConnectionResponseTo(request.connection, XCFG_CONNECT_RESPONSE);
-  if (!_outbox->PutAnswer(&response, sizeof response)) {
-    Report("NetworkTCPConnection::ProcessConnectRequest - unable to send response\n");
+  if (before == store) {
+    qel::config::DisconnectStore(store);  // one use is enough
+  } else {
+    Leave(before);
   }
+  const auto response = ConnectionResponseTo(request, XCFG_CONNECT_RESPONSE);
+  if (_outbox->PutAnswer(&response, sizeof response)) return true;
+  Report("NetworkTCPConnection::ProcessConnectRequest - unable to send response\n");
+  return false;
 }
 
-void NetworkTCPConnection::ProcessDisconnectRequest(Request& request) {
-  auto response = ConnectionResponseTo(request.connection, XCFG_DISCONNECT_RESPONSE);
+bool NetworkTCPConnection::ProcessDisconnectRequest(
+    const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
+  auto response = ConnectionResponseTo(request, XCFG_DISCONNECT_RESPONSE);
   response.result = kResultWord;
-  if (!_outbox->PutAnswer(&response, sizeof response)) {
+  const bool sent = _outbox->PutAnswer(&response, sizeof response);
+  if (!sent) {
     ReportErrno("NetworkTCPConnection::ProcessDisconnectRequest - unable to send response");
     Report("NetworkTCPConnection::ProcessDisconnectRequest: unable to send response\n");
   }
   // The answer leaves before the socket is shut.
   _outbox->Drain(qel::config::limits::kHalfRecordMs);
   Stop();
+  return sent;
 }
 
-void NetworkTCPConnection::ProcessAddConfigEventListenerRequest(Request& request) {
-  const auto param = static_cast<eParam_t>(request.handler.paramID);
+bool NetworkTCPConnection::ProcessAddConfigEventListenerRequest(
+    const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
+  const auto param = static_cast<eParam_t>(request.paramID);
   SemaphoreHelper lock(_lock);
-  if (_config == nullptr) return;
+  if (_config == nullptr) return false;
   if (param == eParamID_None) {
     _params.clear();
   } else if (_params.size() < kMaxParams &&
@@ -270,133 +303,120 @@ void NetworkTCPConnection::ProcessAddConfigEventListenerRequest(Request& request
     _listening = true;
     _config->AddConfigEventListener(this);
   }
+  return true;
 }
 
-void NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest(Request& request) {
+bool NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest(
+    const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
   {
     SemaphoreHelper lock(_lock);
     _registered = false;
   }
-  // Beyond the lock, as the answer may have to wait for the peer and a notifier must not.
-  const auto response =
-      ConnectionResponseTo(request.handler, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE);
-  if (!_outbox->PutAnswer(&response, sizeof response)) {
-    Report(
-        "NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest - Unable to send "
-        "response!\n");
-  }
+  // Without the lock, as the answer may have to wait for the peer and a notifier must not.
+  const auto response = ConnectionResponseTo(request, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE);
+  if (_outbox->PutAnswer(&response, sizeof response)) return true;
+  Report(
+      "NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest - Unable to send response!\n");
+  return false;
 }
 
-void NetworkTCPConnection::ProcessGetRequest(Request& request) {
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request.param, XCFG_GET_PARAM_RESPONSE);
+bool NetworkTCPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request) {
+  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_GET_PARAM_RESPONSE);
   if (_config == nullptr) {
-    response.error = eNetworkError_NotConnected;
+    response.error = eMessageError_NotConnected;
     SendErrorResponse(response);
-    return;
+    return false;
   }
-  response.value = _config->Get(static_cast<eParam_t>(request.param.paramID));
-  if (!_outbox->PutAnswer(&response, sizeof response)) {
-    Report("NetworkTCPConnection::ProcessGetRequest - _socket->send failed\n");
-  }
+  // A parameter without a value reads as 0.
+  response.value = qel::config::AnswerParamRequest(*_config, ParamOf(request), kFraming).value;
+  if (_outbox->PutAnswer(&response, sizeof response)) return true;
+  Report("NetworkTCPConnection::ProcessGetRequest - _socket->send failed\n");
+  return false;
 }
 
 // Setting may take as long as the store's listeners do. The peer's earlier answers do not wait for
-// that when nothing follows; the same with texts.
-void NetworkTCPConnection::ProcessSetRequest(Request& request) {
-  if (_config == nullptr) return;
+// that when nothing follows.
+void NetworkTCPConnection::FlushBeforeSet() {
   if (!_reader->HasBuffered()) _outbox->Flush();
-  _config->Set(static_cast<eParam_t>(request.param.paramID), request.param.value);
 }
 
-void NetworkTCPConnection::ProcessGetStreamRequest(Request& request) {
-  if (_config == nullptr) {
-    XCONFIGMGR_RESPONSE_T response = ResponseTo(request.param, XCFG_GET_STREAM_PARAM_RESPONSE);
-    response.error = eNetworkError_NotConnected;
-    SendErrorResponse(response);
-    return;
-  }
-  SendStreamResponse(request.param);
+bool NetworkTCPConnection::ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request) {
+  if (_config == nullptr) return false;
+  FlushBeforeSet();
+  return qel::config::AnswerParamRequest(*_config, ParamOf(request), kFraming).error == 0;
 }
 
-void NetworkTCPConnection::ProcessSetStreamRequest(Request& request) {
-  if (request.param.streamLength == 0) {
+bool NetworkTCPConnection::ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request) {
+  return SendStreamResponse(request);
+}
+
+bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& request) {
+  if (request.streamLength == 0) {
     Report("NetworkTCPConnection::ProcessSetStreamMessage - invalid streamLength\n");
-    return;
+    return false;
   }
-  if (ReceiveAndSet(request.param.streamLength)) return;
-  if (_stop) return;
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request.param, XCFG_SET_STREAM_PARAM_RESPONSE);
-  response.error = eNetworkError_Refused;
-  SendErrorResponse(response);
-}
-
-// False when the value was refused, or when it did not come and the connection has been stopped.
-// Either way no byte of it is left in the stream.
-bool NetworkTCPConnection::ReceiveAndSet(uint32_t streamLength) {
-  const bool tooLong = streamLength > qel::config::limits::kStreamPayload;
   std::vector<char> bytes;
-  Result received = Result::kWhole;
-  if (tooLong) {
-    received = _reader->Skip(streamLength);
-  } else {
-    // What a peer only announces takes no memory.
-    constexpr std::size_t kPiece = std::size_t{64} * 1024;
-    while (received == Result::kWhole && bytes.size() < streamLength) {
-      const std::size_t before = bytes.size();
-      bytes.resize(std::min<std::size_t>(streamLength, before + kPiece));
-      received = _reader->recv_exact(bytes.data() + before, bytes.size() - before);
-    }
-  }
-  if (received != Result::kWhole) {
+  if (!ReceiveStream(request.streamLength, bytes)) {
     ReportErrno("NetworkTCPConnection::ProcessSetStreamRequest");
     Stop();
     return false;
   }
-  if (tooLong || _config == nullptr) return false;
-  const auto value =
-      qel::config::DecodeValue(bytes.data(), streamLength, eSerializationFormat_Network);
-  if (!_reader->HasBuffered()) _outbox->Flush();
-  return value != nullptr && DoSetRequest(_config, value.get());
+  FlushBeforeSet();
+  const auto param = ParamOf(request, bytes.data(), static_cast<uint32_t>(bytes.size()));
+  if (_config != nullptr && !bytes.empty() &&
+      qel::config::AnswerParamRequest(*_config, param, kFraming).error == 0) {
+    return true;
+  }
+  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_SET_STREAM_PARAM_RESPONSE);
+  response.error = eMessageError_Refused;
+  if (!_stop) SendErrorResponse(response);
+  return false;
 }
 
-// Also sends the event of a string, which carries the value as it is by now.
-bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& request) {
-  const bool event = request.msgtype == XCFG_PARAM_STREAM_CHANGED_EVENT;
-  uint32_t type;
-  switch (request.msgtype) {
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-      type = XCFG_GET_STREAM_PARAM_RESPONSE;
-      break;
-    case XCFG_SET_STREAM_PARAM_REQUEST:
-      type = XCFG_SET_STREAM_PARAM_RESPONSE;
-      break;
-    case XCFG_PARAM_STREAM_CHANGED_EVENT:
-      type = XCFG_PARAM_STREAM_CHANGED_EVENT;
-      break;
-    default:
-      Report("NetworkTCPConnection::SendStreamResponse - Invalid msgtype");
+// False when the value did not come. One that is too long is dropped, and `bytes` stays empty.
+bool NetworkTCPConnection::ReceiveStream(uint32_t length, std::vector<char>& bytes) {
+  if (length > qel::config::limits::kStreamPayload) return _reader->Skip(length) == Result::kWhole;
+  // What a peer only announces takes no memory.
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
+  while (bytes.size() < length) {
+    const std::size_t before = bytes.size();
+    bytes.resize(std::min<std::size_t>(length, before + kPiece));
+    if (_reader->recv_exact(bytes.data() + before, bytes.size() - before) != Result::kWhole) {
       return false;
+    }
   }
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, type);
-  auto* const value =
-      dynamic_cast<ConfigValue*>(_config->GetSerializable(static_cast<eParam_t>(request.paramID)));
-  std::vector<char> bytes;
-  if (value != nullptr) {
-    bytes = qel::config::EncodeValue(*value, eSerializationFormat_Network, sizeof response);
-  }
-  // A value that is longer than any peer would take is as good as none.
-  if (value == nullptr || bytes.size() - sizeof response > qel::config::limits::kStreamPayload) {
-    Report("SendStreamResponse: Invalid serializable value\n");
-    if (event) return false;
-    response.error = eNetworkError_NoValue;
-    SendErrorResponse(response);
+  return true;
+}
+
+bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& request) {
+  const bool isEvent = request.msgtype == XCFG_PARAM_STREAM_CHANGED_EVENT;
+  if (!isEvent && request.msgtype != XCFG_GET_STREAM_PARAM_REQUEST &&
+      request.msgtype != XCFG_SET_STREAM_PARAM_REQUEST) {
+    Report("NetworkTCPConnection::SendStreamResponse - Invalid msgtype");
     return false;
   }
+  XCONFIGMGR_RESPONSE_T response =
+      ResponseTo(request, isEvent ? request.msgtype : qel::config::AnswerType(request.msgtype));
+  qel::config::ParamAnswer answer;
+  if (_config == nullptr) {
+    response.error = eMessageError_NotConnected;
+  } else {
+    qel::config::ParamRequest read = ParamOf(request);
+    read.type = XCFG_GET_STREAM_PARAM_REQUEST;
+    answer = qel::config::AnswerParamRequest(*_config, read, kFraming);
+    response.error = answer.error;
+    if (answer.error != 0) Report("SendStreamResponse: Invalid serializable value\n");
+  }
+  if (response.error != 0) {
+    if (!isEvent) SendErrorResponse(response);
+    return false;
+  }
+  std::vector<char>& bytes = answer.record;
   response.streamLength = static_cast<uint32_t>(bytes.size() - sizeof response);
   response.streamFormat = eSerializationFormat_Network;
   std::memcpy(bytes.data(), &response, sizeof response);
-  const bool sent =
-      event ? PutEvent(bytes.data(), bytes.size()) : _outbox->PutAnswer(bytes.data(), bytes.size());
+  const bool sent = isEvent ? PutEvent(bytes.data(), bytes.size())
+                            : _outbox->PutAnswer(bytes.data(), bytes.size());
   if (!sent) ReportErrno("SendStreamResponse: socket send failed");
   return sent;
 }

@@ -1,20 +1,23 @@
 // The server's end of one TCP peer: a detached thread that answers the peer's requests from a store
-// of this process and, once the peer has asked for events, forwards every change of the store to
-// it.
+// of this process and, once the peer has subscribed, forwards every change of the store to it.
+//
+//   auto* const connection = new NetworkTCPConnection(accepted);
+//   if (!connection->Start()) delete connection;
 //
 // The connection owns its socket and, once Start has succeeded, itself: its thread deletes it.
 //
-// Threads. Requests are worked on by the connection's thread. ParamChanged is called by whoever
-// changes the store. `_lock` guards what both use, and is never held while the store's listeners
-// are waited for, but for the first registration, when no change can be on its way here yet. All
-// that is sent goes through the outbox, record by record, so that answers and events never mix; a
-// peer that does not read fills it and is given up.
+// Threads. Requests are processed on the connection's thread, or before Start by whoever owns the
+// connection. ParamChanged is called by whoever changes the store. `_lock` guards what both use; no
+// listener of the store is waited for while it is held, except for the first registration, when no
+// change can be on its way here yet. Everything is sent through the outbox, record by record, so
+// that answers and events never mix; a peer that does not read fills it and is dropped.
 #pragma once
 
 #include <atomic>
 #include <list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "libconfig/base/Export.h"
 #include "libconfig/network/NetworkConnection.h"
@@ -30,17 +33,41 @@ class StreamReader;
 
 class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
  public:
-  // Takes over `socket`, which is connected to the peer.
+  // Takes ownership of `socket`, which is connected to the peer.
   explicit NetworkTCPConnection(Socket* socket);
   ~NetworkTCPConnection() override;
 
-  // `slot` is let go of when the connection has ended.
+  // `slot` is released when the connection has ended.
   bool Start(std::shared_ptr<void> slot = nullptr);
   // Whether the peer has sent a Connect Request. Any thread.
   bool HasConnected() const { return _connected; }
   // Ends the message loop. Any thread; the connection may be gone when it returns.
   void Stop();
+  // Processes requests until the connection ends, then leaves the store.
   void Run();
+  // Runs the connection and deletes it.
+  static void* pthread_start(void* connection);
+
+  // Requests one after the other. False when the peer ended the connection, true after Stop.
+  bool ProcessMessages();
+
+  // One request each: whether it was done, and answered where it has an answer. Of a Set String
+  // only the record; the value is read from the socket.
+  bool ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
+  bool ProcessDisconnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
+  bool ProcessAddConfigEventListenerRequest(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request);
+  bool ProcessRemoveConfigEventListenerRequest(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request);
+  bool ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request);
+  bool ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request);
+  bool ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request);
+  bool ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& request);
+
+  // Sends the parameter's current value with the type that answers `request`, a Get String or Set
+  // String, or as the event that `request` is.
+  bool SendStreamResponse(const XCONFIGMGR_REQUEST_T& request);
+  bool SendErrorResponse(XCONFIGMGR_CONNECTION_RESPONSE_T& response);
+  // Clears the response's streamLength and streamFormat.
+  bool SendErrorResponse(XCONFIGMGR_RESPONSE_T& response);
 
   using ConfigEventListener::ParamChanged;
   void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
@@ -51,26 +78,13 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
  private:
   union Request;
 
-  static void* pthread_start(void* connection);
-
-  bool ProcessMessages();
   bool ReceiveRequest(Request& request);
-  void Handle(Request& request);
-  void ProcessConnectRequest(Request& request);
-  void ProcessDisconnectRequest(Request& request);
-  void ProcessAddConfigEventListenerRequest(Request& request);
-  void ProcessRemoveConfigEventListenerRequest(Request& request);
-  void ProcessGetRequest(Request& request);
-  void ProcessSetRequest(Request& request);
-  void ProcessGetStreamRequest(Request& request);
-  void ProcessSetStreamRequest(Request& request);
-  bool ReceiveAndSet(uint32_t streamLength);
-
-  bool SendStreamResponse(const XCONFIGMGR_REQUEST_T& request);
-  bool SendErrorResponse(XCONFIGMGR_CONNECTION_RESPONSE_T& response);
-  bool SendErrorResponse(XCONFIGMGR_RESPONSE_T& response);
+  void Process(Request& request);
+  bool ReceiveStream(uint32_t length, std::vector<char>& bytes);
+  void FlushBeforeSet();
   bool PutEvent(const void* record, std::size_t length);
-  void LeaveStore(Config* store);
+  void LeaveStore();
+  void Leave(Config* store);
 
   const std::unique_ptr<Socket> _socket;
   const std::shared_ptr<Outbox> _outbox;
@@ -78,7 +92,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   std::atomic<bool> _stop{false};
 
   // Of the connection's thread alone.
-  StreamReader* _reader = nullptr;
+  const std::unique_ptr<StreamReader> _reader;
   std::string _peerName;
 
   // Written by the connection's thread alone, under _lock; it may read them without.

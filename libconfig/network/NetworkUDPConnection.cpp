@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "libconfig/access/Config.h"
+#include "libconfig/access/ParamRequest.h"
 #include "libconfig/access/StoreAccess.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
@@ -15,7 +16,6 @@
 #include "libconfig/network/Multicast.h"
 #include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Socket.h"
-#include "libconfig/values/ValueStream.h"
 
 namespace qel::vorlane::config::access {
 
@@ -31,6 +31,10 @@ union NetworkUDPConnection::Request {
 namespace {
 
 constexpr int kSendBuffer = 786432;
+
+constexpr qel::config::ParamFraming kFraming = {
+    eSerializationFormat_Network, false, sizeof(XCONFIGMGR_RESPONSE_T),
+    qel::config::limits::kDatagram, eMessageError_NoValue};
 
 // Null for what is no request, or not served: a listener joins the multicast group instead.
 const qel::config::RecordType* FindRequest(uint32_t type) {
@@ -52,12 +56,6 @@ XCONFIGMGR_RESPONSE_T ResponseTo(const Request& request, uint32_t type) {
   return response;
 }
 
-XCONFIGMGR_RESPONSE_T ParamResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, type);
-  response.paramID = request.paramID;
-  return response;
-}
-
 XCONFIGMGR_RESPONSE_T Event(uint32_t type, unsigned int configID, eParam_t param) {
   XCONFIGMGR_RESPONSE_T event = {};
   event.msgtype = type;
@@ -66,15 +64,6 @@ XCONFIGMGR_RESPONSE_T Event(uint32_t type, unsigned int configID, eParam_t param
   event.paramID = param;
   event.streamFormat = eSerializationFormat_Network;
   return event;
-}
-
-// `header` with `length` bytes behind it.
-std::vector<char> Datagram(const XCONFIGMGR_RESPONSE_T& header, const char* data,
-                           std::size_t length) {
-  std::vector<char> bytes(sizeof header + length);
-  std::memcpy(bytes.data(), &header, sizeof header);
-  if (length > 0) std::memcpy(bytes.data() + sizeof header, data, length);
-  return bytes;
 }
 
 std::unique_ptr<Socket> OpenMulticastSocket() {
@@ -126,7 +115,7 @@ class NetworkUDPConnection::StoreUse {
 };
 
 NetworkUDPConnection::NetworkUDPConnection(Socket* serverSocket)
-    : _multicastSocket(OpenMulticastSocket()), _serverSocket(*serverSocket) {
+    : _multicastSocket(OpenMulticastSocket()), _serverSocket(serverSocket) {
   _multicastAddress.sin_family = AF_INET;
   _multicastAddress.sin_port = htons(multicast::kPort);
   ::inet_pton(AF_INET, multicast::kGroup, &_multicastAddress.sin_addr);
@@ -168,21 +157,13 @@ void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& 
       break;
   }
   ConnectionUtilities::Dump(&request.param);
-  switch (request.msgtype) {
-    case XCFG_GET_PARAM_REQUEST:
-      return ProcessGetRequest(request.param);
-    case XCFG_SET_PARAM_REQUEST:
-      return ProcessSetRequest(request.param);
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-      return ProcessGetStreamRequest(request.param);
-    default:
-      break;
+  if (request.msgtype == XCFG_SET_STREAM_PARAM_REQUEST) {
+    const uint32_t announced = request.param.streamLength;
+    ProcessSetStreamRequest(request.param.configID, data + size,
+                            announced <= received - size ? announced : 0);
+  } else {
+    ProcessParamRequest(request.param);
   }
-  if (request.param.streamLength == 0 || request.param.streamLength > received - size) {
-    Report("NetworkUDPConnection::ProcessSetStreamMessage - invalid streamLength\n");
-    return;
-  }
-  ProcessSetStreamRequest(request.param.configID, data + size, request.param.streamLength);
 }
 
 NetworkUDPConnection::User NetworkUDPConnection::CurrentUser() const {
@@ -264,67 +245,68 @@ void NetworkUDPConnection::ProcessDisconnectRequest(
       if (lastUse) _instances.erase(found);
     }
   }
-  const XCONFIGMGR_CONNECTION_RESPONSE_T response = {
-      XCFG_DISCONNECT_RESPONSE, request.connectionID, request.requestID, request.configID,
-      request.priority,         kResultWord,          eNetworkError_None};
+  const XCONFIGMGR_CONNECTION_RESPONSE_T response = {XCFG_DISCONNECT_RESPONSE,
+                                                     request.connectionID,
+                                                     request.requestID,
+                                                     request.configID,
+                                                     request.priority,
+                                                     kResultWord,
+                                                     0};
   if (!SendTo(&response, sizeof response)) {
     ReportErrno("NetworkUDPConnection::ProcessDisconnectRequest - unable to send response");
     Report("NetworkUDPConnection::ProcessDisconnectRequest: unable to send response\n");
   }
 }
 
-void NetworkUDPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request) {
-  const StoreUse store(*this, request.configID);
-  if (store.Get() == nullptr) return;
-  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_GET_PARAM_RESPONSE);
-  response.value = store.Get()->Get(static_cast<eParam_t>(request.paramID));
-  SendTo(&response, sizeof response);
-}
-
-void NetworkUDPConnection::ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request) {
-  const StoreUse store(*this, request.configID);
-  if (store.Get() == nullptr) return;
+void NetworkUDPConnection::ProcessParamRequest(const XCONFIGMGR_REQUEST_T& request) {
+  const StoreUse use(*this, request.configID);
+  Config* const store = use.Get();
+  if (store == nullptr) return;
   const auto param = static_cast<eParam_t>(request.paramID);
-  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_SET_PARAM_RESPONSE);
-  if (store.Get()->Set(param, request.value) == 0) response.error = eNetworkError_Refused;
-  SendTo(&response, sizeof response);
-  if (response.error == 0) ParamChanged(param, request.configID, store.Get()->Get(param));
-}
-
-void NetworkUDPConnection::ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request) {
-  const StoreUse store(*this, request.configID);
-  if (store.Get() == nullptr) return;
-  // The type is the request's own; clients have always been answered so.
-  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_GET_STREAM_PARAM_REQUEST);
-  auto* const value = dynamic_cast<ConfigValue*>(
-      store.Get()->GetSerializable(static_cast<eParam_t>(request.paramID)));
-  std::vector<char> bytes;
-  if (value != nullptr) bytes = qel::config::EncodeValue(*value, eSerializationFormat_Network, 0);
-  // A value that is longer than any client would take is as good as none.
-  if (value == nullptr || sizeof response + bytes.size() > qel::config::limits::kDatagram) {
-    bytes.clear();
-    response.error = eNetworkError_NoValue;
+  qel::config::ParamAnswer answer = qel::config::AnswerParamRequest(
+      *store, {request.msgtype, param, request.value, nullptr, 0}, kFraming);
+  const bool getsStream = request.msgtype == XCFG_GET_STREAM_PARAM_REQUEST;
+  // The type of a value's answer is the request's own; clients have always been answered so.
+  XCONFIGMGR_RESPONSE_T response =
+      ResponseTo(request, getsStream ? request.msgtype : qel::config::AnswerType(request.msgtype));
+  response.paramID = request.paramID;
+  response.value = answer.value;
+  // A number that cannot be read is 0.
+  if (request.msgtype != XCFG_GET_PARAM_REQUEST) response.error = answer.error;
+  if (answer.record.empty()) {
+    SendTo(&response, sizeof response);
   } else {
-    response.streamLength = static_cast<uint32_t>(bytes.size());
+    response.streamLength = static_cast<uint32_t>(answer.record.size() - sizeof response);
     response.streamFormat = eSerializationFormat_Network;
+    std::memcpy(answer.record.data(), &response, sizeof response);
+    if (!SendTo(answer.record.data(), answer.record.size())) {
+      Report("NetworkUDPConnection::ProcessGetStreamRequest - sendto failed\n");
+    }
   }
-  const std::vector<char> datagram = Datagram(response, bytes.data(), bytes.size());
-  if (!SendTo(datagram.data(), datagram.size())) {
-    Report("NetworkUDPConnection::ProcessGetStreamRequest - sendto failed\n");
+  if (request.msgtype == XCFG_SET_PARAM_REQUEST && answer.error == 0) {
+    ParamChanged(param, request.configID, store->Get(param));
   }
 }
 
-void NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* data,
+bool NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* data,
                                                    unsigned int length) {
+  if (length == 0) {
+    Report("NetworkUDPConnection::ProcessSetStreamMessage - invalid streamLength\n");
+    return false;
+  }
   const StoreUse store(*this, configID);
-  if (store.Get() == nullptr) return;
-  const auto value = qel::config::DecodeValue(data, length, eSerializationFormat_Network);
-  if (value == nullptr || !DoSetRequest(store.Get(), value.get())) return;
-  ParamChanged(value->GetParamID(), configID, data, length);
+  if (store.Get() == nullptr) return false;
+  const qel::config::ParamAnswer answer = qel::config::AnswerParamRequest(
+      *store.Get(), {XCFG_SET_STREAM_PARAM_REQUEST, eParamID_None, 0, data, length}, kFraming);
+  if (answer.error != 0) return false;
+  ParamChanged(answer.param, configID, data, length);
+  return true;
 }
 
 bool NetworkUDPConnection::SendTo(const void* record, std::size_t length) {
-  return _serverSocket.sendto(const_cast<void*>(record), static_cast<unsigned>(length), _peer) != 0;
+  return _serverSocket != nullptr &&
+         _serverSocket->sendto(const_cast<void*>(record), static_cast<unsigned>(length), _peer) !=
+             0;
 }
 
 void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, unsigned int value) {
@@ -342,7 +324,9 @@ void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, c
   if (_multicastSocket == nullptr) return;
   XCONFIGMGR_RESPONSE_T event = Event(XCFG_PARAM_STREAM_CHANGED_EVENT, configID, param);
   event.streamLength = length;
-  std::vector<char> datagram = Datagram(event, data, length);
+  std::vector<char> datagram(sizeof event + length);
+  std::memcpy(datagram.data(), &event, sizeof event);
+  std::memcpy(datagram.data() + sizeof event, data, length);
   if (!_multicastSocket->sendto(datagram.data(), static_cast<unsigned>(datagram.size()),
                                 _multicastAddress)) {
     ReportErrno("NetworkUDPConnection::ParamChanged");

@@ -1,13 +1,11 @@
 // Serves every peer of a datagram server: answers each request to its sender, and multicasts the
 // changes that were made through it. Changes that reach a store by other ways are not multicast, so
-// it listens to no store.
+// it listens to no store. NetworkServer makes one; its thread alone uses it.
 //
-// Peers share one connection to a store for each configuration number, which is given back with the
+// Peers share one connection to a store for each configuration number, which is released with the
 // Disconnect of the last of them. A peer is known by its address and the identifier in its records.
-// Nobody is refused for want of room, as many peers leave without a word: the oldest are forgotten,
-// and the configuration that has been asked for least recently makes room for a new one.
-//
-// Made and used by the server's thread alone.
+// Nobody is refused for want of room, as many peers never disconnect: the oldest are forgotten, and
+// the configuration that was used least recently makes room for a new one.
 #pragma once
 
 #include <netinet/in.h>
@@ -38,6 +36,10 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   // One datagram and its sender. What is no whole request is dropped with a message.
   void ProcessMessages(char* data, int length, sockaddr_in& from);
 
+  // Stores one serialized value and announces it. False when it was refused, or nobody has
+  // connected to the configuration.
+  bool ProcessSetStreamRequest(unsigned int configID, char* data, unsigned int length);
+
   // Announce a change.
   void ParamChanged(eParam_t param, unsigned int configID, unsigned int value);
   void ParamChanged(eParam_t param, unsigned int configID, char* data, unsigned int length);
@@ -67,10 +69,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
 
   void ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
   void ProcessDisconnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
-  void ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request);
-  void ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request);
-  void ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request);
-  void ProcessSetStreamRequest(unsigned int configID, char* data, unsigned int length);
+  void ProcessParamRequest(const XCONFIGMGR_REQUEST_T& request);
   bool AddUser(uint32_t configID);
   void MakeRoom();
   User CurrentUser() const;
@@ -79,7 +78,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   std::unique_ptr<Socket> _multicastSocket;
   sockaddr_in _multicastAddress = {};
   std::map<uint32_t, Instance> _instances;  // by configuration number
-  Socket& _serverSocket;
+  Socket* const _serverSocket;
   uint32_t _sequence = 0;  // of the next number event
 
   // Of the request that is being worked on.

@@ -42,6 +42,12 @@ void RemoveStaleSocket(const char* path) {
   if (::lstat(path, &status) == 0 && S_ISSOCK(status.st_mode)) ::unlink(path);
 }
 
+// Port 0 lets the system choose one, where that is allowed. Sets errno on failure.
+bool IsPort(int port, int lowest) {
+  errno = EADDRNOTAVAIL;
+  return port >= lowest && port <= 65535;
+}
+
 timeval ToTimeval(unsigned milliseconds) {
   timeval time;
   time.tv_sec = milliseconds / 1000;
@@ -157,7 +163,7 @@ int Socket::bind_inet(int port) {
   if (port == 0) KeepPortToItself(use.fd);
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
-  if (::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
+  if (!IsPort(port, 0) || ::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
     ReportErrno("Socket::bind_inet");
     return 0;
   }
@@ -269,7 +275,7 @@ int Socket::connect_inet(std::string host, int port) {
     // Not a dotted address: nobody can be reached at this one, so that connect fails.
     _inetAddr.sin_addr.s_addr = INADDR_NONE;
   }
-  if (ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
+  if (!IsPort(port, 1) || ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
     ReportErrno("Socket::connect_inet - connect() failed");
     return 0;
   }
@@ -357,20 +363,6 @@ int Socket::recv(char* data, unsigned length) {
     }
     std::memcpy(data + received, piece.get(),
                 std::min<std::size_t>(static_cast<std::size_t>(count), length - received));
-    received += static_cast<unsigned>(count);
-  }
-  return static_cast<int>(received);
-}
-
-int Socket::recv_exact(char* data, unsigned length) {
-  unsigned received = 0;
-  while (received < length) {
-    const ssize_t count = recv_some(data + received, length - received);
-    if (count == 0) break;
-    if (count == -1) {
-      ReportErrno("Socket::recv - failed");
-      return -1;
-    }
     received += static_cast<unsigned>(count);
   }
   return static_cast<int>(received);

@@ -1,10 +1,13 @@
 // One socket: stream or datagram, Internet or local, as its constructor is told. The object owns
-// its descriptor. Operations answer 1 or a byte count on success and 0 on failure, unless they say
+// its descriptor. Operations return 1 or a byte count on success and 0 on failure, unless they say
 // otherwise; each failure is reported in one line on standard error, and nothing is thrown.
 //
-// One thread may receive while another sends. Any thread may close: it wakes everybody who is
-// inside a call, and the descriptor's number is freed when the last of them has left. Opening,
-// binding and connecting are for one thread at a time.
+//   Socket socket(AF_INET, SOCK_STREAM);
+//   if (!socket.create() || !socket.connect("127.0.0.1", 43110)) return false;
+//
+// One thread may receive while another sends. Any thread may close: that wakes all threads inside a
+// call, and the descriptor's number is freed when the last of them has left. Opening, binding and
+// connecting are for one thread at a time.
 #pragma once
 
 #include <netinet/in.h>
@@ -30,8 +33,9 @@ class LIBCONFIG_API Socket {
   // a call is going to free the descriptor.
   int close();
 
-  // To any interface, or to that of `host`, a dotted address; the empty host is any interface. A
-  // local socket is bound to the file that its port numbers, see build_local_path.
+  // To any interface, or to that of `host`, a dotted address; the empty host is any interface. Port
+  // 0 lets the system choose. A local socket is bound to the file that its port numbers, see
+  // build_local_path.
   int bind(int port);
   int bind(const std::string& host, int port);
   int bind_inet(int port);
@@ -55,19 +59,15 @@ class LIBCONFIG_API Socket {
   int sendall(char* data, int* length);
   // Datagram: one datagram of at most `length` bytes. Stream: asks for `length` bytes over and over
   // until as many are in, so that its count is greater than `length` when a peer sends on; what is
-  // too much is lost. The count so far when the peer closes; -1 on an error. For records that may
-  // be cut anywhere use recv_exact.
+  // too much is lost. The count so far when the peer closes; -1 on an error.
   int recv(char* data, unsigned length);
-  // `length` bytes, waiting for them, or what came before the peer closed; -1 on an error.
-  int recv_exact(char* data, unsigned length);
   // Waits for `length` bytes and leaves them in the socket.
   int peek(char* data, unsigned length);
   int sendto(void* data, unsigned length, const sockaddr_in& to);
   int recvfrom(void* data, unsigned length, sockaddr_in& from);
 
   // The system's own calls, without a report and with errno set: one receive, with its sender or
-  // without; one send, which does
-  // not wait when `wait` is false.
+  // without; one send, which does not wait when `wait` is false.
   ssize_t recv_some(void* data, std::size_t length);
   ssize_t recvfrom_some(void* data, std::size_t length, sockaddr_in& from);
   ssize_t send_some(const void* data, std::size_t length, bool wait);
@@ -100,7 +100,6 @@ class LIBCONFIG_API Socket {
   bool is_peer_gone();
   // For poll; stale as soon as somebody closes.
   int descriptor() const { return _fd.load(std::memory_order_relaxed); }
-  int get_family() const { return _family; }
   int get_type() const { return _type; }
   // The port last bound or connected, 0 before.
   int get_port() const { return _port; }

@@ -18,16 +18,7 @@
 #include "tests/testing/Wire.h"
 
 using qel::vorlane::config::access::NetworkServer;
-using testing_support::ActingListener;
-using testing_support::Bytes;
-using testing_support::ConnectionRequest;
-using testing_support::Eventually;
-using testing_support::ListenerRequest;
-using testing_support::ParamRequest;
-using testing_support::SetStringRequest;
-using testing_support::TestServer;
-using testing_support::WirePeer;
-using testing_support::operator+;
+using namespace testing_support;
 using Clock = std::chrono::steady_clock;
 
 TEST(ServerLoad, TellsAWatcherOfEachOfABurstOfChangesInOrder) {
@@ -60,6 +51,7 @@ TEST(ServerLoad, DoesNotLetAWatcherThatNeverReadsHoldUpTheOthers) {
   WirePeer setter(server.GetPort(), 41);
   const std::string large(60000, 'x');
   Clock::duration longest{};
+  Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=41");
   // Until the deaf one is given up, which a socket's buffers put off for some megabytes.
   bool givenUp = false;
   for (uint32_t i = 0; i < 2000 && !givenUp; ++i) {
@@ -69,10 +61,9 @@ TEST(ServerLoad, DoesNotLetAWatcherThatNeverReadsHoldUpTheOthers) {
     ASSERT_EQ(11U, event.size());
     ASSERT_EQ(event[9], watcher.Receive(event[9]).size());
     longest = std::max(longest, Clock::now() - begin);
-    Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=41");
     givenUp = static_cast<ConfigManager*>(store)->GetUseCount() == 3;
-    ConfigFactoryImpl::GetInstance()->Disconnect(store);
   }
+  ConfigFactoryImpl::GetInstance()->Disconnect(store);
   EXPECT_TRUE(givenUp);
   // A hundred milliseconds is what anybody may wait; loaded machines running instrumented code are
   // given more, a peer that holds up others would take for ever.
@@ -136,10 +127,18 @@ TEST(ServerLoad, SurvivesFourHundredPeersThatComeAndGo) {
   ConfigFactoryImpl::GetInstance()->Disconnect(store);
 }
 
-TEST(ServerLoad, TurnsAwayThePeerThatIsOneTooMany) {
+TEST(ServerLoad, TurnsAwayAPeerOnlyWhenAllPlacesAreInUse) {
   TestServer server;
   std::vector<std::unique_ptr<WirePeer>> peers;
-  for (int i = 0; i < 512; ++i) peers.push_back(std::make_unique<WirePeer>(server.GetPort(), 45));
+  const auto connect = [](WirePeer& peer) {
+    return peer.Send(ConnectionRequest(16, 45)) && peer.Record(7).size() == 7;
+  };
+  while (peers.size() < 512) peers.push_back(std::make_unique<WirePeer>(server.GetPort()));
+  EXPECT_TRUE(connect(*peers[0]));
+  // The oldest that has not connected makes room, and the next one stays.
+  WirePeer next(server.GetPort(), 45);
+  EXPECT_TRUE(peers[1]->IsClosedByPeer());
+  for (std::size_t i = 2; i < peers.size(); ++i) EXPECT_TRUE(connect(*peers[i]));
   testing::internal::CaptureStderr();
   {
     WirePeer surplus(server.GetPort());
@@ -147,26 +146,13 @@ TEST(ServerLoad, TurnsAwayThePeerThatIsOneTooMany) {
   }
   EXPECT_EQ("NetworkServer::Run - unable to start connection\n",
             testing::internal::GetCapturedStderr());
-  EXPECT_EQ(0U, peers.front()->Get(eParamID_IPConfig));
+  EXPECT_EQ(0U, peers[0]->Get(eParamID_IPConfig));
   peers.pop_back();
   // Room again, as soon as the server has noticed.
   EXPECT_TRUE(Eventually([&] {
-    WirePeer next(server.GetPort());
-    next.Send(ConnectionRequest(16, 45));
-    return next.Record(7).size() == 7;
+    WirePeer late(server.GetPort());
+    return connect(late);
   }));
-}
-
-TEST(ServerLoad, LetsSilentPeersMakeRoom) {
-  TestServer server;
-  std::vector<std::unique_ptr<WirePeer>> peers;
-  peers.push_back(std::make_unique<WirePeer>(server.GetPort(), 45));
-  while (peers.size() < 512) peers.push_back(std::make_unique<WirePeer>(server.GetPort()));
-  WirePeer next(server.GetPort(), 45);
-  EXPECT_TRUE(peers[1]->IsClosedByPeer());
-  EXPECT_EQ(0U, peers.front()->Get(eParamID_IPConfig));
-  EXPECT_TRUE(peers[2]->Send(ConnectionRequest(16, 45)));
-  EXPECT_EQ(7U, peers[2]->Record(7).size());
 }
 
 // A listener of this process that takes its time does not hold back what was there before it.
@@ -244,11 +230,13 @@ TEST(ServerLoad, BearsHostileStreams) {
 TEST(Server, BearsAThousandStartsAndStops) {
   testing::internal::CaptureStderr();
   for (int i = 0; i < 1000; ++i) {
-    auto* const server = new NetworkServer(AF_INET, SOCK_STREAM, 0, "127.0.0.1");
+    const int type = i % 2 == 0 ? SOCK_STREAM : SOCK_DGRAM;
+    auto* const server = new NetworkServer(AF_INET, type, 0, "127.0.0.1");
     ASSERT_TRUE(server->Init());
     const int port = server->GetPort();
     ASSERT_TRUE(server->Start());
     if (i % 4 == 0) WirePeer peer(port, 48);
+    if (i % 4 == 1) Datagrams(port).Send(ConnectionRequest(16, 48));
     server->Stop();
   }
   testing::internal::GetCapturedStderr();
@@ -261,10 +249,25 @@ TEST(Server, RefusesAnAddressThatIsTakenOrNotOurs) {
   EXPECT_FALSE(taken.Init());
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
               testing::EndsWith("NetworkServer::Init - failed to bind Socket\n"));
-  NetworkServer foreign(AF_INET, SOCK_STREAM, 0, "203.0.113.1");
-  EXPECT_FALSE(foreign.Init());
-  NetworkServer nonsense(AF_INET, SOCK_STREAM, 0, "everywhere");
-  EXPECT_FALSE(nonsense.Init());
+  EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 0, "203.0.113.1").Init());
+  EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 0, "everywhere").Init());
+  EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 65536, "127.0.0.1").Init());
+}
+
+TEST(Server, WithoutASocketTellsItOnceAndWaits) {
+  for (const int type : {SOCK_STREAM, SOCK_DGRAM}) {
+    for (const bool init : {false, true}) {
+      auto* const server = new NetworkServer(AF_INET, type, -1);
+      EXPECT_FALSE(init && server->Init());
+      testing::internal::CaptureStderr();
+      std::thread thread(NetworkServer::pthread_start, server);
+      std::this_thread::sleep_for(std::chrono::milliseconds(120));
+      server->Stop();
+      thread.join();
+      EXPECT_EQ("NetworkServer::Run - no socket to serve: Init failed or was not called\n",
+                testing::internal::GetCapturedStderr());
+    }
+  }
 }
 
 TEST(Server, ServesLocalSocketsAsWell) {
@@ -279,7 +282,7 @@ TEST(Server, ServesLocalSocketsAsWell) {
   path.copy(address.sun_path, sizeof address.sun_path - 1);
   ASSERT_EQ(0, ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
   {
-    testing_support::Wire peer(fd);
+    Wire peer(fd);
     ASSERT_TRUE(peer.Send(ConnectionRequest(16, 49)));
     EXPECT_EQ(32U, peer.Record(7).at(0));
   }

@@ -2,31 +2,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <memory>
+#include <numeric>
 #include <string>
 #include <thread>
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/manager/ConfigManager.h"
+#include "libconfig/network/NetworkServer.h"
+#include "libconfig/network/NetworkTCPConnection.h"
+#include "libconfig/network/Outbox.h"
+#include "libconfig/network/Socket.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Wire.h"
 
 using testing::ElementsAre;
-using testing_support::Bytes;
-using testing_support::ConnectionRequest;
-using testing_support::Eventually;
-using testing_support::Golden;
-using testing_support::Hex;
-using testing_support::ListenerRequest;
-using testing_support::ParamRequest;
-using testing_support::SetStringRequest;
-using testing_support::StringValueBytes;
-using testing_support::TestServer;
-using testing_support::WirePeer;
-using testing_support::Words;
-using testing_support::operator+;
+using namespace testing_support;
 
 namespace {
 
@@ -74,23 +69,6 @@ TEST(ServerProtocol, RepeatsWhatTheRequestSaysOfItself) {
   EXPECT_THAT(peer.Record(), ElementsAre(96U, 1U, 2U, 3U, 4U, 5U, 0x32010000U, 0U, 0U, 0U, 0U));
 }
 
-TEST(ServerProtocol, EndsAPeerOfTheOtherByteOrderAtItsFirstWord) {
-  TestServer server;
-  for (const auto& message : Golden().GetExchange("tcp")) {
-    if (!message.fromClient) continue;
-    WirePeer own(server.GetPort(), 11);
-    WirePeer other(server.GetPort());
-    testing::internal::CaptureStderr();
-    ASSERT_TRUE(other.Send(message.ToBytes(testing_support::kOtherOrder)));
-    EXPECT_TRUE(other.IsClosedByPeer());
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::HasSubstr(
-                    "Unknown message type " +
-                    std::to_string(static_cast<int>(message.fields[0].second << 24)) + "\n"));
-    EXPECT_EQ(0U, own.Get(eParamID_MediaUpdated));
-  }
-}
-
 TEST(ServerProtocol, SendsEachChangeToWhoeverAskedForAny) {
   TestServer server;
   Store store(12);
@@ -119,26 +97,20 @@ TEST(ServerProtocol, SendsEachChangeToWhoeverAskedForAny) {
 TEST(ServerProtocol, SurvivesEveryRequestBeforeConnect) {
   TestServer server;
   WirePeer peer(server.GetPort());
-  ASSERT_TRUE(peer.Send(ParamRequest(80, eParamID_IPConfig, 0, 1)));
-  auto answer = peer.Record();
-  EXPECT_EQ(96U, answer.at(0));
-  EXPECT_EQ(107U, answer.at(7));
-  ASSERT_TRUE(peer.Send(ParamRequest(112, eParamID_SysName, 0, 2)));
-  answer = peer.Record();
-  EXPECT_EQ(128U, answer.at(0));
-  EXPECT_EQ(107U, answer.at(7));
-  EXPECT_EQ(0U, answer.at(9));
+  const auto answer = [&](const Bytes& request, std::size_t words = 11) {
+    EXPECT_TRUE(peer.Send(request));
+    auto record = peer.Record(words);
+    record.resize(11);
+    return std::array<uint32_t, 4>{record[0], record[2], record[7], record[9]};
+  };
+  using Answer = std::array<uint32_t, 4>;  // type, request, error, streamLength
+  EXPECT_EQ((Answer{96, 1, 107, 0}), answer(ParamRequest(80, eParamID_IPConfig, 0, 1)));
+  EXPECT_EQ((Answer{128, 2, 107, 0}), answer(ParamRequest(112, eParamID_SysName, 0, 2)));
   ASSERT_TRUE(peer.Send(ParamRequest(81, eParamID_IPConfig, 1)));
-  ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, "nobody", 3)));
-  answer = peer.Record();
-  EXPECT_EQ(129U, answer.at(0));
-  EXPECT_EQ(3U, answer.at(2));
-  EXPECT_EQ(53U, answer.at(7));
+  EXPECT_EQ((Answer{129, 3, 53, 0}), answer(SetStringRequest(eParamID_SysName, "nobody", 3)));
   ASSERT_TRUE(peer.Send(ListenerRequest(48)));
-  ASSERT_TRUE(peer.Send(ListenerRequest(49)));
-  EXPECT_EQ(65U, peer.Record(7).at(0));
-  ASSERT_TRUE(peer.Send(ConnectionRequest(17)));
-  EXPECT_EQ(33U, peer.Record(7).at(0));
+  EXPECT_EQ(65U, answer(ListenerRequest(49), 7)[0]);
+  EXPECT_EQ(33U, answer(ConnectionRequest(17), 7)[0]);
   EXPECT_TRUE(peer.IsClosedByPeer());
 }
 
@@ -147,9 +119,12 @@ TEST(ServerProtocol, LeavesTheFirstStoreCompletelyOnASecondConnect) {
   Store first(21);
   Store second(22);
   WirePeer peer(server.GetPort(), 21);
+  const auto connect = [&](int number) {
+    ASSERT_TRUE(peer.Send(ConnectionRequest(16, static_cast<uint32_t>(number))));
+    EXPECT_EQ(32U, peer.Record(7).at(0));
+  };
   peer.Listen();
-  ASSERT_TRUE(peer.Send(ConnectionRequest(16, 22)));
-  EXPECT_EQ(32U, peer.Record(7).at(0));
+  connect(22);
   EXPECT_EQ(1, first->GetUseCount());
   EXPECT_EQ(2, second->GetUseCount());
   first->Set(eParamID_MediaUpdated, 1U);
@@ -158,10 +133,11 @@ TEST(ServerProtocol, LeavesTheFirstStoreCompletelyOnASecondConnect) {
   peer.Listen();
   second->Set(eParamID_MediaUpdated, 0U);
   EXPECT_EQ(22U, peer.Record().at(3));
-  // The same store once more is one use.
-  ASSERT_TRUE(peer.Send(ConnectionRequest(16, 22)));
-  EXPECT_EQ(32U, peer.Record(7).at(0));
+  // The same store once more is one use, and is still listened to.
+  connect(22);
   EXPECT_EQ(2, second->GetUseCount());
+  second->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_EQ(144U, peer.Record().at(0));
 }
 
 TEST(ServerProtocol, AnswersARefusedStringAndKeepsItsPlace) {
@@ -189,7 +165,6 @@ TEST(ServerProtocol, AnswersARefusedStringAndKeepsItsPlace) {
 }
 
 TEST(ServerProtocol, CarriesAnIntegerValueBothWays) {
-  using testing_support::BigWord;
   TestServer server;
   WirePeer peer(server.GetPort(), 32);
   const Bytes value =
@@ -207,22 +182,67 @@ TEST(ServerProtocol, CarriesAnIntegerValueBothWays) {
   EXPECT_EQ(60U, peer.Record().at(7));
 }
 
-TEST(ServerProtocol, CarriesAStringOfAMegabyteToItsReadersAndWatchers) {
+// With so little room that nearly all of a megabyte is still in the outbox when the peer has said
+// its last word.
+TEST(ServerProtocol, SendsAllThatAPeerAskedForBeforeItEnds) {
   TestServer server;
+  const std::string text(1024 * 1024 - 17, 'm');
   WirePeer watcher(server.GetPort(), 33);
   watcher.Listen();
-  WirePeer peer(server.GetPort(), 33);
-  const std::string text(1024 * 1024 - 17, 'm');
-  ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, text)));
-  EXPECT_EQ(text, peer.GetString(eParamID_SysName));
-  const auto event = watcher.Record();
-  ASSERT_EQ(145U, event.at(0));
-  EXPECT_EQ(event[9], watcher.Receive(event[9]).size());
+  for (const bool takesLeave : {true, false}) {
+    WirePeer peer(server.GetPort(), 33);
+    const int small = 4096;
+    ::setsockopt(peer.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+    const Bytes ask = ParamRequest(112, eParamID_SysName);
+    ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, text) +
+                          (takesLeave ? ask + ConnectionRequest(17) : ask)));
+    if (!takesLeave) peer.CloseForWriting();
+    const auto event = watcher.Record();
+    ASSERT_EQ(145U, event.at(0));
+    EXPECT_EQ(event[9], watcher.Receive(event[9]).size());
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const auto answer = peer.Record();
+    ASSERT_EQ(128U, answer.at(0));
+    const Bytes value = peer.Receive(answer[9]);
+    EXPECT_EQ(text, std::string(value.begin() + 16, value.end() - 1));
+    EXPECT_EQ(takesLeave ? 1U : 0U, peer.Record(7).size() / 7);
+    EXPECT_TRUE(peer.IsClosedByPeer());
+  }
+}
+
+// What a socket takes of a record, and what stays, are the same record.
+TEST(Outbox, SendsWholeRecordsInOrderToAPeerThatReadsLate) {
+  WireListener listener;
+  Socket socket(AF_INET, SOCK_STREAM);
+  ASSERT_EQ(1, socket.create());
+  ASSERT_EQ(1, socket.set_buffer_size(SO_SNDBUF, 4096));
+  ASSERT_EQ(1, socket.connect("127.0.0.1", listener.GetPort()));
+  Wire peer(listener.Accept());
+  const auto outbox = std::make_shared<qel::vorlane::config::access::Outbox>(socket);
+  using Put = qel::vorlane::config::access::Outbox::Put;
+  Bytes sent;
+  Bytes received;
+  // Several times what an outbox holds, so that it makes room in front, too.
+  for (int i = 0; i < 40; ++i) {
+    Bytes record(50000 + static_cast<std::size_t>(i));
+    std::iota(record.begin(), record.end(), static_cast<char>(i));
+    sent.insert(sent.end(), record.begin(), record.end());
+    Put put;
+    while ((put = outbox->PutRecord(record.data(), record.size())) == Put::kFull) {
+      received = std::move(received) + peer.Receive(30000);
+    }
+    ASSERT_EQ(Put::kTaken, put);
+  }
+  received = std::move(received) + peer.Receive(sent.size() - received.size());
+  EXPECT_TRUE(sent == received);
+  outbox->Close();
 }
 
 TEST(ServerProtocol, StopsAConnectionAtAMessageThatItDoesNotKnow) {
   TestServer server;
-  for (const uint32_t type : {0U, 18U, 96U, 114U, 0xFFFFFFFFU}) {
+  WirePeer other(server.GetPort(), 11);
+  // The last two are requests of the other byte order.
+  for (const uint32_t type : {0U, 18U, 96U, 114U, 0xFFFFFFFFU, 16U << 24, 80U << 24}) {
     WirePeer peer(server.GetPort(), 0);
     testing::internal::CaptureStderr();
     ASSERT_TRUE(peer.Send(ParamRequest(type, 0)));
@@ -231,6 +251,7 @@ TEST(ServerProtocol, StopsAConnectionAtAMessageThatItDoesNotKnow) {
                 testing::HasSubstr("NetworkTCPConnection::ProcessMessages - Unknown message type " +
                                    std::to_string(static_cast<int>(type)) + "\n"));
   }
+  EXPECT_EQ(0U, other.Get(eParamID_MediaUpdated));
 }
 
 TEST(ServerProtocol, UnderstandsRecordsThatWereCutAnywhere) {
@@ -254,6 +275,36 @@ TEST(ServerProtocol, UnderstandsRecordsThatWereCutAnywhere) {
   }
   for (const char byte : stream) ASSERT_TRUE(peer.Send({byte}));
   EXPECT_EQ(3U, peer.Record().at(2));
+}
+
+// A program may call the parts of a server one by one, in any order.
+TEST(ServerProtocol, SurvivesItsOperationsInAnyOrder) {
+  namespace access = qel::vorlane::config::access;
+  access::NetworkServer datagrams(AF_INET, SOCK_DGRAM, 0, "127.0.0.1");
+  access::NetworkServer server(AF_INET, SOCK_STREAM, 0, "127.0.0.1");
+  for (auto* const either : {&datagrams, &server}) {
+    EXPECT_EQ(nullptr, either->WaitForConnection());
+    EXPECT_FALSE(either->WaitForDatagram());
+    EXPECT_EQ(0, either->GetPort());
+    ASSERT_TRUE(either->Init());
+  }
+  EXPECT_EQ(nullptr, datagrams.WaitForConnection());
+  EXPECT_FALSE(server.WaitForDatagram());
+  WirePeer first(server.GetPort());
+  const std::unique_ptr<access::NetworkTCPConnection> connection(server.WaitForConnection());
+  ASSERT_NE(nullptr, connection);
+  access::XCONFIGMGR_REQUEST_T request = {};
+  request.msgtype = 112;
+  EXPECT_FALSE(connection->SendStreamResponse(request));
+  EXPECT_EQ(107U, first.Record().at(7));
+  EXPECT_FALSE(connection->ProcessGetRequest(request));
+  EXPECT_EQ(107U, first.Record().at(7));
+  EXPECT_TRUE(connection->ProcessConnectRequest({16, 1, 0, 23, 0, 0}));
+  EXPECT_EQ(32U, first.Record(7).at(0));
+  EXPECT_TRUE(connection->ProcessAddConfigEventListenerRequest({}));
+  Store(23)->Set(eParamID_MediaUpdated, 1U);
+  EXPECT_EQ(144U, first.Record().at(0));
+  access::NetworkTCPConnection(nullptr).Run();
 }
 
 TEST(ServerProtocol, AnswersAPeerThatHasFinishedAsking) {

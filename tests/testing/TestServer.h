@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <string>
+#include <thread>
 
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkServer.h"
@@ -20,9 +21,13 @@ class TestServer {
     ConfigFactoryImpl::GetInstance();
     EXPECT_TRUE(_server->Init());
     _port = _server->GetPort();
-    EXPECT_TRUE(_server->Start());
+    // On a thread that can be joined, so that the server's last words are not the next test's.
+    _thread = std::thread(Server::pthread_start, _server);
   }
-  ~TestServer() { _server->Stop(); }
+  ~TestServer() {
+    _server->Stop();
+    _thread.join();
+  }
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
 
@@ -34,6 +39,7 @@ class TestServer {
   Server* const _server;
   const std::string _scheme;
   int _port = 0;
+  std::thread _thread;
 };
 
 }  // namespace testing_support

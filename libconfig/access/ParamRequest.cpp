@@ -1,0 +1,96 @@
+#include "libconfig/access/ParamRequest.h"
+
+#include <string>
+#include <utility>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/access/MessageRecords.h"
+#include "libconfig/base/Diagnostics.h"
+#include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/StringValue.h"
+#include "libconfig/values/ValueStream.h"
+
+namespace qel::config {
+
+namespace {
+
+bool IsCarried(ConfigValue* value, const ParamFraming& framing) {
+  return value != nullptr && (!framing.isTextOnly || value->GetClassID() == eClassID_StringValue);
+}
+
+void GetStream(Config& store, const ParamFraming& framing, ParamAnswer& answer) {
+  auto* const value = dynamic_cast<ConfigValue*>(store.GetSerializable(answer.param));
+  if (!IsCarried(value, framing)) {
+    answer.error = eMessageError_NoValue;
+    return;
+  }
+  answer.record = EncodeValue(*value, framing.format, framing.header);
+  if (answer.record.size() <= framing.longest) return;
+  answer.record.clear();
+  answer.error = framing.tooLong;
+}
+
+bool SetStream(Config& store, const ParamRequest& request, const ParamFraming& framing,
+               ParamAnswer& answer) {
+  const auto value = DecodeValue(request.stream, request.length, framing.format);
+  if (!IsCarried(value.get(), framing)) return false;
+  // Where the value alone tells the parameter, as over the network, it is the value's.
+  answer.param = value->GetParamID();
+  return (!framing.isTextOnly || answer.param == request.param) && SetByClass(store, *value);
+}
+
+}  // namespace
+
+ParamAnswer AnswerParamRequest(Config& store, const ParamRequest& request,
+                               const ParamFraming& framing) {
+  ParamAnswer answer;
+  answer.param = request.param;
+  bool isDone = true;
+  switch (request.type) {
+    case XCFG_GET_PARAM_REQUEST:
+      if (store.Get(request.param, answer.value) == 0) answer.error = eMessageError_NoValue;
+      break;
+    case XCFG_GET_STREAM_PARAM_REQUEST:
+      GetStream(store, framing, answer);
+      break;
+    case XCFG_SET_PARAM_REQUEST:
+      isDone = store.Set(request.param, request.value) != 0;
+      break;
+    default:
+      isDone = SetStream(store, request, framing, answer);
+      break;
+  }
+  if (!isDone) answer.error = eMessageError_Refused;
+  return answer;
+}
+
+bool SetByClass(Config& store, ConfigValue& value) {
+  switch (value.GetClassID()) {
+    case eClassID_IntegerValue: {
+      auto* const number = dynamic_cast<IntegerValue*>(&value);
+      if (number == nullptr) {
+        Report(
+            "NetworkConnection::DoSetRequest - type error, configValue is not an IntegerValue\n");
+        return false;
+      }
+      unsigned int content;
+      number->Get(content);
+      return store.Set(value.GetParamID(), content) != 0;
+    }
+    case eClassID_StringValue: {
+      auto* const text = dynamic_cast<StringValue*>(&value);
+      if (text == nullptr) {
+        Report("NetworkConnection::DoSetRequest - type error, configValue is not a StringValue\n");
+        return false;
+      }
+      std::string content;
+      text->Get(content);
+      return store.Set(value.GetParamID(), std::move(content)) != 0;
+    }
+    default:
+      Report("NetworkConnection::DoSetRequest - returning error (unsupported classID)\n");
+      return false;
+  }
+}
+
+}  // namespace qel::config
