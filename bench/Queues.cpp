@@ -1,4 +1,4 @@
-// A read over the message queues of this machine, from the caller through configd's service and
+// A read over the message queues of this machine, from the caller through the library's server and
 // back, against the two messages alone, and against the same read over TCP.
 #include <fcntl.h>
 #include <mqueue.h>
@@ -18,7 +18,6 @@
 #include "bench/Machine.h"
 #include "bench/NetworkGet.h"
 #include "bench/Rounds.h"
-#include "configd/QueueService.h"
 #include "libconfig/libconfig.h"
 
 namespace bench {
@@ -97,18 +96,18 @@ class QueuePingPong {
   std::thread _thread;
 };
 
-// The library's client and the daemon's service, with the service's thread on `serverCore`.
+// The library's client and server, with the server's threads on `serverCore`.
 class QueueGet {
  public:
   explicit QueueGet(int serverCore) {
-    if (_service.Open() != RequestQueue::Opened::kYes) throw Skipped("configd gets no queue");
+    if (_server.Open() != PosixMQServer::Opened::kYes) throw Skipped("the server gets no queue");
     {
       const Pinned pinned(serverCore);
-      _service.Start();
+      if (!_server.Start()) throw std::runtime_error("the server has no threads");
     }
     _factory = PosixMQFactory::Open(QueueName("service"));
     if (_factory != nullptr) _client = _factory->Connect("");
-    if (_client == nullptr) throw std::runtime_error("no connection to the service");
+    if (_client == nullptr) throw std::runtime_error("no connection to the server");
   }
   ~QueueGet() {
     if (_client != nullptr) _factory->Disconnect(_client);
@@ -122,7 +121,7 @@ class QueueGet {
   }
 
  private:
-  QueueService _service{QueueName("service")};
+  PosixMQServer _server{QueueName("service")};
   std::unique_ptr<PosixMQFactory> _factory;
   PosixMQClient* _client = nullptr;
 };

@@ -11,6 +11,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "configd/LineWriter.h"
 #include "configd/QueueService.h"
@@ -140,16 +141,17 @@ int Serve(const Options& options) {
     return kFailed;
   }
 
-  std::unique_ptr<QueueService> queue;
+  std::unique_ptr<PosixMQServer> queue;
   if (options.serveQueue) {
-    queue = std::make_unique<QueueService>(options.queue);
-    const RequestQueue::Opened opened = queue->Open();
-    if (opened == RequestQueue::Opened::kTaken) return kFailed;
-    if (opened == RequestQueue::Opened::kUnavailable) queue.reset();
+    bool isTaken = false;
+    queue = OpenQueue(options.queue, isTaken);
+    if (isTaken) return kFailed;
   }
   Servers servers;
   if (!servers.Open(options.listen, options.port, options.udp)) return kFailed;
-  if (queue != nullptr) queue->Start();
+  if (queue != nullptr && !queue->Start()) {
+    throw std::system_error(errno, std::generic_category(), "cannot serve mq:" + options.queue);
+  }
   out.Write("configd " LIBCONFIG_VERSION);
   for (const std::string& uri : servers.GetURIs()) out.Write("configd: serving " + uri);
   if (queue != nullptr) out.Write("configd: serving mq:" + options.queue);

@@ -1,8 +1,11 @@
 // What every fuzz target begins with. Include it once in a target.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -22,4 +25,19 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 // A property that must hold for every input.
 inline void Require(bool holds) {
   if (!holds) __builtin_trap();
+}
+
+// The next record of a family's table: the first byte of `data` chooses its type, the rest is its
+// other bytes, and what may follow it. Moves `data` behind it.
+template <typename Rows>
+std::vector<char> NextRecord(const Rows& rows, const uint8_t*& data, size_t& size) {
+  const auto& row = rows[data[0] % std::size(rows)];
+  const size_t room = row.size - sizeof row.type + (row.hasStream ? 32 : 0);
+  const size_t length = std::min(size - 1, room);
+  std::vector<char> record(sizeof row.type + length);
+  std::memcpy(record.data(), &row.type, sizeof row.type);
+  std::copy_n(data + 1, length, record.begin() + sizeof row.type);
+  data += 1 + length;
+  size -= 1 + length;
+  return record;
 }

@@ -1,5 +1,6 @@
 // The server's end of a connection, given whatever a peer may send: the first byte tells whether
-// the peer has connected to a configuration beforehand, the rest is the stream.
+// the peer has connected to a configuration beforehand, and whether the rest is the stream as it
+// stands or records of the table.
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,12 +11,26 @@
 
 #include "fuzz/Fuzz.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/Socket.h"
 
 namespace {
 
 using qel::vorlane::config::access::NetworkTCPConnection;
+
+std::vector<char> Stream(const uint8_t* data, size_t size) {
+  const uint8_t kind = data[0];
+  ++data;
+  --size;
+  if (kind & 2) return {data, data + size};
+  std::vector<char> stream;
+  while (size > 0) {
+    const auto record = NextRecord(qel::vorlane::config::access::kNetworkRecords, data, size);
+    stream.insert(stream.end(), record.begin(), record.end());
+  }
+  return stream;
+}
 
 // Local sockets leave no ports behind that the system would have to wait for.
 struct Listener {
@@ -51,8 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::thread writer([&] {
     const std::array<uint32_t, 6> connect = {16, 0x00077777, 0, 0, 0, 4096};
     if (data[0] % 2 == 1) peer.send_some(connect.data(), sizeof connect, true);
-    for (size_t sent = 1; sent < size;) {
-      const ssize_t count = peer.send_some(data + sent, size - sent, true);
+    const std::vector<char> stream = Stream(data, size);
+    for (size_t sent = 0; sent < stream.size();) {
+      const ssize_t count = peer.send_some(stream.data() + sent, stream.size() - sent, true);
       if (count <= 0) break;
       sent += static_cast<size_t>(count);
     }

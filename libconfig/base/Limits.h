@@ -53,6 +53,10 @@ constexpr std::size_t kAbandonedRequests = 1024;
 constexpr std::size_t kQueueRecord = std::size_t{64} * 1024;
 constexpr int kQueueExchangeMs = 60000;
 
+// Clients of one server of message queues, and configurations that it reaches.
+constexpr std::size_t kQueueClients = 512;
+constexpr std::size_t kQueueConfigurations = 64;
+
 // Names of processes that are remembered.
 constexpr std::size_t kProcessNames = 1024;
 

@@ -8,6 +8,7 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/access/queue/PosixMQClient.h"
 #include "libconfig/access/queue/PosixMQFactory.h"
+#include "libconfig/access/queue/PosixMQServer.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
@@ -18,14 +19,7 @@
 
 using testing::HasSubstr;
 using testing::Not;
-using testing_support::Bytes;
-using testing_support::Daemon;
-using testing_support::Eventually;
-using testing_support::Golden;
-using testing_support::Hex;
-using testing_support::QueueWords;
-using testing_support::RecordingListener;
-using testing_support::TestQueue;
+using namespace testing_support;
 
 namespace {
 
@@ -34,7 +28,7 @@ constexpr uint32_t kIPConfig = 0x32010000;
 class QueueService : public testing::Test {
  protected:
   void SetUp() override {
-    const std::string reason = testing_support::WhyNoQueues();
+    const std::string reason = WhyNoQueues();
     if (!reason.empty()) GTEST_SKIP() << reason;
     CreateDescriptors();
     Start();
@@ -62,7 +56,7 @@ class QueueService : public testing::Test {
   QueueWords Get(uint32_t param = kIPConfig) { return Ask({80, _id, 1, 0, 0, param, 0, 0, 0}); }
   QueueWords Set(uint32_t value) { return Ask({81, _id, 2, 0, 0, kIPConfig, value, 0, 0}); }
   static std::string Value(const std::string& text) {
-    const auto bytes = testing_support::StringValueBytes(eParamID_SysName, text);
+    const auto bytes = StringValueBytes(eParamID_SysName, text);
     return {bytes.begin(), bytes.end()};
   }
   QueueWords SetText(const std::string& stream, std::size_t length) {
@@ -74,7 +68,7 @@ class QueueService : public testing::Test {
     return ConfigFactoryImpl::GetInstance()->Connect(_daemon->GetURI());
   }
 
-  const std::string _name = testing_support::TestQueueName();
+  const std::string _name = TestQueueName();
   // Not one that a factory of this process makes.
   const uint32_t _id = (static_cast<uint32_t>(::getpid()) << 16) + 0x8000;
   std::unique_ptr<Daemon> _daemon;
@@ -152,7 +146,7 @@ TEST_F(QueueService, WaitsForNoClientAndNamesTheSlowOneOnce) {
   EXPECT_EQ(299U, reader->Get(eParamID_MediaUpdated)) << "others are served";
   EXPECT_EQ(120, _responses.Waiting()) << "answers have room";
   // The system knows an emulated process by its emulator's name.
-  const std::string name = testing_support::Emulator() == nullptr ? "test_queue" : "qemu-ppc";
+  const std::string name = Emulator() == nullptr ? "test_queue" : "qemu-ppc";
   const std::string line = "configd: " + name + " (" + std::to_string(::getpid()) +
                            ") does not read its message queue " +
                            ConnectionUtilities::GetQueueName(_id) +
@@ -256,11 +250,37 @@ TEST_F(QueueService, IsFoundAgainAfterAnEndInOrder) {
   factory.Disconnect(client);
 }
 
+// As a program of one's own does it.
+TEST(QueueServer, ServesTheStoresOfItsOwnProcess) {
+  const std::string reason = WhyNoQueues();
+  if (!reason.empty()) GTEST_SKIP() << reason;
+  const std::string name = TestQueueName() + "_own";
+  {
+    PosixMQServer server(name);
+    EXPECT_FALSE(server.Start()) << "not open";
+    ASSERT_EQ(PosixMQServer::Opened::kYes, server.Open());
+    EXPECT_EQ(PosixMQServer::Opened::kTaken, PosixMQServer(name).Open());
+    ASSERT_TRUE(server.Start());
+    PosixMQFactory factory(name);
+    PosixMQClient* const client = factory.Connect("");
+    ASSERT_NE(nullptr, client);
+    RecordingListener listener;
+    EXPECT_EQ(1, client->AddConfigEventListener(&listener));
+    Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:");
+    EXPECT_EQ(1, store->Set(eParamID_SysName, std::string("Own")));
+    EXPECT_TRUE(listener.WaitFor(eParamID_SysName, "Own"));
+    ConfigFactoryImpl::GetInstance()->Disconnect(store);
+    factory.Disconnect(client);
+  }
+  EXPECT_FALSE(TestQueue::Existing(name).IsOpen());
+  EXPECT_EQ(PosixMQServer::Opened::kUnavailable, PosixMQServer("no slash").Open());
+}
+
 TEST(WithoutQueues, TheDaemonSaysWhatToSetAndServesTheRest) {
-  if (!testing_support::kOwnNamespace) GTEST_SKIP() << "the system's limits cannot be changed";
-  const std::string name = testing_support::TestQueueName() + "_unserved";
-  testing_support::WriteFile("/proc/sys/fs/mqueue/msg_max", "10");
-  const bool refused = testing_support::WhyNoQueues().find("Invalid argument") != std::string::npos;
+  if (!kOwnNamespace) GTEST_SKIP() << "the system's limits cannot be changed";
+  const std::string name = TestQueueName() + "_unserved";
+  WriteFile("/proc/sys/fs/mqueue/msg_max", "10");
+  const bool refused = WhyNoQueues().find("Invalid argument") != std::string::npos;
   {
     Daemon daemon({"--queue", name});
     if (refused) {
@@ -271,7 +291,7 @@ TEST(WithoutQueues, TheDaemonSaysWhatToSetAndServesTheRest) {
     }
     EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: ready\n"));
   }
-  testing_support::WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
+  WriteFile("/proc/sys/fs/mqueue/msg_max", "256");
   if (!refused) GTEST_SKIP() << "this user may have queues of any length";
 }
 
