@@ -22,6 +22,9 @@
 
 using testing::ElementsAre;
 using namespace testing_support;
+using qel::vorlane::config::access::NetworkServer;
+using qel::vorlane::config::access::NetworkTCPConnection;
+using qel::vorlane::config::access::Outbox;
 
 namespace {
 
@@ -182,44 +185,53 @@ TEST(ServerProtocol, CarriesAnIntegerValueBothWays) {
   EXPECT_EQ(60U, peer.Record().at(7));
 }
 
-// With so little room that nearly all of a megabyte is still in the outbox when the peer has said
-// its last word.
+// A library socket with little room, so that nearly all of a large record has to wait.
+struct NarrowPair {
+  static constexpr int kRoom = 65536;
+  NarrowPair() {
+    EXPECT_EQ(1, socket->create());
+    EXPECT_EQ(1, socket->set_buffer_size(SO_SNDBUF, kRoom));
+    EXPECT_EQ(1, socket->connect("127.0.0.1", listener.GetPort()));
+    peer = std::make_unique<Wire>(listener.Accept());
+    const int room = kRoom;
+    ::setsockopt(peer->fd(), SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
+  }
+  WireListener listener;
+  std::unique_ptr<Socket> socket = std::make_unique<Socket>(AF_INET, SOCK_STREAM);
+  std::unique_ptr<Wire> peer;
+};
+
 TEST(ServerProtocol, SendsAllThatAPeerAskedForBeforeItEnds) {
   TestServer server;
   const std::string text(1024 * 1024 - 17, 'm');
   WirePeer watcher(server.GetPort(), 33);
   watcher.Listen();
-  for (const bool takesLeave : {true, false}) {
-    WirePeer peer(server.GetPort(), 33);
-    const int small = 4096;
-    ::setsockopt(peer.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
-    const Bytes ask = ParamRequest(112, eParamID_SysName);
-    ASSERT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, text) +
-                          (takesLeave ? ask + ConnectionRequest(17) : ask)));
-    if (!takesLeave) peer.CloseForWriting();
+  for (const bool disconnects : {true, false}) {
+    NarrowPair pair;
+    std::thread connection([&] { NetworkTCPConnection(pair.socket.release()).Run(); });
+    const Bytes requests = ConnectionRequest(16, 33) + SetStringRequest(eParamID_SysName, text) +
+                           ParamRequest(112, eParamID_SysName);
+    ASSERT_TRUE(pair.peer->Send(disconnects ? requests + ConnectionRequest(17) : requests));
+    if (!disconnects) pair.peer->CloseForWriting();
     const auto event = watcher.Record();
     ASSERT_EQ(145U, event.at(0));
     EXPECT_EQ(event[9], watcher.Receive(event[9]).size());
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const auto answer = peer.Record();
+    EXPECT_EQ(32U, pair.peer->Record(7).at(0));
+    const auto answer = pair.peer->Record();
     ASSERT_EQ(128U, answer.at(0));
-    const Bytes value = peer.Receive(answer[9]);
-    EXPECT_EQ(text, std::string(value.begin() + 16, value.end() - 1));
-    EXPECT_EQ(takesLeave ? 1U : 0U, peer.Record(7).size() / 7);
-    EXPECT_TRUE(peer.IsClosedByPeer());
+    const Bytes value = pair.peer->Receive(answer[9]);
+    EXPECT_EQ(text.size() + 17, value.size());
+    EXPECT_EQ(disconnects ? 7U : 0U, pair.peer->Record(7).size());
+    EXPECT_TRUE(pair.peer->IsClosedByPeer());
+    connection.join();
   }
 }
 
 // What a socket takes of a record, and what stays, are the same record.
 TEST(Outbox, SendsWholeRecordsInOrderToAPeerThatReadsLate) {
-  WireListener listener;
-  Socket socket(AF_INET, SOCK_STREAM);
-  ASSERT_EQ(1, socket.create());
-  ASSERT_EQ(1, socket.set_buffer_size(SO_SNDBUF, 4096));
-  ASSERT_EQ(1, socket.connect("127.0.0.1", listener.GetPort()));
-  Wire peer(listener.Accept());
-  const auto outbox = std::make_shared<qel::vorlane::config::access::Outbox>(socket);
-  using Put = qel::vorlane::config::access::Outbox::Put;
+  NarrowPair pair;
+  const auto outbox = std::make_shared<Outbox>(*pair.socket);
   Bytes sent;
   Bytes received;
   // Several times what an outbox holds, so that it makes room in front, too.
@@ -227,13 +239,13 @@ TEST(Outbox, SendsWholeRecordsInOrderToAPeerThatReadsLate) {
     Bytes record(50000 + static_cast<std::size_t>(i));
     std::iota(record.begin(), record.end(), static_cast<char>(i));
     sent.insert(sent.end(), record.begin(), record.end());
-    Put put;
-    while ((put = outbox->PutRecord(record.data(), record.size())) == Put::kFull) {
-      received = std::move(received) + peer.Receive(30000);
+    Outbox::Put put;
+    while ((put = outbox->PutRecord(record.data(), record.size())) == Outbox::Put::kFull) {
+      received = std::move(received) + pair.peer->Receive(30000);
     }
-    ASSERT_EQ(Put::kTaken, put);
+    ASSERT_EQ(Outbox::Put::kTaken, put);
   }
-  received = std::move(received) + peer.Receive(sent.size() - received.size());
+  received = std::move(received) + pair.peer->Receive(sent.size() - received.size());
   EXPECT_TRUE(sent == received);
   outbox->Close();
 }
@@ -279,9 +291,8 @@ TEST(ServerProtocol, UnderstandsRecordsThatWereCutAnywhere) {
 
 // A program may call the parts of a server one by one, in any order.
 TEST(ServerProtocol, SurvivesItsOperationsInAnyOrder) {
-  namespace access = qel::vorlane::config::access;
-  access::NetworkServer datagrams(AF_INET, SOCK_DGRAM, 0, "127.0.0.1");
-  access::NetworkServer server(AF_INET, SOCK_STREAM, 0, "127.0.0.1");
+  NetworkServer datagrams(AF_INET, SOCK_DGRAM, 0, "127.0.0.1");
+  NetworkServer server(AF_INET, SOCK_STREAM, 0, "127.0.0.1");
   for (auto* const either : {&datagrams, &server}) {
     EXPECT_EQ(nullptr, either->WaitForConnection());
     EXPECT_FALSE(either->WaitForDatagram());
@@ -291,9 +302,9 @@ TEST(ServerProtocol, SurvivesItsOperationsInAnyOrder) {
   EXPECT_EQ(nullptr, datagrams.WaitForConnection());
   EXPECT_FALSE(server.WaitForDatagram());
   WirePeer first(server.GetPort());
-  const std::unique_ptr<access::NetworkTCPConnection> connection(server.WaitForConnection());
+  const std::unique_ptr<NetworkTCPConnection> connection(server.WaitForConnection());
   ASSERT_NE(nullptr, connection);
-  access::XCONFIGMGR_REQUEST_T request = {};
+  qel::vorlane::config::access::XCONFIGMGR_REQUEST_T request = {};
   request.msgtype = 112;
   EXPECT_FALSE(connection->SendStreamResponse(request));
   EXPECT_EQ(107U, first.Record().at(7));
@@ -304,7 +315,7 @@ TEST(ServerProtocol, SurvivesItsOperationsInAnyOrder) {
   EXPECT_TRUE(connection->ProcessAddConfigEventListenerRequest({}));
   Store(23)->Set(eParamID_MediaUpdated, 1U);
   EXPECT_EQ(144U, first.Record().at(0));
-  access::NetworkTCPConnection(nullptr).Run();
+  NetworkTCPConnection(nullptr).Run();
 }
 
 TEST(ServerProtocol, AnswersAPeerThatHasFinishedAsking) {
