@@ -68,23 +68,22 @@ qel::config::ParamRequest ParamOf(const XCONFIGMGR_REQUEST_T& request, char* str
   return {request.msgtype, static_cast<eParam_t>(request.paramID), request.value, stream, length};
 }
 
+// `number` is the identifier where it is traced.
+template <typename Request>
+void Trace(const Request& request, const std::string& number) {
+  Logger::GetLogger()->Log(
+      "(%s) %s%s %s [%d]\n", ConnectionUtilities::GetMessageName(request.msgtype).c_str(),
+      number.c_str(), ConnectionUtilities::GetPeerName(request.connectionID).c_str(),
+      ConnectionUtilities::GetDirection(request.msgtype), static_cast<int>(request.requestID));
+}
+
 void TraceConnection(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
-  Logger* const logger = Logger::GetLogger();
-  if (!logger->IsEnabled()) return;
-  logger->Log("(%s) %d %s %s [%d]\n", ConnectionUtilities::GetMessageName(request.msgtype).c_str(),
-              static_cast<int>(request.connectionID),
-              ConnectionUtilities::GetPeerName(request.connectionID).c_str(),
-              ConnectionUtilities::GetDirection(request.msgtype),
-              static_cast<int>(request.requestID));
+  if (!Logger::GetLogger()->IsEnabled()) return;
+  Trace(request, std::to_string(static_cast<int>(request.connectionID)) + " ");
 }
 
 void TraceListener(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
-  Logger* const logger = Logger::GetLogger();
-  if (!logger->IsWatching(request.paramID)) return;
-  logger->Log("(%s) %s %s [%d]\n", ConnectionUtilities::GetMessageName(request.msgtype).c_str(),
-              ConnectionUtilities::GetPeerName(request.connectionID).c_str(),
-              ConnectionUtilities::GetDirection(request.msgtype),
-              static_cast<int>(request.requestID));
+  if (Logger::GetLogger()->IsWatching(request.paramID)) Trace(request, "");
 }
 
 }  // namespace
@@ -203,40 +202,30 @@ bool NetworkTCPConnection::ProcessMessages() {
 }
 
 void NetworkTCPConnection::Process(Request& request) {
-  switch (request.msgtype) {
-    case XCFG_CONNECT_REQUEST:
-      TraceConnection(request.connection);
-      ProcessConnectRequest(request.connection);
-      return;
-    case XCFG_DISCONNECT_REQUEST:
-      TraceConnection(request.connection);
-      ProcessDisconnectRequest(request.connection);
-      return;
-    case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
-      TraceListener(request.handler);
-      ProcessAddConfigEventListenerRequest(request.handler);
-      return;
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
-      TraceListener(request.handler);
-      ProcessRemoveConfigEventListenerRequest(request.handler);
-      return;
-    default:
-      break;
-  }
-  ConnectionUtilities::Dump(&request.param);
-  switch (request.msgtype) {
-    case XCFG_GET_PARAM_REQUEST:
-      ProcessGetRequest(request.param);
-      return;
-    case XCFG_SET_PARAM_REQUEST:
-      ProcessSetRequest(request.param);
-      return;
-    case XCFG_GET_STREAM_PARAM_REQUEST:
-      ProcessGetStreamRequest(request.param);
-      return;
-    default:
-      ProcessSetStreamRequest(request.param);
-      return;
+  using Self = NetworkTCPConnection;
+  static constexpr Handler<XCONFIGMGR_CONNECTION_REQUEST_T> kOfConnections[] = {
+      {XCFG_CONNECT_REQUEST, &Self::ProcessConnectRequest},
+      {XCFG_DISCONNECT_REQUEST, &Self::ProcessDisconnectRequest},
+  };
+  static constexpr Handler<XCONFIGMGR_EVENT_HANDLER_REQUEST_T> kOfListeners[] = {
+      {XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, &Self::ProcessAddConfigEventListenerRequest},
+      {XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, &Self::ProcessRemoveConfigEventListenerRequest},
+  };
+  static constexpr Handler<XCONFIGMGR_REQUEST_T> kOfParams[] = {
+      {XCFG_GET_PARAM_REQUEST, &Self::ProcessGetRequest},
+      {XCFG_SET_PARAM_REQUEST, &Self::ProcessSetRequest},
+      {XCFG_GET_STREAM_PARAM_REQUEST, &Self::ProcessGetStreamRequest},
+      {XCFG_SET_STREAM_PARAM_REQUEST, &Self::ProcessSetStreamRequest},
+  };
+  if (const auto* const param = qel::config::FindRow(kOfParams, request.msgtype)) {
+    ConnectionUtilities::Dump(&request.param);
+    (this->*param->process)(request.param);
+  } else if (const auto* const listener = qel::config::FindRow(kOfListeners, request.msgtype)) {
+    TraceListener(request.handler);
+    (this->*listener->process)(request.handler);
+  } else if (const auto* const connection = qel::config::FindRow(kOfConnections, request.msgtype)) {
+    TraceConnection(request.connection);
+    (this->*connection->process)(request.connection);
   }
 }
 
@@ -421,20 +410,22 @@ bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& reques
   return sent;
 }
 
-bool NetworkTCPConnection::SendErrorResponse(XCONFIGMGR_CONNECTION_RESPONSE_T& response) {
+template <typename Response>
+bool NetworkTCPConnection::SendError(const Response& response) {
   if (response.error == 0) Report("WARNING: response.error was not supplied by caller!!!");
   if (_outbox->PutAnswer(&response, sizeof response)) return true;
   ReportErrno("NetworkTCPConnection::SendErrorResponse");
   return false;
 }
 
+bool NetworkTCPConnection::SendErrorResponse(XCONFIGMGR_CONNECTION_RESPONSE_T& response) {
+  return SendError(response);
+}
+
 bool NetworkTCPConnection::SendErrorResponse(XCONFIGMGR_RESPONSE_T& response) {
-  if (response.error == 0) Report("WARNING: response.error was not supplied by caller!!!");
   response.streamLength = 0;
   response.streamFormat = 0;
-  if (_outbox->PutAnswer(&response, sizeof response)) return true;
-  ReportErrno("NetworkTCPConnection::SendErrorResponse");
-  return false;
+  return SendError(response);
 }
 
 // Never waits for the peer. One that does not take its events is given up: having missed one, it
@@ -449,36 +440,37 @@ bool NetworkTCPConnection::PutEvent(const void* record, std::size_t length) {
   return false;
 }
 
-void NetworkTCPConnection::ParamChanged(eParam_t param, unsigned int value, timeval) {
-  if (!_registered.load(std::memory_order_relaxed)) return;
-  SemaphoreHelper lock(_lock);
-  if (!_registered || _config == nullptr) return;
-  XCONFIGMGR_RESPONSE_T event = {};
-  event.msgtype = XCFG_PARAM_CHANGED_EVENT;
+// What every event of the store says. REQUIRES: _lock is held, and there is a store.
+template <typename Record>
+Record NetworkTCPConnection::MakeEvent(uint32_t type, eParam_t param) const {
+  Record event = {};
+  event.msgtype = type;
   event.connectionID = _connectionID;
   event.requestID = 0xFFFFFFFF;
   event.configID = static_cast<uint32_t>(_config->GetConfigID());
   event.result = kResultWord;
   event.paramID = param;
+  return event;
+}
+
+void NetworkTCPConnection::ParamChanged(eParam_t param, unsigned int value, timeval) {
+  if (!_registered.load(std::memory_order_relaxed)) return;
+  SemaphoreHelper lock(_lock);
+  if (!_registered || _config == nullptr) return;
+  auto event = MakeEvent<XCONFIGMGR_RESPONSE_T>(XCFG_PARAM_CHANGED_EVENT, param);
   event.value = value;
   event.streamFormat = eSerializationFormat_Network;
-  if (!PutEvent(&event, sizeof event)) {
-    ReportErrno("NetworkTCPConnection::ParamChanged - unable to send event to socket");
-  }
+  if (PutEvent(&event, sizeof event)) return;
+  ReportErrno("NetworkTCPConnection::ParamChanged - unable to send event to socket");
 }
 
 void NetworkTCPConnection::ParamChanged(eParam_t param, std::string, timeval) {
   if (!_registered.load(std::memory_order_relaxed)) return;
   SemaphoreHelper lock(_lock);
   if (!_registered || _config == nullptr) return;
-  XCONFIGMGR_REQUEST_T event = {};
-  event.msgtype = XCFG_PARAM_STREAM_CHANGED_EVENT;
-  event.connectionID = _connectionID;
-  event.requestID = 0xFFFFFFFF;
-  event.configID = static_cast<uint32_t>(_config->GetConfigID());
-  event.result = kResultWord;
-  event.paramID = param;
-  if (SendStreamResponse(event)) return;
+  if (SendStreamResponse(MakeEvent<XCONFIGMGR_REQUEST_T>(XCFG_PARAM_STREAM_CHANGED_EVENT, param))) {
+    return;
+  }
   Report(
       "NetworkTCPConnection::ParamChanged - call to SendStreamResponse failed, unable to send "
       "event to %d\n",

@@ -77,11 +77,20 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
 
  private:
   union Request;
+  template <typename Record>
+  struct Handler {
+    uint32_t type;
+    bool (NetworkTCPConnection::*process)(const Record&);
+  };
 
   bool ReceiveRequest(Request& request);
   void Process(Request& request);
   bool ReceiveStream(uint32_t length, std::vector<char>& bytes);
   void FlushBeforeSet();
+  template <typename Response>
+  bool SendError(const Response& response);
+  template <typename Record>
+  Record MakeEvent(uint32_t type, eParam_t param) const;
   bool PutEvent(const void* record, std::size_t length);
   void LeaveStore();
   void Leave(Config* store);

@@ -201,7 +201,13 @@ int Socket::listen() {
 
 int Socket::accept(Socket* peer) {
   Use use(*this);
-  const int fd = _family == AF_UNIX ? AcceptLocal(use.fd) : AcceptInet(use.fd);
+  sockaddr_un scratch;
+  const bool isLocal = _family == AF_UNIX;
+  auto* const from = isLocal ? static_cast<void*>(&scratch) : &_inetAddr;
+  const int fd = Retry([&] {
+    socklen_t length = isLocal ? sizeof scratch : sizeof _inetAddr;
+    return ::accept4(use.fd, static_cast<sockaddr*>(from), &length, SOCK_CLOEXEC);
+  });
   if (fd <= 0) {
     ReportErrno("Socket::accept - socket <= 0");
     if (fd == 0) ::close(fd);
@@ -209,21 +215,6 @@ int Socket::accept(Socket* peer) {
   }
   peer->Adopt(fd);
   return 1;
-}
-
-int Socket::AcceptInet(int fd) {
-  return Retry([&] {
-    socklen_t length = sizeof _inetAddr;
-    return ::accept4(fd, reinterpret_cast<sockaddr*>(&_inetAddr), &length, SOCK_CLOEXEC);
-  });
-}
-
-int Socket::AcceptLocal(int fd) {
-  return Retry([fd] {
-    sockaddr_un scratch;
-    socklen_t length = sizeof scratch;
-    return ::accept4(fd, reinterpret_cast<sockaddr*>(&scratch), &length, SOCK_CLOEXEC);
-  });
 }
 
 int Socket::connect(std::string host, int port) {
@@ -461,32 +452,32 @@ int Socket::set_non_blocking(bool blocking) {
   return ::fcntl(use.fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
 }
 
+namespace {
+
+bool IsBufferSize(int option, const char* caller) {
+  if (option == SO_SNDBUF || option == SO_RCVBUF) return true;
+  Report("Socket::%s: The option must be one of SO_RCVBUF or SO_SNDBUF\n", caller);
+  return false;
+}
+
+}  // namespace
+
 int Socket::set_buffer_size(int option, int bytes) {
-  if (option != SO_SNDBUF && option != SO_RCVBUF) {
-    Report("Socket::set_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n");
-    return 0;
-  }
+  if (!IsBufferSize(option, "set_buffer_size")) return 0;
   Use use(*this);
-  if (::setsockopt(use.fd, SOL_SOCKET, option, &bytes, sizeof bytes) == -1) {
-    ReportErrno("Socket::set_buffer_size:  Unable to set the buffer size");
-    return 0;
-  }
-  return 1;
+  if (::setsockopt(use.fd, SOL_SOCKET, option, &bytes, sizeof bytes) != -1) return 1;
+  ReportErrno("Socket::set_buffer_size:  Unable to set the buffer size");
+  return 0;
 }
 
 int Socket::get_buffer_size(int option) {
-  if (option != SO_SNDBUF && option != SO_RCVBUF) {
-    Report("Socket::get_buffer_size: The option must be one of SO_RCVBUF or SO_SNDBUF\n");
-    return 0;
-  }
+  if (!IsBufferSize(option, "get_buffer_size")) return 0;
   Use use(*this);
   int bytes = 0;
   socklen_t size = sizeof bytes;
-  if (::getsockopt(use.fd, SOL_SOCKET, option, &bytes, &size) == -1) {
-    ReportErrno("Socket::get_buffer_size:  Unable to get the buffer size");
-    return 0;
-  }
-  return bytes;
+  if (::getsockopt(use.fd, SOL_SOCKET, option, &bytes, &size) != -1) return bytes;
+  ReportErrno("Socket::get_buffer_size:  Unable to get the buffer size");
+  return 0;
 }
 
 int Socket::set_receive_timeout(unsigned milliseconds) {

@@ -118,8 +118,6 @@ class LIBCONFIG_API Socket {
   void Adopt(int fd);
   int Leave();
   void KeepPortToItself(int fd);
-  int AcceptInet(int fd);
-  int AcceptLocal(int fd);
   int ConnectTo(int fd, const sockaddr* address, socklen_t length);
   int Wait(short events, int milliseconds, int* left);
 
