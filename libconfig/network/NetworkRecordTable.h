@@ -1,8 +1,12 @@
-// The records of TCP and UDP, one row a message type. Internal.
+// The records of TCP and UDP, one row a message type, and how a response is made. Internal.
 #pragma once
+
+#include <cstring>
+#include <vector>
 
 #include "libconfig/access/MessageTable.h"
 #include "libconfig/network/NetworkRecords.h"
+#include "libconfig/serialization/Identifiers.h"
 
 namespace qel::vorlane::config::access {
 
@@ -37,6 +41,26 @@ constexpr const qel::config::RecordType* FindNetworkRecord(uint32_t type) {
 constexpr const qel::config::RecordType* FindNetworkAnswer(uint32_t request) {
   return qel::config::IsRequest(request) ? FindNetworkRecord(qel::config::AnswerType(request))
                                          : nullptr;
+}
+
+// A response with what it repeats of its request; the rest is zero.
+template <typename Response, typename Request>
+Response ResponseTo(const Request& request, uint32_t type, uint32_t result) {
+  Response response = {};
+  response.msgtype = type;
+  response.connectionID = request.connectionID;
+  response.requestID = request.requestID;
+  response.configID = request.configID;
+  response.priority = request.priority;
+  response.result = result;
+  return response;
+}
+
+// Puts the response ahead of the value that stands behind room for it.
+inline void PutAhead(XCONFIGMGR_RESPONSE_T& response, std::vector<char>& record) {
+  response.streamLength = static_cast<uint32_t>(record.size() - sizeof response);
+  response.streamFormat = eSerializationFormat_Network;
+  std::memcpy(record.data(), &response, sizeof response);
 }
 
 }  // namespace qel::vorlane::config::access

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -45,22 +44,10 @@ constexpr qel::config::ParamFraming kFraming = {
     eSerializationFormat_Network, false, sizeof(XCONFIGMGR_RESPONSE_T),
     sizeof(XCONFIGMGR_RESPONSE_T) + qel::config::limits::kStreamPayload, eMessageError_NoValue};
 
-// What an answer repeats of its request.
-XCONFIGMGR_RESPONSE_T ResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
-  XCONFIGMGR_RESPONSE_T response = {};
-  response.msgtype = type;
-  response.connectionID = request.connectionID;
-  response.requestID = request.requestID;
-  response.configID = request.configID;
-  response.priority = request.priority;
-  response.result = request.result;
+XCONFIGMGR_RESPONSE_T ParamResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
+  auto response = ResponseTo<XCONFIGMGR_RESPONSE_T>(request, type, request.result);
   response.paramID = request.paramID;
   return response;
-}
-
-template <typename Request>
-XCONFIGMGR_CONNECTION_RESPONSE_T ConnectionResponseTo(const Request& from, uint32_t type) {
-  return {type, from.connectionID, from.requestID, from.configID, from.priority, from.result, 0};
 }
 
 qel::config::ParamRequest ParamOf(const XCONFIGMGR_REQUEST_T& request, char* stream = nullptr,
@@ -255,7 +242,8 @@ bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQ
   } else {
     Leave(before);
   }
-  const auto response = ConnectionResponseTo(request, XCFG_CONNECT_RESPONSE);
+  const auto response =
+      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(request, XCFG_CONNECT_RESPONSE, request.result);
   if (_outbox->PutAnswer(&response, sizeof response)) return true;
   Report("NetworkTCPConnection::ProcessConnectRequest - unable to send response\n");
   return false;
@@ -263,8 +251,8 @@ bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQ
 
 bool NetworkTCPConnection::ProcessDisconnectRequest(
     const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
-  auto response = ConnectionResponseTo(request, XCFG_DISCONNECT_RESPONSE);
-  response.result = kResultWord;
+  const auto response =
+      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(request, XCFG_DISCONNECT_RESPONSE, kResultWord);
   const bool sent = _outbox->PutAnswer(&response, sizeof response);
   if (!sent) {
     ReportErrno("NetworkTCPConnection::ProcessDisconnectRequest - unable to send response");
@@ -302,7 +290,8 @@ bool NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest(
     _registered = false;
   }
   // Without the lock, as the answer may have to wait for the peer and a notifier must not.
-  const auto response = ConnectionResponseTo(request, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE);
+  const auto response = ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(
+      request, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, request.result);
   if (_outbox->PutAnswer(&response, sizeof response)) return true;
   Report(
       "NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest - Unable to send response!\n");
@@ -310,7 +299,7 @@ bool NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest(
 }
 
 bool NetworkTCPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request) {
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_GET_PARAM_RESPONSE);
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_GET_PARAM_RESPONSE);
   if (_config == nullptr) {
     response.error = eMessageError_NotConnected;
     SendErrorResponse(response);
@@ -356,7 +345,7 @@ bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& r
       qel::config::AnswerParamRequest(*_config, param, kFraming).error == 0) {
     return true;
   }
-  XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_SET_STREAM_PARAM_RESPONSE);
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_SET_STREAM_PARAM_RESPONSE);
   response.error = eMessageError_Refused;
   if (!_stop) SendErrorResponse(response);
   return false;
@@ -384,8 +373,8 @@ bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& reques
     Report("NetworkTCPConnection::SendStreamResponse - Invalid msgtype");
     return false;
   }
-  XCONFIGMGR_RESPONSE_T response =
-      ResponseTo(request, isEvent ? request.msgtype : qel::config::AnswerType(request.msgtype));
+  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(
+      request, isEvent ? request.msgtype : qel::config::AnswerType(request.msgtype));
   qel::config::ParamAnswer answer;
   if (_config == nullptr) {
     response.error = eMessageError_NotConnected;
@@ -401,9 +390,7 @@ bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& reques
     return false;
   }
   std::vector<char>& bytes = answer.record;
-  response.streamLength = static_cast<uint32_t>(bytes.size() - sizeof response);
-  response.streamFormat = eSerializationFormat_Network;
-  std::memcpy(bytes.data(), &response, sizeof response);
+  PutAhead(response, bytes);
   const bool sent = isEvent ? PutEvent(bytes.data(), bytes.size())
                             : _outbox->PutAnswer(bytes.data(), bytes.size());
   if (!sent) ReportErrno("SendStreamResponse: socket send failed");

@@ -44,18 +44,6 @@ const qel::config::RecordType* FindRequest(uint32_t type) {
   return isListener ? nullptr : record;
 }
 
-template <typename Request>
-XCONFIGMGR_RESPONSE_T ResponseTo(const Request& request, uint32_t type) {
-  XCONFIGMGR_RESPONSE_T response = {};
-  response.msgtype = type;
-  response.connectionID = request.connectionID;
-  response.requestID = request.requestID;
-  response.configID = request.configID;
-  response.priority = request.priority;
-  response.result = kResultWord;
-  return response;
-}
-
 XCONFIGMGR_RESPONSE_T Event(uint32_t type, unsigned int configID, eParam_t param) {
   XCONFIGMGR_RESPONSE_T event = {};
   event.msgtype = type;
@@ -216,7 +204,8 @@ void NetworkUDPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQ
     return;
   }
   // A client reads the first 28 bytes of this, where the error has another place: both are zero.
-  const XCONFIGMGR_RESPONSE_T response = ResponseTo(request, XCFG_CONNECT_RESPONSE);
+  const auto response =
+      ResponseTo<XCONFIGMGR_RESPONSE_T>(request, XCFG_CONNECT_RESPONSE, kResultWord);
   SendTo(&response, sizeof response);
 }
 
@@ -245,13 +234,8 @@ void NetworkUDPConnection::ProcessDisconnectRequest(
       if (lastUse) _instances.erase(found);
     }
   }
-  const XCONFIGMGR_CONNECTION_RESPONSE_T response = {XCFG_DISCONNECT_RESPONSE,
-                                                     request.connectionID,
-                                                     request.requestID,
-                                                     request.configID,
-                                                     request.priority,
-                                                     kResultWord,
-                                                     0};
+  const auto response =
+      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(request, XCFG_DISCONNECT_RESPONSE, kResultWord);
   if (!SendTo(&response, sizeof response)) {
     ReportErrno("NetworkUDPConnection::ProcessDisconnectRequest - unable to send response");
     Report("NetworkUDPConnection::ProcessDisconnectRequest: unable to send response\n");
@@ -267,8 +251,9 @@ void NetworkUDPConnection::ProcessParamRequest(const XCONFIGMGR_REQUEST_T& reque
       *store, {request.msgtype, param, request.value, nullptr, 0}, kFraming);
   const bool getsStream = request.msgtype == XCFG_GET_STREAM_PARAM_REQUEST;
   // The type of a value's answer is the request's own; clients have always been answered so.
-  XCONFIGMGR_RESPONSE_T response =
-      ResponseTo(request, getsStream ? request.msgtype : qel::config::AnswerType(request.msgtype));
+  auto response = ResponseTo<XCONFIGMGR_RESPONSE_T>(
+      request, getsStream ? request.msgtype : qel::config::AnswerType(request.msgtype),
+      kResultWord);
   response.paramID = request.paramID;
   response.value = answer.value;
   // A number that cannot be read is 0.
@@ -276,9 +261,7 @@ void NetworkUDPConnection::ProcessParamRequest(const XCONFIGMGR_REQUEST_T& reque
   if (answer.record.empty()) {
     SendTo(&response, sizeof response);
   } else {
-    response.streamLength = static_cast<uint32_t>(answer.record.size() - sizeof response);
-    response.streamFormat = eSerializationFormat_Network;
-    std::memcpy(answer.record.data(), &response, sizeof response);
+    PutAhead(response, answer.record);
     if (!SendTo(answer.record.data(), answer.record.size())) {
       Report("NetworkUDPConnection::ProcessGetStreamRequest - sendto failed\n");
     }

@@ -39,92 +39,77 @@ thread_local FlushBatch* t_batch = nullptr;
 class OutboxFlusher {
  public:
   // Never destroyed.
-  static OutboxFlusher& Instance();
+  static OutboxFlusher& Instance() {
+    static auto* const flusher = new OutboxFlusher;
+    return *flusher;
+  }
 
   // False when there can be no thread.
-  bool Watch(std::shared_ptr<Outbox> outbox);
+  bool Watch(std::shared_ptr<Outbox> outbox) {
+    MutexLock lock(_mutex);
+    if (!_running && !Start()) return false;
+    try {
+      _arriving.push_back(std::move(outbox));
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+    const uint64_t one = 1;
+    // A full counter wakes the thread as well.
+    [[maybe_unused]] const ssize_t written = ::write(_wake, &one, sizeof one);
+    return true;
+  }
 
  private:
   OutboxFlusher() = default;
-  bool Start() LIBCONFIG_REQUIRES(_mutex);
-  static void* ThreadEntry(void* flusher);
-  void Run();
-  void Serve(std::vector<std::shared_ptr<Outbox>>& slow, std::vector<pollfd>& wanted);
+
+  bool Start() LIBCONFIG_REQUIRES(_mutex) {
+    if (_wake == -1) _wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (_wake == -1) return false;
+    _running = qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached,
+                                        qel::config::limits::kPeerThreadStack, Run, this) == 0;
+    return _running;
+  }
+
+  static void* Run(void* flusher) {
+    for (;;) {
+      try {
+        static_cast<OutboxFlusher*>(flusher)->Serve();
+      } catch (const std::bad_alloc&) {
+        std::this_thread::sleep_for(kPauseWithoutMemory);
+      }
+    }
+  }
+
+  // Waits until an outbox can be flushed, or new ones arrive.
+  void Serve() {
+    {
+      MutexLock lock(_mutex);
+      _slow.insert(_slow.end(), std::make_move_iterator(_arriving.begin()),
+                   std::make_move_iterator(_arriving.end()));
+      _arriving.clear();
+    }
+    std::vector<pollfd> wanted = {{_wake, POLLIN, 0}};
+    for (const auto& outbox : _slow) wanted.push_back({outbox->Descriptor(), POLLOUT, 0});
+    // A poll that fails for want of memory is retried like one that found something.
+    if (::poll(wanted.data(), wanted.size(), -1) < 0) return;
+    uint64_t count;
+    [[maybe_unused]] const ssize_t got = ::read(_wake, &count, sizeof count);
+
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < _slow.size(); ++i) {
+      // A closed outbox has no descriptor, and poll says nothing of it.
+      const bool ready = wanted[i + 1].revents != 0 || wanted[i + 1].fd == -1;
+      if (!ready || !_slow[i]->Flush()) std::swap(_slow[kept++], _slow[i]);
+    }
+    _slow.resize(kept);
+  }
 
   qel::config::Mutex _mutex;
   bool _running LIBCONFIG_GUARDED_BY(_mutex) = false;
   std::vector<std::shared_ptr<Outbox>> _arriving LIBCONFIG_GUARDED_BY(_mutex);
-  int _wake = -1;  // an eventfd, open once the thread runs
+  std::vector<std::shared_ptr<Outbox>> _slow;  // of the thread
+  int _wake = -1;                              // an eventfd, open once the thread runs
 };
-
-OutboxFlusher& OutboxFlusher::Instance() {
-  static auto* const flusher = new OutboxFlusher;
-  return *flusher;
-}
-
-bool OutboxFlusher::Watch(std::shared_ptr<Outbox> outbox) {
-  MutexLock lock(_mutex);
-  if (!_running && !Start()) return false;
-  try {
-    _arriving.push_back(std::move(outbox));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-  const uint64_t one = 1;
-  // A full counter wakes the thread as well.
-  [[maybe_unused]] const ssize_t written = ::write(_wake, &one, sizeof one);
-  return true;
-}
-
-bool OutboxFlusher::Start() {
-  if (_wake == -1) _wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (_wake == -1) return false;
-  _running =
-      qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached,
-                               qel::config::limits::kPeerThreadStack, ThreadEntry, this) == 0;
-  return _running;
-}
-
-void* OutboxFlusher::ThreadEntry(void* flusher) {
-  static_cast<OutboxFlusher*>(flusher)->Run();
-  return nullptr;
-}
-
-void OutboxFlusher::Run() {
-  std::vector<std::shared_ptr<Outbox>> slow;
-  std::vector<pollfd> wanted;
-  for (;;) {
-    try {
-      Serve(slow, wanted);
-    } catch (const std::bad_alloc&) {
-      std::this_thread::sleep_for(kPauseWithoutMemory);
-    }
-  }
-}
-
-// Waits until some of them can be flushed, or new ones arrive.
-void OutboxFlusher::Serve(std::vector<std::shared_ptr<Outbox>>& slow, std::vector<pollfd>& wanted) {
-  {
-    MutexLock lock(_mutex);
-    slow.insert(slow.end(), std::make_move_iterator(_arriving.begin()),
-                std::make_move_iterator(_arriving.end()));
-    _arriving.clear();
-  }
-  wanted.assign(1, {_wake, POLLIN, 0});
-  for (const auto& outbox : slow) wanted.push_back({outbox->Descriptor(), POLLOUT, 0});
-  // A poll that fails for want of memory is retried like one that found something.
-  if (::poll(wanted.data(), wanted.size(), -1) < 0) return;
-  uint64_t count;
-  [[maybe_unused]] const ssize_t got = ::read(_wake, &count, sizeof count);
-
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < slow.size(); ++i) {
-    // A closed outbox has no descriptor, and poll says nothing of it.
-    const bool ready = wanted[i + 1].revents != 0 || wanted[i + 1].fd == -1;
-    if (!ready || !slow[i]->Flush()) std::swap(slow[kept++], slow[i]);
-  }
-  slow.resize(kept);
-}
 
 }  // namespace
 
