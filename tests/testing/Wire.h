@@ -122,16 +122,13 @@ class Wire {
   }
 
   // Whether the peer has closed, with nothing left to read.
-  bool IsClosedByPeer(int milliseconds = 60000) { return Ended(milliseconds); }
-
- private:
-  bool Ended(int milliseconds) {
+  bool IsClosedByPeer(int milliseconds = 60000) {
     pollfd wanted = {_fd, POLLIN, 0};
-    if (::poll(&wanted, 1, milliseconds) <= 0) return false;
     char byte;
-    return ::recv(_fd, &byte, 1, 0) <= 0;
+    return ::poll(&wanted, 1, milliseconds) > 0 && ::recv(_fd, &byte, 1, 0) <= 0;
   }
 
+ private:
   int _fd;
 };
 
