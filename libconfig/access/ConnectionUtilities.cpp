@@ -58,7 +58,7 @@ std::string ConnectionUtilities::GetPIDName(unsigned int pid) {
   if (known != names.end()) return known->second;
   if (names.size() >= qel::config::limits::kProcessNames) names.clear();
   names[pid] = AskForName(pid);
-  // As it has always been: a name is only given to those who ask again.
+  // Established behaviour: only a second call gets the name.
   return {};
 }
 

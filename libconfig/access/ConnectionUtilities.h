@@ -1,5 +1,5 @@
-// What the message-queue side says about its records: names for people, and whether an answer
-// belongs to a request. Any thread.
+// Names of messages, queues and processes for logs, and whether a response matches a request. Any
+// thread.
 #pragma once
 
 #include <string>

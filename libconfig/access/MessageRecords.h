@@ -1,6 +1,6 @@
 // The records that clients and the main daemon exchange over message queues: one record a message,
 // 32-bit words in the host's own byte order. A stream record is followed, in the same message, by
-// the serialized value. The network's records are other ones: see network/NetworkRecords.h.
+// the serialized value. TCP and UDP have records of their own: see network/NetworkRecords.h.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What the network side says about connections and records in its logs. Any thread.
+// Identifiers of connections, and how connections and records are named in logs. Any thread.
 #pragma once
 
 #include <string>
@@ -25,7 +25,7 @@ class LIBCONFIG_API ConnectionUtilities {
   // The program behind a connection identifier, or "event" where it names none.
   static std::string GetPeerName(unsigned int connectionID);
 
-  // The peer for people: its address, and its program where that can be told for certain.
+  // The peer for logs: its address, and its program where that is certain.
   static std::string DescribePeer(unsigned int connectionID, const std::string& address);
 
   // One line each, while tracing is on.

@@ -1,4 +1,4 @@
-// What the library says about the process when a wait ran out.
+// A diagnostic of the process, for a wait that timed out.
 #pragma once
 
 #include "libconfig/base/Export.h"

@@ -1,4 +1,4 @@
-// Base of the server's connections: what a peer's requests do to a store, whatever they came over.
+// Base of the server's connections to its peers, over whatever transport.
 #pragma once
 
 #include <string>
@@ -19,10 +19,10 @@ class LIBCONFIG_API NetworkConnection : public ConfigEventListener {
   // with a message when there is no way to set such a value.
   bool DoSetRequest(Config* config, ConfigValue* value);
 
-  // Who is at the other end, for people: program and address as far as they are known.
+  // The peer for logs: program and address as far as they are known.
   virtual std::string GetPeerName();
 
-  // The connection whose request the calling thread is working on, or null: inside a listener's
+  // The connection whose request the calling thread is processing, or null: inside a listener's
   // call this tells who made the change. Valid during the call only.
   static NetworkConnection* Current();
 

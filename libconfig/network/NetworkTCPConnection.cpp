@@ -312,8 +312,8 @@ bool NetworkTCPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request
   return false;
 }
 
-// Setting may take as long as the store's listeners do. The peer's earlier answers do not wait for
-// that when nothing follows.
+// A Set lasts as long as the store's listeners take. Send the peer's earlier answers before it,
+// unless more requests are buffered.
 void NetworkTCPConnection::FlushBeforeSet() {
   if (!_reader->HasBuffered()) _outbox->Flush();
 }
@@ -354,7 +354,7 @@ bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& r
 // False when the value did not come. One that is too long is dropped, and `bytes` stays empty.
 bool NetworkTCPConnection::ReceiveStream(uint32_t length, std::vector<char>& bytes) {
   if (length > qel::config::limits::kStreamPayload) return _reader->Skip(length) == Result::kWhole;
-  // What a peer only announces takes no memory.
+  // Grow with what arrives, not with what the peer announces.
   constexpr std::size_t kPiece = std::size_t{64} * 1024;
   while (bytes.size() < length) {
     const std::size_t before = bytes.size();
@@ -415,8 +415,8 @@ bool NetworkTCPConnection::SendErrorResponse(XCONFIGMGR_RESPONSE_T& response) {
   return SendError(response);
 }
 
-// Never waits for the peer. One that does not take its events is given up: having missed one, it
-// would go on with a wrong picture.
+// Never waits for the peer. One that does not read its events is dropped: having missed one, it
+// would hold stale values.
 bool NetworkTCPConnection::PutEvent(const void* record, std::size_t length) {
   const Outbox::Put put = _outbox->PutRecord(record, length);
   if (put == Outbox::Put::kTaken) return true;

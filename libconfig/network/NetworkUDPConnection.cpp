@@ -71,7 +71,7 @@ std::unique_ptr<Socket> OpenMulticastSocket() {
 
 }  // namespace
 
-// The store that a request names, for as long as the request is worked on.
+// The store that a request names, while the request is processed.
 class NetworkUDPConnection::StoreUse {
  public:
   StoreUse(NetworkUDPConnection& connection, uint32_t configID) {
@@ -158,8 +158,8 @@ NetworkUDPConnection::User NetworkUDPConnection::CurrentUser() const {
   return {_peer.sin_addr.s_addr, _peer.sin_port, _connectionID};
 }
 
-// Takes an entry away, at best one whose peers have all left. The peers of the default
-// configuration, which is the one that most want, are never cut off for the sake of others.
+// Evicts an entry, preferably one without peers. The default configuration, which most peers want,
+// is evicted last.
 void NetworkUDPConnection::MakeRoom() {
   const auto rank = [](const auto& entry) {
     const Instance& instance = entry.second;

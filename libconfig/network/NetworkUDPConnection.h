@@ -59,7 +59,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   using User = std::tuple<uint32_t, uint16_t, uint32_t>;
 
   // A store, and the peers that have connected to it. Without peers the connection to the store is
-  // given back; the entry then only says that the store may be used as long as others keep it.
+  // released; the entry then only says that the store may be used while others keep it.
   struct Instance {
     Config* store = nullptr;
     std::vector<User> users;    // the oldest first
@@ -81,7 +81,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   Socket* const _serverSocket;
   uint32_t _sequence = 0;  // of the next number event
 
-  // Of the request that is being worked on.
+  // Of the request that is being processed.
   sockaddr_in _peer = {};
   uint32_t _connectionID = 0;
 };

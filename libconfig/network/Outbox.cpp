@@ -127,8 +127,8 @@ Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
   if (batch != nullptr && !batch->IsGathering()) batch = nullptr;
   std::size_t sent = 0;
   if (batch == nullptr && Waiting() == 0 && length <= kKeptRoom) {
-    // Nothing is before it and nothing is to be waited for: it leaves from where it stands. Room
-    // for what the system may leave of it is there first, as half a record must not be lost.
+    // Nothing is queued ahead of it: send without copying. Reserve room for the rest first, as half
+    // a record must not be lost for want of memory.
     _bytes.reserve(length);
     sent = SendSome(bytes, length);
     if (_socket == nullptr) return Put::kGone;
@@ -173,9 +173,9 @@ bool Outbox::WaitUntilAtMost(std::size_t bytes, int milliseconds) {
       if (Waiting() <= bytes) return true;
       socket = _socket;
     }
-    // Others must not wait for what this thread has gathered for them.
+    // Other peers must not wait for what this thread has batched for them.
     if (FlushBatch* const batch = FlushBatch::Current()) batch->Flush();
-    // The caller's own connection owns the socket, so that it cannot go away meanwhile.
+    // The caller's own connection owns the socket, which therefore exists meanwhile.
     if (socket->wait_writable(milliseconds) <= 0) return false;
   }
 }
@@ -187,7 +187,7 @@ bool Outbox::Flush() {
   return Waiting() == 0;
 }
 
-// What the system takes without waiting. A peer that is gone is dropped.
+// What the system accepts without waiting. A broken connection is dropped.
 std::size_t Outbox::SendSome(const char* bytes, std::size_t length) {
   const ssize_t sent = _socket->send_some(bytes, length, false);
   if (sent >= 0) return static_cast<std::size_t>(sent);
@@ -201,7 +201,7 @@ void Outbox::FlushLocked() {
     if (_socket == nullptr) return;
     _sent += sent;
     if (sent > 0) continue;
-    // The room in front is given up now and then, not for every record.
+    // Compact now and then, not for every record.
     if (_sent > kOutbox) {
       _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_sent));
       _sent = 0;

@@ -1,11 +1,10 @@
-// What waits to be sent to one peer. Whoever has a record for the peer puts it in, whole, and never
-// waits; what the system does not take at once is sent when the peer has read on. A peer that does
-// not read fills its outbox and is given up. Internal.
+// The bounded send buffer of one peer. A record enters it whole, and putting one never waits; what
+// the system does not accept at once is sent when the peer has read. A peer that does not read
+// fills its outbox and is dropped. Internal.
 //
-// Putting and flushing may happen on any thread: the notifier's, the connection's own, and that of
-// the process's flusher, which looks after outboxes that the system would not empty. All of them
-// hold the outbox by a shared pointer, so that it may outlive its connection; Close ends its use of
-// the socket.
+// Put and flush on any thread: the notifier's, the connection's own, and the process's flusher,
+// which empties outboxes as soon as the system accepts more. All of them hold the outbox by a
+// shared pointer, so that it may outlive its connection; Close ends its use of the socket.
 #pragma once
 
 #include <chrono>
@@ -25,7 +24,7 @@ class Outbox : public std::enable_shared_from_this<Outbox> {
   enum class Put {
     kTaken,
     kFull,  // no room, and the system takes nothing
-    kGone,  // closed, or the peer is not there any more
+    kGone,  // closed, or the peer has disconnected
   };
 
   explicit Outbox(Socket& socket) : _socket(&socket) {}
@@ -34,22 +33,22 @@ class Outbox : public std::enable_shared_from_this<Outbox> {
   // FlushBatch. An empty outbox takes a record of any size.
   Put PutRecord(const void* data, std::size_t length);
 
-  // The same for the connection's own thread, which may wait until the peer has read on. False when
-  // the peer is gone.
+  // The same for the connection's own thread, which may wait until the peer has read. False when
+  // the peer has disconnected.
   bool PutAnswer(const void* data, std::size_t length);
 
   // Sends what the system takes without waiting. False while something is left.
   bool Flush();
 
-  // Waits until no more than half of the room is taken, which keeps a peer that asks and does not
-  // read from asking on. False when the peer is gone.
+  // Back-pressure on a peer that sends requests and does not read: waits until no more than half of
+  // the room is taken. False when the peer has disconnected.
   bool WaitForRoom();
 
-  // Waits until everything has left, and no longer than the time given for each bit of progress.
-  // For the connection's own thread, when nothing more comes in.
+  // Waits until everything is sent, at most this long for each bit of progress. For the
+  // connection's own thread, when nothing more is received.
   bool Drain(int milliseconds);
 
-  // Drops what waits, and lets go of the socket.
+  // Drops the backlog and releases the socket.
   void Close();
 
   // The socket's descriptor for poll, -1 when closed. Its number may be stale by the time it is
@@ -71,10 +70,9 @@ class Outbox : public std::enable_shared_from_this<Outbox> {
   bool _withFlusher LIBCONFIG_GUARDED_BY(_mutex) = false;  // the flusher waits for the peer
 };
 
-// While one exists and more requests are at hand, the records that its thread puts into outboxes
-// gather there and leave together when Flush is called: a connection with many requests works them
-// off first. What the last request leads to leaves at once, as nobody knows how long its listeners
-// take. At most one a thread.
+// Batches sends: while one exists and more requests are buffered, the records that its thread puts
+// into outboxes stay there until Flush. The results of the last request are sent at once, as its
+// listeners may take any time. At most one a thread.
 class FlushBatch {
  public:
   explicit FlushBatch(std::function<bool()> isMoreAtHand);
@@ -83,7 +81,7 @@ class FlushBatch {
   FlushBatch& operator=(const FlushBatch&) = delete;
 
   void Flush();
-  // Flushes what has been waiting for long. For between two requests.
+  // Flushes what has waited for long. For between two requests.
   void FlushWhenOld();
 
   // The calling thread's batch, or null.

@@ -57,7 +57,7 @@ timeval ToTimeval(unsigned milliseconds) {
 
 }  // namespace
 
-// Keeps the descriptor's number taken while a call is inside.
+// Keeps the descriptor open while a call uses it.
 class Socket::Use {
  public:
   explicit Use(Socket& socket) : _socket(socket) {
@@ -91,7 +91,7 @@ void Socket::Adopt(int fd) {
   _state.fetch_and(~kClosed, std::memory_order_release);
 }
 
-// The last one out of a closed socket frees the number.
+// The last user of a closed socket closes the descriptor.
 int Socket::Leave() {
   if (_state.fetch_sub(kUser, std::memory_order_acq_rel) - kUser != kClosed) return 0;
   const int fd = _fd.exchange(-1, std::memory_order_relaxed);
@@ -120,7 +120,7 @@ int Socket::create() {
 }
 
 int Socket::close() {
-  // Being a user itself, the closer is the last one out unless somebody is inside a call.
+  // The closer is a user itself, and the last one unless another thread is inside a call.
   const uint32_t before = _state.fetch_add(kUser, std::memory_order_acquire);
   if ((before & kClosed) != 0 ||
       (_state.fetch_or(kClosed, std::memory_order_acq_rel) & kClosed) != 0) {
@@ -143,7 +143,7 @@ int Socket::bind(const std::string& host, int port) {
   if (host.empty()) {
     _inetAddr.sin_addr.s_addr = INADDR_ANY;
   } else if (::inet_aton(host.c_str(), &_inetAddr.sin_addr) == 0) {
-    // The system would take the address that stands for "none" as the broadcast address.
+    // inet_addr's "none" would be the broadcast address.
     errno = EINVAL;
     ReportErrno("Socket::bind_inet");
     return 0;
@@ -151,8 +151,8 @@ int Socket::bind(const std::string& host, int port) {
   return bind_inet(port);
 }
 
-// For a datagram socket whose port the system is to choose: two that allow sharing may be given the
-// same one, and then take each other's datagrams.
+// For a datagram socket whose port the system chooses: two that allow sharing may get the same one,
+// and then receive each other's datagrams.
 void Socket::KeepPortToItself(int fd) {
   const int off = 0;
   if (_type == SOCK_DGRAM) ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &off, sizeof off);
@@ -223,7 +223,7 @@ int Socket::connect(std::string host, int port) {
                             : connect_inet(std::move(host), port);
 }
 
-// A connect that a signal interrupts goes on by itself; its end has to be waited for.
+// A connect that a signal interrupts continues in the background; wait for its result.
 int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
   if (::connect(fd, address, length) == 0) return 0;
   if (errno != EINTR) return -1;
@@ -238,7 +238,7 @@ int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
 
 namespace {
 
-// The system may choose the very port to connect from that nobody listens at.
+// The system may choose the destination port as the source port when nobody listens there.
 bool IsConnectedToItself(int fd) {
   sockaddr_in own = {};
   sockaddr_in peer = {};
@@ -263,7 +263,7 @@ int Socket::connect_inet(std::string host, int port) {
       ReportErrno("Socket::connect_inet - inet_pton() failed");
       return 0;
     }
-    // Not a dotted address: nobody can be reached at this one, so that connect fails.
+    // Not a dotted address: make connect fail.
     _inetAddr.sin_addr.s_addr = INADDR_NONE;
   }
   if (!IsPort(port, 1) || ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
@@ -497,7 +497,8 @@ int Socket::set_keepalive() {
   const int on = 1;
   if (::setsockopt(use.fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) != 0) return 0;
   if (_type != SOCK_STREAM || _family != AF_INET) return 1;
-  // Asked after a minute of silence, and then four times, the peer is given up after two minutes.
+  // Probe after a minute of silence, then every 15 seconds: a dead peer is dropped after two
+  // minutes.
   constexpr std::pair<int, int> kTimes[] = {
       {TCP_KEEPIDLE, 60}, {TCP_KEEPINTVL, 15}, {TCP_KEEPCNT, 4}};
   for (const auto& [option, value] : kTimes) {

@@ -13,8 +13,8 @@ struct URL {
   std::string port;
 };
 
-// What stands behind the port, options included, is left to the caller. A URI of fewer than three
-// parts gives empty strings, with a message.
+// Whatever follows the port, options included, is not returned. A URI of fewer than three parts
+// gives empty strings, with a message.
 LIBCONFIG_API URL parse(std::string& uri);
 
 }  // namespace url
