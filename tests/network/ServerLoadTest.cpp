@@ -1,7 +1,6 @@
 // Many peers, slow peers and hostile ones: none of them is noticed by the others.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/un.h>
 
 #include <atomic>
 #include <chrono>
@@ -13,9 +12,11 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/NetworkServer.h"
+#include "libconfig/network/Socket.h"
 #include "tests/testing/ActingListener.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/TestServer.h"
+#include "tests/testing/Threads.h"
 #include "tests/testing/Wire.h"
 
 using qel::vorlane::config::access::NetworkServer;
@@ -91,39 +92,29 @@ TEST(ServerLoad, LetsAPeerThatAsksAndNeverReadsWaitAlone) {
 
 TEST(ServerLoad, KeepsTheStringsOfTwoPeersApart) {
   TestServer server;
-  const auto hammer = [&](eParam_t param, char letter) {
+  OnThreads(2, [&](int i) {
+    const eParam_t param = i == 0 ? eParamID_SysName : eParamID_ClipName;
     WirePeer peer(server.GetPort(), 43);
-    for (std::size_t i = 1; i < 300; ++i) {
-      const std::string text(i, letter);
+    for (std::size_t length = 1; length < 300; ++length) {
+      const std::string text(length, i == 0 ? 'a' : 'b');
       ASSERT_TRUE(peer.Send(SetStringRequest(param, text)));
       ASSERT_EQ(text, peer.GetString(param));
     }
-  };
-  std::thread a([&] { hammer(eParamID_SysName, 'a'); });
-  std::thread b([&] { hammer(eParamID_ClipName, 'b'); });
-  a.join();
-  b.join();
+  });
 }
 
 TEST(ServerLoad, SurvivesFourHundredPeersThatComeAndGo) {
   TestServer server;
   Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:configid=44");
-  std::vector<std::thread> crowd;
-  std::atomic<int> answered{0};
-  for (int t = 0; t < 8; ++t) {
-    crowd.emplace_back([&, t] {
-      for (int i = 0; i < 50; ++i) {
-        WirePeer peer(server.GetPort(), 44);
-        peer.Listen();
-        peer.Send(ParamRequest(81, eParamID_MediaUpdated, uint32_t(t * 50 + i)));
-        if (i % 3 == 0) peer.Send(ConnectionRequest(17));
-        if (i % 3 == 1) peer.Send({1, 2, 3});  // half a word, and gone
-        ++answered;
-      }
-    });
-  }
-  for (auto& thread : crowd) thread.join();
-  EXPECT_EQ(400, answered);
+  OnThreads(8, [&](int t) {
+    for (int i = 0; i < 50; ++i) {
+      WirePeer peer(server.GetPort(), 44);
+      peer.Listen();
+      peer.Send(ParamRequest(81, eParamID_MediaUpdated, uint32_t(t * 50 + i)));
+      if (i % 3 == 0) peer.Send(ConnectionRequest(17));
+      if (i % 3 == 1) peer.Send({1, 2, 3});  // half a word, and gone
+    }
+  });
   EXPECT_TRUE(Eventually([&] { return static_cast<ConfigManager*>(store)->GetUseCount() == 1; }));
   ConfigFactoryImpl::GetInstance()->Disconnect(store);
 }
@@ -283,17 +274,13 @@ TEST(Server, ServesLocalSocketsAsWell) {
   auto* const server = new NetworkServer(AF_UNIX, SOCK_STREAM, port);
   ASSERT_TRUE(server->Init());
   ASSERT_TRUE(server->Start());
-  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  const std::string path = "/tmp/qel_" + std::to_string(port);
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  ASSERT_EQ(0, ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-  {
-    Wire peer(fd);
-    ASSERT_TRUE(peer.Send(ConnectionRequest(16, 49)));
-    EXPECT_EQ(32U, peer.Record(7).at(0));
-  }
+  Socket peer(AF_UNIX, SOCK_STREAM);
+  ASSERT_TRUE(peer.create() && peer.connect("", port));
+  Bytes request = ConnectionRequest(16, 49);
+  ASSERT_EQ(1, peer.send(request.data(), static_cast<unsigned>(request.size())));
+  uint32_t answer[7];
+  EXPECT_EQ(28, peer.recv(reinterpret_cast<char*>(answer), sizeof answer));
+  EXPECT_EQ(32U, answer[0]);
   server->Stop();
-  ::unlink(path.c_str());
+  ::unlink(("/tmp/qel_" + std::to_string(port)).c_str());
 }

@@ -13,6 +13,7 @@
 
 #include "libconfig/network/Url.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Threads.h"
 #include "tests/testing/Wire.h"
 
 using testing::HasSubstr;
@@ -138,11 +139,11 @@ TEST(Socket, CountsHalfARecordWhenThePeerCloses) {
 TEST(Socket, SendsAllOrTellsHowMuch) {
   Pair pair;
   Bytes bytes(3 * 1024 * 1024, 'x');
-  std::thread reader([&] { EXPECT_EQ(bytes.size(), pair.other->Receive(bytes.size()).size()); });
   int length = static_cast<int>(bytes.size());
-  EXPECT_EQ(1, pair.socket.sendall(bytes.data(), &length));
+  std::thread sender([&] { EXPECT_EQ(1, pair.socket.sendall(bytes.data(), &length)); });
+  EXPECT_EQ(bytes.size(), pair.other->Receive(bytes.size()).size());
+  sender.join();
   EXPECT_EQ(static_cast<int>(bytes.size()), length);
-  reader.join();
   length = 0;
   EXPECT_EQ(0, pair.socket.sendall(bytes.data(), &length));
 }
@@ -150,30 +151,23 @@ TEST(Socket, SendsAllOrTellsHowMuch) {
 TEST(Socket, WakesWhoeverIsInsideACallWhenItIsClosed) {
   Pair pair;
   Socket listening(AF_INET, SOCK_STREAM);
-  ASSERT_EQ(1, listening.create());
-  ASSERT_EQ(1, listening.bind("127.0.0.1", 0));
-  ASSERT_EQ(1, listening.listen());
+  ASSERT_TRUE(listening.create() && listening.bind("127.0.0.1", 0) && listening.listen());
   std::atomic<int> inside{0};
-  std::thread receiver([&] {
+  std::thread closer([&] {
+    EXPECT_TRUE(Eventually([&] { return inside == 3; }));
+    pair.socket.close();
+    listening.close();
+  });
+  OnThreads(3, [&](int call) {
+    ++inside;
     char byte;
-    ++inside;
-    EXPECT_LE(pair.socket.recv(&byte, 1), 0);
-  });
-  std::thread acceptor([&] {
     Socket peer(AF_INET, SOCK_STREAM);
-    ++inside;
-    EXPECT_EQ(0, listening.accept(&peer));
+    const int result = call == 0   ? pair.socket.recv(&byte, 1)
+                       : call == 1 ? listening.accept(&peer)
+                                   : pair.socket.wait_readable(60000) - 1;
+    EXPECT_LE(result, 0);
   });
-  std::thread waiter([&] {
-    ++inside;
-    pair.socket.wait_readable(60000);
-  });
-  ASSERT_TRUE(Eventually([&] { return inside == 3; }));
-  pair.socket.close();
-  listening.close();
-  receiver.join();
-  acceptor.join();
-  waiter.join();
+  closer.join();
 }
 
 TEST(Socket, KeepsItsNumberUntilNobodyIsInsideACall) {
@@ -233,28 +227,19 @@ TEST(LocalSocket, BindsToTheFileThatItsPortNumbersAndRemovesOnlyASocket) {
   ::unlink(path.c_str());
 }
 
-TEST(Url, SplitsAtColonsAndSlashes) {
-  struct Case {
-    std::string uri, scheme, host, port;
-  };
-  for (Case c : {Case{"tcp://127.0.0.1:43110", "tcp", "127.0.0.1", "43110"},
-                 Case{"socket://127.0.0.1:43110/caching=true", "socket", "127.0.0.1", "43110"},
-                 Case{"multicast://" + std::string(300, '1') + ":63110", "multicast",
-                      std::string(300, '1'), "63110"}}) {
-    const url::URL url = url::parse(c.uri);
-    EXPECT_EQ(c.scheme, url.scheme);
-    EXPECT_EQ(c.host, url.host);
-    EXPECT_EQ(c.port, url.port);
-  }
-}
-
-TEST(Url, TellsHowManyPartsItFoundWhenThereAreTooFew) {
-  for (auto [uri, parts] :
-       {std::pair<std::string, int>{"tcp://127.0.0.1", 2}, {"tcp:", 1}, {"", 0}}) {
-    CaptureStderr();
+TEST(Url, SplitsAtColonsAndSlashesIntoThreePartsOrNone) {
+  const auto split = [](std::string uri) {
     const url::URL url = url::parse(uri);
-    EXPECT_EQ("url::parse - unable to parse url, found " + std::to_string(parts) + " matches\n",
+    return url.scheme + "|" + url.host + "|" + url.port;
+  };
+  EXPECT_EQ("tcp|127.0.0.1|43110", split("tcp://127.0.0.1:43110"));
+  EXPECT_EQ("socket|127.0.0.1|43110", split("socket://127.0.0.1:43110/caching=true"));
+  const std::string host(300, '1');
+  EXPECT_EQ("multicast|" + host + "|63110", split("multicast://" + host + ":63110"));
+  for (auto [uri, parts] : {std::pair("tcp://127.0.0.1", "2"), {"tcp:", "1"}, {"", "0"}}) {
+    CaptureStderr();
+    EXPECT_EQ("||", split(uri));
+    EXPECT_EQ(std::string("url::parse - unable to parse url, found ") + parts + " matches\n",
               GetCapturedStderr());
-    EXPECT_TRUE(url.scheme.empty() && url.host.empty() && url.port.empty());
   }
 }
