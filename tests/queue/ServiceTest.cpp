@@ -108,6 +108,9 @@ TEST_F(QueueService, RefusesWithANumberWhatCannotBeDone) {
   EXPECT_EQ(53U, SetText({}, 0xFFFFFFFF)[9]);
   EXPECT_EQ(53U, SetText(Value("x"), 17)[9]) << "without its end";
   EXPECT_EQ(53U, SetText(std::string(40, '\xFF'), 40)[9]);
+  EXPECT_EQ(60U, Ask({112, _id, 4, 0, 0, kIPConfig, 0, 0, 0})[9]) << "no text";
+  EXPECT_EQ(53U, Ask({113, _id, 3, 0, 0, eParamID_ClipName, 0, 18, 2560}, Value("x"))[9])
+      << "another parameter's";
   for (uint32_t config = 1; config < 64; ++config) {
     EXPECT_EQ(0U, Ask({80, _id, 1, config, 0, kIPConfig, 0, 0, 0})[9]);
   }
