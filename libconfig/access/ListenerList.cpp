@@ -17,18 +17,21 @@ ListenerList::Delivery::~Delivery() {
 void ListenerList::QuitDelivery() {
   if (!IsMine()) return;
   _end = 0;
+  _waiting.clear();
   _owner.store({}, std::memory_order_relaxed);
   SemaphoreHelper::Post(_lock.Get());
 }
 
-void ListenerList::Add(ConfigEventListener* listener, Duplicates duplicates) {
+bool ListenerList::Add(ConfigEventListener* listener, Duplicates duplicates) {
+  if (listener == nullptr) return false;
   const Delivery hold(*this);
   if (duplicates == Duplicates::kIgnore &&
       std::find(_listeners.begin(), _listeners.end(), listener) != _listeners.end()) {
-    return;
+    return true;
   }
   _listeners.push_back(listener);
   _count = _listeners.size();
+  return true;
 }
 
 bool ListenerList::Remove(ConfigEventListener* listener) {
@@ -46,6 +49,7 @@ bool ListenerList::Remove(ConfigEventListener* listener) {
 void ListenerList::RemoveAll() {
   const Delivery hold(*this);
   _listeners.clear();
+  _waiting.clear();
   _count = 0;
   _next = 0;
   _end = 0;

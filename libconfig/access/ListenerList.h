@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <deque>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -20,8 +22,8 @@ class ListenerList {
  public:
   enum class Duplicates { kAllow, kIgnore };
 
-  // Appends; a listener that joins during a delivery hears the next event.
-  void Add(ConfigEventListener* listener, Duplicates duplicates = Duplicates::kAllow);
+  // Appends; a listener that joins during a delivery hears the next event. False for null.
+  bool Add(ConfigEventListener* listener, Duplicates duplicates = Duplicates::kAllow);
   // Removes the first entry of `listener`, and tells whether there was one.
   bool Remove(ConfigEventListener* listener);
   void RemoveAll();
@@ -44,6 +46,23 @@ class ListenerList {
     // True inside a listener's call: the list is in the middle of an event, and another one has to
     // wait until it is through.
     bool IsNested() const { return _nested; }
+
+    // Runs `tell(delivery)`, which calls ToAll, and then what was announced from inside those
+    // calls. From inside a call it only queues `tell`. When a listener throws, what is queued is
+    // dropped: by the next event it would be out of date.
+    template <typename Tell>
+    void Announce(Tell tell) {
+      if (_nested) {
+        _list._waiting.emplace_back(std::move(tell));
+        return;
+      }
+      tell(*this);
+      while (_list.IsMine() && !_list._waiting.empty()) {
+        const auto next = std::move(_list._waiting.front());
+        _list._waiting.pop_front();
+        next(*this);
+      }
+    }
 
     // REQUIRES: not nested.
     template <typename Call>
@@ -86,6 +105,7 @@ class ListenerList {
   std::vector<ConfigEventListener*> _listeners;
   std::size_t _next = 0;
   std::size_t _end = 0;  // 0 while no event is running
+  std::deque<std::function<void(Delivery&)>> _waiting;
 };
 
 }  // namespace qel::config

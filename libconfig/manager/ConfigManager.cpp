@@ -1,9 +1,5 @@
 #include "libconfig/manager/ConfigManager.h"
 
-#include <algorithm>
-#include <set>
-#include <variant>
-
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/access/LiveConfigs.h"
@@ -11,12 +7,14 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
+#include "libconfig/manager/PreconditionList.h"
 #include "libconfig/manager/UpdatePreconditionValues.h"
 #include "libconfig/manager/ValuePool.h"
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/StringValue.h"
 
 using qel::config::ListenerList;
+using qel::config::PreconditionList;
 using qel::config::Report;
 using qel::config::UpdatePrecondition;
 using qel::config::ValuePool;
@@ -43,13 +41,6 @@ ConfigValue* TakeOrCreate(eConfigID_t store, eParam_t id, eParamType_t type,
 
 }  // namespace
 
-// A change that was stored and has yet to be announced.
-struct ConfigManager::Change {
-  eParam_t id;
-  std::variant<unsigned int, std::string> value;
-  bool withDependents;
-};
-
 // Holds the listeners from before a change is stored until all that it led to has been announced.
 class ConfigManager::Announcement {
  public:
@@ -58,60 +49,55 @@ class ConfigManager::Announcement {
 
   template <typename Value>
   void Announce(eParam_t id, const Value& value, bool withDependents) {
-    if (_delivery.IsNested()) {
-      _store._waiting.push_back({id, value, withDependents});
-      return;
-    }
-    Tell(id, value, withDependents);
-    while (!_store._waiting.empty()) {
-      const Change change = std::move(_store._waiting.front());
-      _store._waiting.pop_front();
-      std::visit([&](const auto& stored) { Tell(change.id, stored, change.withDependents); },
-                 change.value);
-    }
+    _delivery.Announce([&store = _store, id, value, withDependents](Delivery& delivery) {
+      Tell(store, delivery, id, value);
+      const ParamDescriptor* const descriptor = withDependents ? FindDescriptor(id) : nullptr;
+      if (descriptor == nullptr) return;
+      // One level deep: what depends on the dependents is not followed.
+      for (const eParam_t dependent : descriptor->Dependents()) {
+        WithCurrent(store, dependent,
+                    [&](const auto& current) { Tell(store, delivery, dependent, current); });
+      }
+    });
   }
 
   // With the value that the parameter has now.
   void AnnounceCurrent(eParam_t id) {
-    WithCurrent(id, [&](const auto& value) { Announce(id, value, false); });
+    WithCurrent(_store, id, [&](const auto& value) { Announce(id, value, false); });
   }
 
  private:
+  using Delivery = ListenerList::Delivery;
+
   template <typename Value>
-  void Tell(eParam_t id, const Value& value, bool withDependents) {
-    const timeval when = _store.GetLastConfigUpdate();
-    _delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(id, value, when); });
-    const ParamDescriptor* const descriptor = withDependents ? FindDescriptor(id) : nullptr;
-    if (descriptor == nullptr) return;
-    // One level deep: what depends on the dependents is not followed.
-    for (const eParam_t dependent : descriptor->Dependents()) {
-      WithCurrent(dependent, [&](const auto& current) { Tell(dependent, current, false); });
-    }
+  static void Tell(ConfigManager& store, Delivery& delivery, eParam_t id, const Value& value) {
+    const timeval when = store.GetLastConfigUpdate();
+    delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(id, value, when); });
   }
 
   template <typename Use>
-  void WithCurrent(eParam_t id, Use use) {
+  static void WithCurrent(ConfigManager& store, eParam_t id, Use use) {
     const ParamDescriptor* const descriptor = FindDescriptor(id);
     if (descriptor == nullptr) return;
     if (descriptor->GetParamType() == eParamType_String) {
       std::string text;
-      _store.Get(id, text);
+      store.Get(id, text);
       use(text);
     } else {
-      use(_store.Get(id));
+      use(store.Get(id));
     }
   }
 
   ConfigManager& _store;
   // A listener may give the last connection back from inside its call.
   const std::shared_ptr<ConfigManager> _alive;
-  ListenerList::Delivery _delivery;
+  Delivery _delivery;
 };
 
 ConfigManager::ConfigManager(eConfigID_t id)
     : _configID(id),
       _listeners(std::make_unique<ListenerList>()),
-      _preconditions(std::make_shared<const Preconditions>()) {
+      _preconditions(std::make_unique<PreconditionList>()) {
   qel::config::LiveConfigs<ConfigManager>::Instance().Add(this);
 }
 
@@ -262,10 +248,13 @@ int ConfigManager::SetAndAnnounce(eParam_t id, Value value) {
   // Not GetParamDescriptor: a peer may ask for any number, and each placeholder would stay.
   const ParamDescriptor* const descriptor = FindDescriptor(id);
   if (descriptor == nullptr) return 0;
-  if (!descriptor->HasClassName("do_not_validate")) {
-    for (UpdatePrecondition* const precondition : *GetPreconditions()) {
-      if (!precondition->IsUpdateValid(this, id, value)) return 0;
-    }
+  // A precondition may give the last connection back from inside its call.
+  const std::shared_ptr<ConfigManager> alive = weak_from_this().lock();
+  if (!descriptor->HasClassName("do_not_validate") &&
+      !_preconditions->CheckAll([&](UpdatePrecondition& precondition) {
+        return precondition.IsUpdateValid(this, id, value);
+      })) {
+    return 0;
   }
   Announcement announcement(*this);
   const bool stored = SetConfigParam(id, value);
@@ -296,8 +285,7 @@ bool ConfigManager::FireParamsChangedEvents(std::vector<eParam_t> ids) {
 }
 
 int ConfigManager::AddConfigEventListener(ConfigEventListener* listener) {
-  _listeners->Add(listener);
-  return 1;
+  return _listeners->Add(listener) ? 1 : 0;
 }
 
 int ConfigManager::AddConfigEventListener(eParam_t, ConfigEventListener* listener) {
@@ -308,42 +296,16 @@ int ConfigManager::RemoveConfigEventListener(ConfigEventListener* listener) {
   return _listeners->Remove(listener);
 }
 
-std::shared_ptr<const ConfigManager::Preconditions> ConfigManager::GetPreconditions() {
-  SemaphoreHelper lock(_preconditionsLock);
-  return _preconditions;
-}
-
-void ConfigManager::SetPreconditions(Preconditions preconditions) {
-  _preconditions = std::make_shared<const Preconditions>(std::move(preconditions));
-}
-
 int ConfigManager::AddUpdatePrecondition(UpdatePrecondition* precondition) {
-  SemaphoreHelper lock(_preconditionsLock);
-  Preconditions changed = *_preconditions;
-  changed.push_back(precondition);
-  SetPreconditions(std::move(changed));
+  _preconditions->Add(precondition);
   return 1;
 }
 
 int ConfigManager::RemoveUpdatePrecondition(UpdatePrecondition* precondition) {
-  SemaphoreHelper lock(_preconditionsLock);
-  Preconditions changed = *_preconditions;
-  const auto found = std::find(changed.begin(), changed.end(), precondition);
-  if (found == changed.end()) return 0;
-  changed.erase(found);
-  SetPreconditions(std::move(changed));
-  return 1;
+  return _preconditions->Remove(precondition) ? 1 : 0;
 }
 
-void ConfigManager::DeleteAllUpdatePreconditions() {
-  std::set<UpdatePrecondition*> once;
-  {
-    SemaphoreHelper lock(_preconditionsLock);
-    once.insert(_preconditions->begin(), _preconditions->end());
-    SetPreconditions({});
-  }
-  for (UpdatePrecondition* const precondition : once) delete precondition;
-}
+void ConfigManager::DeleteAllUpdatePreconditions() { _preconditions->DeleteAll(); }
 
 int ConfigManager::IncrementUseCount() {
   SemaphoreHelper lock(_useCountLock);

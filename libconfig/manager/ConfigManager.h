@@ -13,7 +13,6 @@
 // others is taken, nothing else is nested.
 #pragma once
 
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,7 +23,8 @@
 
 namespace qel::config {
 class ListenerList;
-}
+class PreconditionList;
+}  // namespace qel::config
 
 class LIBCONFIG_API ConfigManager : public Config,
                                     public std::enable_shared_from_this<ConfigManager> {
@@ -89,28 +89,19 @@ class LIBCONFIG_API ConfigManager : public Config,
   int GetUseCount();
 
  private:
-  struct Change;
   class Announcement;
-  using Preconditions = std::vector<qel::config::UpdatePrecondition*>;
 
   template <typename Value>
   int SetAndAnnounce(eParam_t id, Value value);
   Serializable* MakeValue(const ParamDescriptor& descriptor);
-  std::shared_ptr<const Preconditions> GetPreconditions();
-  void SetPreconditions(Preconditions preconditions) LIBCONFIG_REQUIRES(_preconditionsLock);
 
   const eConfigID_t _configID;
 
   Semaphore _valuesLock;
   std::map<eParam_t, Serializable*> _values LIBCONFIG_GUARDED_BY(_valuesLock);
 
-  // Its lock is the listeners lock, which guards the changes that wait for the running one, too.
-  const std::unique_ptr<qel::config::ListenerList> _listeners;
-  std::deque<Change> _waiting;
-
-  // Replaced as a whole, so that an update walks the list as it stood when the update began.
-  Semaphore _preconditionsLock;
-  std::shared_ptr<const Preconditions> _preconditions LIBCONFIG_GUARDED_BY(_preconditionsLock);
+  const std::unique_ptr<qel::config::ListenerList> _listeners;  // its lock is the listeners lock
+  const std::unique_ptr<qel::config::PreconditionList> _preconditions;
 
   Semaphore _useCountLock;
   int _useCount LIBCONFIG_GUARDED_BY(_useCountLock) = 0;

@@ -1,6 +1,13 @@
 // A rule that a store consults before it stores a value. It may refuse the update, or change the
-// value, which is then stored and announced as changed. A store owns the rules that were added to
-// it. It calls them on the thread that sets, with none of its locks held.
+// value, which is then stored and announced as changed.
+//
+// A store owns the preconditions that were added to it. It calls them in the order in which they
+// were added, on the thread that sets and with none of its locks held: two threads may be inside
+// one precondition at once. From inside a call a precondition may set, add and remove, itself too.
+// An update that is being checked does not reach what is added meanwhile, and does not call what
+// was removed. When RemoveUpdatePrecondition returns, the caller owns the precondition and no other
+// thread is inside it; called from inside a precondition it returns at once, and another thread may
+// still be inside.
 #pragma once
 
 #include <string>

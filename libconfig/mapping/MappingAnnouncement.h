@@ -3,9 +3,8 @@
 #pragma once
 
 #include <atomic>
-#include <deque>
-#include <functional>
 #include <memory>
+#include <utility>
 
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/descriptors/Catalogue.h"
@@ -19,25 +18,14 @@ namespace qel::vorlane::config::access {
 using Delivery = qel::config::ListenerList::Delivery;
 
 struct MappingConfig::Events {
-  // `tell` takes a Delivery. What comes in while a listener is being called waits for the running
-  // event.
   template <typename Tell>
   void Announce(Tell tell) {
-    Delivery delivery(listeners);
-    if (delivery.IsNested()) {
-      waiting.emplace_back(std::move(tell));
-      return;
-    }
-    tell(delivery);
-    while (!gone && !waiting.empty()) {
-      const auto next = std::move(waiting.front());
-      waiting.pop_front();
-      next(delivery);
-    }
+    Delivery(listeners).Announce([this, tell = std::move(tell)](Delivery& delivery) {
+      if (!gone) tell(delivery);
+    });
   }
 
   qel::config::ListenerList listeners;
-  std::deque<std::function<void(Delivery&)>> waiting;  // of the thread that delivers
   // The mapped configuration is on its way out, and must not be touched by a delivery any more.
   std::atomic<bool> gone{false};
 };

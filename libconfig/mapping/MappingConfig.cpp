@@ -128,8 +128,7 @@ ParamDescriptor* MappingConfig::GetParamDescriptor(eParam_t param) {
 }
 
 int MappingConfig::AddConfigEventListener(ConfigEventListener* listener) {
-  _events->listeners.Add(listener);
-  return 1;
+  return _events->listeners.Add(listener) ? 1 : 0;
 }
 
 int MappingConfig::AddConfigEventListener(eParam_t, ConfigEventListener* listener) {

@@ -229,6 +229,22 @@ TEST_F(ConfigManagerTest, AnnouncesChangesFromInsideACallAfterTheRunningOne) {
   EXPECT_EQ(heard, second.GetHeard()) << "the same order for everybody";
 }
 
+TEST_F(ConfigManagerTest, ForgetsWhatWaitedForAnEventThatAListenerBroke) {
+  EXPECT_EQ(0, _store->AddConfigEventListener(nullptr));
+  EXPECT_EQ(0, _store->AddConfigEventListener(eParamID_GenLock, nullptr));
+  Acting throwing([&](eParam_t id, const std::string&) {
+    if (id != eParamID_IPConfig) return;
+    _store->Set(eParamID_GenLock, 1U);
+    throw std::runtime_error("a listener's own");
+  });
+  RecordingListener behind;
+  _store->AddConfigEventListener(&throwing);
+  _store->AddConfigEventListener(&behind);
+  EXPECT_THROW(_store->Set(eParamID_IPConfig, 1U), std::runtime_error);
+  _store->Set(eParamID_SysName, std::string("next"));
+  EXPECT_THAT(behind.GetHeard(), ElementsAre(Event(eParamID_SysName, "next")));
+}
+
 TEST_F(ConfigManagerTest, LetsListenersComeAndGoFromInsideACall) {
   RecordingListener removed;
   RecordingListener late;

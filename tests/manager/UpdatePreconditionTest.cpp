@@ -2,11 +2,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/EnumDescriptor.h"
 #include "libconfig/manager/ConfigManager.h"
+#include "libconfig/manager/LocalConfigFactory.h"
 #include "libconfig/manager/UpdatePreconditionValues.h"
 #include "libconfig/serialization/Serializable.h"
+#include "tests/testing/FakeConfig.h"
 #include "tests/testing/RecordingListener.h"
 
 namespace {
@@ -14,7 +21,7 @@ namespace {
 using qel::config::UpdatePrecondition;
 using qel::config::UpdatePreconditionValues;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using testing_support::FakeConfig;
 using testing_support::RecordingListener;
 
 constexpr auto kEnum = static_cast<eParam_t>(1);
@@ -22,36 +29,15 @@ constexpr auto kNumber = static_cast<eParam_t>(2);
 constexpr auto kText = static_cast<eParam_t>(3);
 constexpr auto kNoDescriptor = static_cast<eParam_t>(4);
 
-// A configuration with three descriptors and nothing else.
-class Descriptors : public Config {
- public:
-  Descriptors() {
-    for (const unsigned int value : {0U, 1U, 5U}) choices.AddNameValuePair(value, "choice");
-    number.SetMinValue(1);
-    number.SetMaxValue(10);
-  }
-  ParamDescriptor* GetParamDescriptor(eParam_t id) override {
-    if (id == kEnum) return &choices;
-    if (id == kNumber) return &number;
-    return id == kText ? &text : nullptr;
-  }
-  int Set(eParam_t, unsigned int) override { return 0; }
-  unsigned int Get(eParam_t) override { return 0; }
-  eConfigID_t GetConfigID() override { return eConfigID_Default; }
-  timeval GetLastConfigUpdate() override { return {}; }
-  ParamDescriptor* GetParamDescriptor(std::string) override { return nullptr; }
-  std::vector<eParam_t> GetParamIDs() override { return {}; }
-  int Get(eParam_t, unsigned int&) override { return 0; }
-  int Set(eParam_t, std::string) override { return 0; }
-  int Get(eParam_t, std::string&) override { return 0; }
-
+TEST(UpdatePreconditionValues, ListsForChoicesAndRangesForNumbers) {
   EnumDescriptor choices;
   IntegerDescriptor number;
   ParamDescriptor text;
-};
-
-TEST(UpdatePreconditionValues, ListsForChoicesAndRangesForNumbers) {
-  Descriptors config;
+  for (const unsigned int value : {0U, 1U, 5U}) choices.AddNameValuePair(value, "choice");
+  number.SetMinValue(1);
+  number.SetMaxValue(10);
+  FakeConfig config;
+  config.descriptors = {{kEnum, &choices}, {kNumber, &number}, {kText, &text}};
   UpdatePreconditionValues rule;
   // What becomes of a value, or "refused".
   const auto becomes = [&](eParam_t id, unsigned int value) {
@@ -72,7 +58,7 @@ TEST(UpdatePreconditionValues, ListsForChoicesAndRangesForNumbers) {
   Serializable object;
   EXPECT_TRUE(rule.IsUpdateValid(&config, kNoDescriptor, object));
 
-  config.number.SetMinValue(20);
+  number.SetMinValue(20);
   EXPECT_EQ("20", becomes(kNumber, 15)) << "the lower bound is looked at first";
   EXPECT_EQ("10", becomes(kNumber, 20));
 }
@@ -146,6 +132,84 @@ TEST(StorePreconditions, AreAskedInOrderAndMayChangeOrRefuse) {
     asked.clear();
   }
   EXPECT_THAT(asked, ElementsAre("~add")) << "added twice, deleted once";
+}
+
+// Lets everything pass, and does something on the way.
+class ActingRule : public UpdatePrecondition {
+ public:
+  explicit ActingRule(std::function<void()> action) : _action(std::move(action)) {}
+  bool IsUpdateValid(Config*, eParam_t, unsigned int&) override { return _action(), true; }
+  bool IsUpdateValid(Config*, eParam_t, std::string&) override { return _action(), true; }
+  bool IsUpdateValid(Config*, eParam_t, Serializable&) override { return true; }
+
+ private:
+  const std::function<void()> _action;
+};
+
+class ChangingPreconditions : public ::testing::Test {
+ protected:
+  ChangingPreconditions() {
+    CreateDescriptors();
+    ::testing::internal::CaptureStderr();
+    _store = static_cast<ConfigManager*>(_factory.Connect("local:configid=41"));
+    ::testing::internal::GetCapturedStderr();
+  }
+  ~ChangingPreconditions() override {
+    if (_store != nullptr) _factory.Disconnect(_store);
+  }
+  UpdatePrecondition* Add(std::function<void()> action) {
+    auto* const rule = new ActingRule(std::move(action));
+    EXPECT_EQ(1, _store->AddUpdatePrecondition(rule));
+    return rule;
+  }
+
+  qel::config::access::LocalConfigFactory _factory;
+  ConfigManager* _store;
+};
+
+TEST_F(ChangingPreconditions, TakeEffectOnTheRunningUpdate) {
+  Asked asked;
+  UpdatePrecondition* next = nullptr;
+  UpdatePrecondition* self = nullptr;
+  self = Add([&] {
+    asked.push_back("self");
+    EXPECT_EQ(1, _store->RemoveUpdatePrecondition(self));
+    EXPECT_EQ(1, _store->RemoveUpdatePrecondition(next));
+    for (int i = 0; i < 9; ++i) Add([&] { asked.push_back("late"); });
+  });
+  next = Add([&] { asked.push_back("next"); });
+  Add([&] { asked.push_back("last"); });
+  EXPECT_EQ(1, _store->AddUpdatePrecondition(nullptr));
+  EXPECT_EQ(1, _store->Set(eParamID_IntervalTime, 5U));
+  EXPECT_THAT(asked, ElementsAre("self", "last"));
+  delete self;
+  delete next;
+  EXPECT_EQ(1, _store->Set(eParamID_SysName, std::string("n")));
+  EXPECT_EQ(2U + 1U + 9U, asked.size());
+}
+
+TEST_F(ChangingPreconditions, WaitForOtherThreadsThatAreInsideOne) {
+  std::promise<void> inside;
+  std::promise<void> leave;
+  auto* const rule = Add([&] {
+    inside.set_value();
+    leave.get_future().wait();
+  });
+  auto setting = std::async([&] { _store->Set(eParamID_IntervalTime, 5U); });
+  inside.get_future().wait();
+  auto removing = std::async([&] { return _store->RemoveUpdatePrecondition(rule); });
+  EXPECT_EQ(std::future_status::timeout, removing.wait_for(std::chrono::milliseconds(50)));
+  EXPECT_EQ(1, _store->Set(eParamID_ExtendedAlarm, 1U)) << "others go on meanwhile";
+  leave.set_value();
+  EXPECT_EQ(1, removing.get());
+  delete rule;
+  setting.wait();
+}
+
+TEST_F(ChangingPreconditions, BearThatOneGivesTheStoreBack) {
+  ConfigManager* const store = _store;
+  Add([&] { EXPECT_TRUE(_factory.Disconnect(std::exchange(_store, nullptr))); });
+  EXPECT_EQ(1, store->Set(eParamID_IntervalTime, 5U));
 }
 
 }  // namespace

@@ -352,6 +352,23 @@ TEST_F(MappedConfig, BearChangesFromInsideACall) {
   EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("1", "3", "2"));
 }
 
+TEST_F(MappedConfig, ForgetWhatWaitedForAnEventThatAListenerBroke) {
+  const auto config = Local();
+  EXPECT_EQ(0, config->AddConfigEventListener(nullptr));
+  EXPECT_EQ(0, config->AddConfigEventListener({eParamID_IPConfig}, nullptr));
+  ActingListener throwing([&] {
+    if (throwing.GetHeard().size() > 1) return;
+    config->ParamChanged(eParamID_MediaUpdated, 2U, timeval{});
+    throw std::runtime_error("a listener's own");
+  });
+  RecordingListener behind;
+  config->AddConfigEventListener(&throwing);
+  config->AddConfigEventListener(&behind);
+  EXPECT_THROW(_store->Set(eParamID_MediaUpdated, 1U), std::runtime_error);
+  _store->Set(eParamID_MediaUpdated, 3U);
+  EXPECT_THAT(behind.GetValues(eParamID_MediaUpdated), ElementsAre("3"));
+}
+
 TEST_F(MappedConfig, CanBeDestroyedUnderEvents) {
   std::atomic<bool> stop{false};
   std::thread traffic([&] {

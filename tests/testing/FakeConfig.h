@@ -1,0 +1,127 @@
+// A configuration whose other end is the test: it holds values, counts what it is asked, and may
+// fail, or do something before it answers.
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "libconfig/access/Config.h"
+#include "libconfig/descriptors/Catalogue.h"
+
+namespace testing_support {
+
+class FakeConfig : public Config {
+ public:
+  ~FakeConfig() override { atEnd(); }
+
+  std::map<eParam_t, unsigned int> numbers;
+  std::map<eParam_t, std::string> texts;
+  std::map<eParam_t, ParamDescriptor*> descriptors;  // ahead of the catalogue's
+  std::vector<ConfigEventListener*> listeners;
+  bool failing = false;
+  bool plain = false;  // numbers can only be read without a result
+  std::function<void()> meanwhile = [] {};
+  std::function<void()> atEnd = [] {};
+
+  int Count(const std::string& operation) const {
+    return static_cast<int>(std::count(_calls.begin(), _calls.end(), operation));
+  }
+  const std::vector<std::string>& GetCalls() const { return _calls; }
+
+  int Set(eParam_t id, unsigned int value) override { return Store(numbers, id, value); }
+  int Set(eParam_t id, std::string value) override { return Store(texts, id, value); }
+  unsigned int Get(eParam_t id) override {
+    unsigned int value = 0;
+    Fetch(numbers, id, value);
+    return value;
+  }
+  int Get(eParam_t id, unsigned int& value) override {
+    return plain ? 0 : Fetch(numbers, id, value);
+  }
+  int Get(eParam_t id, std::string& value) override { return Fetch(texts, id, value); }
+  eConfigID_t GetConfigID() override { return Note<eConfigID_t>("GetConfigID", 9); }
+  timeval GetLastConfigUpdate() override { return {12, 34}; }
+  ParamDescriptor* GetParamDescriptor(eParam_t id) override {
+    _calls.push_back("GetParamDescriptor");
+    const auto own = descriptors.find(id);
+    return own == descriptors.end() ? FindDescriptor(id) : own->second;
+  }
+  ParamDescriptor* GetParamDescriptor(std::string name) override {
+    _calls.push_back("GetParamDescriptor " + name);
+    return GetDescriptor(name);
+  }
+  std::vector<eParam_t> GetParamIDs() override {
+    _calls.push_back("GetParamIDs");
+    return {eParamID_IPConfig};
+  }
+  Serializable* GetSerializable(eParam_t) override {
+    _calls.push_back("GetSerializable");
+    return nullptr;
+  }
+  int SetSerializable(eParam_t, Serializable*) override { return Note("SetSerializable"); }
+  int GetData(eParam_t, std::string&) override { return Note("GetData"); }
+  int SetData(eParam_t, std::string&) override { return Note("SetData"); }
+  int AddConfigEventListener(ConfigEventListener* listener) override {
+    listeners.push_back(listener);
+    return Note("AddConfigEventListener");
+  }
+  int AddConfigEventListener(eParam_t, ConfigEventListener*) override {
+    return Note("AddConfigEventListener id");
+  }
+  int AddConfigEventListener(std::list<eParam_t>, ConfigEventListener*) override {
+    return Note("AddConfigEventListener list");
+  }
+  int RemoveConfigEventListener(ConfigEventListener*) override {
+    return Note("RemoveConfigEventListener");
+  }
+  int WaitForConfigEvent(ConfigEvent&, long, long) override { return Note("WaitForConfigEvent"); }
+  std::vector<ParamDescriptor*> GetDescriptorsByClassName(std::string) override {
+    _calls.push_back("GetDescriptorsByClassName");
+    return {nullptr};
+  }
+  int Lock(eParam_t, eParamLock_t) override { return Note("Lock"); }
+  int Unlock(eParam_t) override { return Note("Unlock"); }
+  int StartTransaction(std::vector<eParam_t>, unsigned int&) override {
+    return Note("StartTransaction");
+  }
+  int Commit(unsigned int) override { return Note("Commit"); }
+  int Rollback(unsigned int) override { return Note("Rollback"); }
+  int AddUpdatePrecondition(qel::config::UpdatePrecondition*) override {
+    return Note("AddUpdatePrecondition");
+  }
+  int RemoveUpdatePrecondition(qel::config::UpdatePrecondition*) override {
+    return Note("RemoveUpdatePrecondition");
+  }
+
+ private:
+  template <typename Result = int>
+  Result Note(const char* operation, int result = 2) {
+    _calls.push_back(operation);
+    return static_cast<Result>(result);
+  }
+
+  template <typename Map, typename Value>
+  int Fetch(Map& map, eParam_t id, Value& value) {
+    _calls.push_back("Get");
+    const Value answer = map[id];
+    meanwhile();
+    if (failing) return 0;
+    value = answer;
+    return 1;
+  }
+
+  template <typename Map, typename Value>
+  int Store(Map& map, eParam_t id, const Value& value) {
+    _calls.push_back("Set");
+    if (!failing) map[id] = value;
+    meanwhile();
+    return failing ? 0 : 1;
+  }
+
+  std::vector<std::string> _calls;
+};
+
+}  // namespace testing_support
