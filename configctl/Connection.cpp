@@ -9,6 +9,8 @@
 #include <optional>
 #include <utility>
 
+#include "libconfig/access/Outcome.h"
+
 using qel::vorlane::config::access::MappingConfig;
 using qel::vorlane::config::access::NetworkClient;
 using qel::vorlane::config::access::NetworkUDPClient;
@@ -184,8 +186,8 @@ programs::Value Connection::Get(eParam_t id) {
 eParam_t Connection::Resolve(eParam_t id) {
   const auto guard = Watch("reading");
   const auto start = Watchdog::Clock::now();
-  eParam_t concrete = id;
-  if (!CParamMapper(_config).Resolve(id, concrete)) ThrowUnread(id, start);
+  const eParam_t concrete = CParamMapper(_config).MapParamID(id);
+  if (qel::config::LastOutcome() != qel::config::Outcome::kDone) ThrowUnread(id, start);
   return concrete;
 }
 

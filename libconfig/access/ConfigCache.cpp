@@ -1,16 +1,28 @@
 #include "libconfig/access/ConfigCache.h"
 
-#include <chrono>
+#include <cstdio>
 
+#include "libconfig/access/Outcome.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 
-using qel::config::limits::kAtOnce;
+using qel::config::Outcome;
+using qel::config::SetOutcome;
 using qel::config::limits::kCacheBytes;
 using qel::config::limits::kCacheKeys;
+using qel::config::limits::kCacheStrangers;
 
 namespace {
+
+// A catalogue's answer for an identifier that it does not have, named by its four bytes.
+bool IsPlaceholder(const ParamDescriptor& descriptor) {
+  const eParam_t id = descriptor.GetParamID();
+  char name[16];
+  std::snprintf(name, sizeof name, "%u.%u.%u.%u", id >> 24 & 0xff, id >> 16 & 0xff, id >> 8 & 0xff,
+                id & 0xff);
+  return descriptor.GetParamIDName() == name;
+}
 
 bool SaysVolatile(const ParamDescriptor& descriptor) {
   unsigned int number;
@@ -18,6 +30,12 @@ bool SaysVolatile(const ParamDescriptor& descriptor) {
   return descriptor.HasClassName("volatile") || descriptor.GetAttribute("volatile", number) ||
          descriptor.GetAttribute("volatile", text);
 }
+
+// A number may be 0 without having failed.
+int Read(Config& config, eParam_t param, unsigned int& value) {
+  return qel::config::TryGet(config, param, value) ? 1 : 0;
+}
+int Read(Config& config, eParam_t param, std::string& value) { return config.Get(param, value); }
 
 std::size_t BytesOf(unsigned int) { return 0; }
 std::size_t BytesOf(const std::string& text) { return text.size(); }
@@ -29,22 +47,30 @@ ConfigCache::ConfigCache(Config* config)
   if (_config != nullptr) _lastUpdate = _config->GetLastConfigUpdate();
 }
 
-ConfigCache::~ConfigCache() = default;
+// The connection goes first, as it may be calling this listener until it has ended.
+ConfigCache::~ConfigCache() { _config.reset(); }
 
 bool ConfigCache::IsVolatile(eParam_t param) {
   {
     SemaphoreHelper lock(_lock);
     const auto found = _volatility.find(param);
     if (found != _volatility.end() && found->second != kUnknown) return found->second == kVolatile;
+    if (_strangers >= kCacheStrangers && !IsValidParamID(param)) return true;
   }
-  // Not asked for what is not in the catalogue: the answer would be a placeholder that stays.
-  const ParamDescriptor* const descriptor =
-      _config != nullptr && IsValidParamID(param) ? _config->GetParamDescriptor(param) : nullptr;
+  const ParamDescriptor* const descriptor = _config->GetParamDescriptor(param);
   if (descriptor == nullptr) return true;
-  const bool isVolatile = SaysVolatile(*descriptor);
+  const bool isVolatile = IsPlaceholder(*descriptor) || SaysVolatile(*descriptor);
   SemaphoreHelper lock(_lock);
-  _volatility[param] = isVolatile ? kVolatile : kNotVolatile;
+  const bool isNew =
+      _volatility.insert_or_assign(param, isVolatile ? kVolatile : kNotVolatile).second;
+  if (isNew && !IsValidParamID(param)) ++_strangers;
   return isVolatile;
+}
+
+// Whether there is a configuration to ask. The outcome is then the one that it sets.
+bool ConfigCache::CanAsk() const {
+  SetOutcome(_config == nullptr ? Outcome::kNoConnection : Outcome::kUnknown);
+  return _config != nullptr;
 }
 
 template <>
@@ -72,9 +98,7 @@ void ConfigCache::Known<Value>::Keep(eParam_t param, const Value& value) {
 }
 
 template <typename Value>
-int ConfigCache::GetThrough(eParam_t param, Value& value) {
-  if (_config == nullptr) return 0;
-  if (IsVolatile(param)) return _config->Get(param, value);
+int ConfigCache::GetKept(eParam_t param, Value& value) {
   unsigned int eventsBefore;
   {
     SemaphoreHelper lock(_lock);
@@ -82,12 +106,14 @@ int ConfigCache::GetThrough(eParam_t param, Value& value) {
     const auto found = known.values.find(param);
     if (found != known.values.end()) {
       value = found->second;
+      SetOutcome(Outcome::kDone);
       return 1;
     }
     eventsBefore = known.EventsOf(param);
   }
-  const int result = _config->Get(param, value);
+  const int result = Read(*_config, param, value);
   if (result == 0) return 0;
+  SetOutcome(Outcome::kDone);
   SemaphoreHelper lock(_lock);
   Known<Value>& known = Table<Value>();
   if (known.EventsOf(param) == eventsBefore) {
@@ -99,17 +125,25 @@ int ConfigCache::GetThrough(eParam_t param, Value& value) {
 }
 
 template <typename Value>
+int ConfigCache::GetThrough(eParam_t param, Value& value) {
+  if (!CanAsk()) return 0;
+  return IsVolatile(param) ? _config->Get(param, value) : GetKept(param, value);
+}
+
+template <typename Value>
 int ConfigCache::SetThrough(eParam_t param, const Value& value) {
-  if (_config == nullptr) return 0;
+  if (!CanAsk()) return 0;
   if (IsVolatile(param)) return _config->Set(param, value);
   Value current{};
-  if (GetThrough(param, current) != 0 && current == value) return 1;
+  if (GetKept(param, current) != 0 && current == value) return 1;
   unsigned int eventsBefore;
   {
     SemaphoreHelper lock(_lock);
     eventsBefore = Table<Value>().EventsOf(param);
   }
+  SetOutcome(Outcome::kUnknown);
   if (_config->Set(param, value) == 0) return 0;
+  SetOutcome(Outcome::kDone);
   SemaphoreHelper lock(_lock);
   Known<Value>& known = Table<Value>();
   if (known.EventsOf(param) == eventsBefore) known.Keep(param, value);
@@ -130,23 +164,11 @@ void ConfigCache::Note(eParam_t param, const Value& value) {
 
 int ConfigCache::Set(eParam_t param, unsigned int value) { return SetThrough(param, value); }
 
-// Where a read with a result fails, one without may succeed, as with a configuration that has no
-// other. Its 0 may be a failure, and is not kept.
 unsigned int ConfigCache::Get(eParam_t param) {
+  if (!CanAsk()) return 0;
+  if (IsVolatile(param)) return _config->Get(param);
   unsigned int value = 0;
-  const auto start = std::chrono::steady_clock::now();
-  if (Get(param, value) != 0) return value;
-  // A peer that has kept us waiting is not asked twice.
-  if (_config == nullptr || std::chrono::steady_clock::now() - start > kAtOnce) return 0;
-  unsigned int eventsBefore;
-  {
-    SemaphoreHelper lock(_lock);
-    eventsBefore = _integers.EventsOf(param);
-  }
-  value = _config->Get(param);
-  if (value == 0 || IsVolatile(param)) return value;
-  SemaphoreHelper lock(_lock);
-  if (_integers.EventsOf(param) == eventsBefore) _integers.Keep(param, value);
+  GetKept(param, value);
   return value;
 }
 
@@ -175,15 +197,19 @@ std::vector<eParam_t> ConfigCache::GetParamIDs() {
 }
 
 int ConfigCache::AddConfigEventListener(ConfigEventListener* listener) {
-  return _config == nullptr ? 0 : _config->AddConfigEventListener(listener);
+  return _config == nullptr || listener == nullptr ? 0 : _config->AddConfigEventListener(listener);
 }
 
 int ConfigCache::AddConfigEventListener(eParam_t param, ConfigEventListener* listener) {
-  return _config == nullptr ? 0 : _config->AddConfigEventListener(param, listener);
+  return _config == nullptr || listener == nullptr
+             ? 0
+             : _config->AddConfigEventListener(param, listener);
 }
 
 int ConfigCache::AddConfigEventListener(std::list<eParam_t> params, ConfigEventListener* listener) {
-  return _config == nullptr ? 0 : _config->AddConfigEventListener(std::move(params), listener);
+  return _config == nullptr || listener == nullptr
+             ? 0
+             : _config->AddConfigEventListener(std::move(params), listener);
 }
 
 int ConfigCache::RemoveConfigEventListener(ConfigEventListener* listener) {

@@ -73,9 +73,12 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
     }
   };
 
+  bool CanAsk() const;
   bool IsVolatile(eParam_t param);
   template <typename Value>
   Known<Value>& Table() LIBCONFIG_REQUIRES(_lock);
+  template <typename Value>
+  int GetKept(eParam_t param, Value& value);
   template <typename Value>
   int GetThrough(eParam_t param, Value& value);
   template <typename Value>
@@ -83,7 +86,7 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   template <typename Value>
   void Note(eParam_t param, const Value& value);
 
-  const std::unique_ptr<Config> _config;
+  std::unique_ptr<Config> _config;
   timeval _lastUpdate = {};
   qel::logging::Logger* const _logger;
 
@@ -91,4 +94,6 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   Known<unsigned int> _integers LIBCONFIG_GUARDED_BY(_lock);
   Known<std::string> _strings LIBCONFIG_GUARDED_BY(_lock);
   std::map<eParam_t, Volatility> _volatility LIBCONFIG_GUARDED_BY(_lock);
+  // Entries of _volatility that are outside this process's catalogue.
+  std::size_t _strangers LIBCONFIG_GUARDED_BY(_lock) = 0;
 };

@@ -2,7 +2,6 @@
 // the other end of a socket, a queue or a file. Sizes are bytes, times are milliseconds.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 
 namespace qel::config::limits {
@@ -40,8 +39,9 @@ constexpr int kHalfRecordMs = 10000;
 constexpr std::size_t kCacheKeys = 65536;
 constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
 
-// A read that failed within this time did not wait for a peer.
-constexpr std::chrono::milliseconds kAtOnce{100};
+// Parameters outside the catalogue of which a cache asks whether they are volatile. Each question
+// may leave a placeholder descriptor behind.
+constexpr std::size_t kCacheStrangers = 4096;
 
 // Stack of a thread that serves one peer. Listeners of this process are called on it, too.
 constexpr std::size_t kPeerThreadStack = std::size_t{1024} * 1024;

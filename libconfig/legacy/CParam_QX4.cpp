@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <map>
+#include <memory>
 
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/base/Diagnostics.h"
@@ -16,6 +17,7 @@
 using qel::config::Mutex;
 using qel::config::MutexLock;
 using qel::config::Report;
+using qel::vorlane::config::access::MappingConfig;
 
 namespace {
 
@@ -42,7 +44,8 @@ Mutex& ConnectMutex() {
   return *mutex;
 }
 
-// Every question about a parameter that is not in the catalogue would leave a placeholder behind.
+// A mapped configuration answers each question about a parameter that is not in the catalogue with
+// a new placeholder. One for each parameter is kept, and given to all who ask.
 class Placeholders {
  public:
   static Placeholders& Instance() {
@@ -50,27 +53,38 @@ class Placeholders {
     return *instance;
   }
 
-  ParamDescriptor* Get(Config& config, eParam_t id) {
+  ParamDescriptor* Keep(std::unique_ptr<ParamDescriptor> placeholder) {
     MutexLock lock(_mutex);
-    ParamDescriptor*& known = _known[id];
-    if (known == nullptr) known = config.GetParamDescriptor(id);
-    return known;
+    std::unique_ptr<ParamDescriptor>& kept = _kept[placeholder->GetParamID()];
+    if (kept == nullptr) kept = std::move(placeholder);
+    return kept.get();
   }
 
  private:
   Mutex _mutex;
-  std::map<eParam_t, ParamDescriptor*> _known LIBCONFIG_GUARDED_BY(_mutex);
+  std::map<eParam_t, std::unique_ptr<ParamDescriptor>> _kept LIBCONFIG_GUARDED_BY(_mutex);
 };
 
 }  // namespace
 
-std::atomic<Config*> CParam_QX4::_pConfigAccess{nullptr};
+Config* CParam_QX4::_pConfigAccess = nullptr;
+
+namespace {
+
+// Threads may ask while the first object connects.
+Config* InForce() { return __atomic_load_n(&CParam_QX4::_pConfigAccess, __ATOMIC_ACQUIRE); }
+
+void PutInForce(Config* config) {
+  __atomic_store_n(&CParam_QX4::_pConfigAccess, config, __ATOMIC_RELEASE);
+}
+
+}  // namespace
 
 CParam_QX4::CParam_QX4(eParam_t id, eParamType_t type) : CParam(id, type) {
   {
     MutexLock lock(ConnectMutex());
-    if (_pConfigAccess == nullptr) _pConfigAccess = GetMappingConfig("udp", false, true);
-    if (_pConfigAccess != nullptr) return;
+    if (InForce() == nullptr) PutInForce(GetMappingConfig("udp", false, true));
+    if (InForce() != nullptr) return;
   }
   Report("CParam_QX4::CParam_QX4 Connect failed\n");
   ConfigFactoryImpl::GetInstance()->Disconnect(nullptr);
@@ -79,16 +93,20 @@ CParam_QX4::CParam_QX4(eParam_t id, eParamType_t type) : CParam(id, type) {
 
 CParam_QX4::CParam_QX4(eParam_t id, eParamType_t type, Config* config) : CParam(id, type) {
   MutexLock lock(ConnectMutex());
-  _pConfigAccess = config;
+  PutInForce(config);
 }
 
 CParam_QX4::~CParam_QX4() = default;
 
 ParamDescriptor* CParam_QX4::GetParamDescriptor(eParam_t id) {
-  Config* const config = _pConfigAccess;
+  Config* const config = InForce();
   if (config == nullptr) return nullptr;
-  if (!IsValidParamID(id)) return Placeholders::Instance().Get(*config, id);
-  return config->GetParamDescriptor(id);
+  ParamDescriptor* const answer = config->GetParamDescriptor(id);
+  if (answer == nullptr || IsValidParamID(answer->GetParamID()) ||
+      dynamic_cast<MappingConfig*>(config) == nullptr) {
+    return answer;
+  }
+  return Placeholders::Instance().Keep(std::unique_ptr<ParamDescriptor>(answer));
 }
 
 std::string CParam_QX4::GetParamName(eParam_t id) {
@@ -123,7 +141,7 @@ unsigned int CParam_QX4::GetFactoryValue(eParam_t id) {
 }
 
 std::string CParam_QX4::ToString(eParam_t id) {
-  Config* const config = _pConfigAccess;
+  Config* const config = InForce();
   if (config == nullptr) return kBogus;
   const ParamDescriptor* const descriptor = GetParamDescriptor(id);
   if (descriptor == nullptr) return kBogus;

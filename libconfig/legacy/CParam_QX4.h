@@ -6,7 +6,6 @@
 // Any thread may call, and construct.
 #pragma once
 
-#include <atomic>
 #include <string>
 
 #include "libconfig/base/Export.h"
@@ -23,7 +22,7 @@ class LIBCONFIG_API CParam_QX4 : public CParam {
   CParam_QX4(eParam_t id, eParamType_t type, Config* config);
   ~CParam_QX4() override;
 
-  // Null when there is no configuration.
+  // What the configuration in force answers; null when there is none.
   static ParamDescriptor* GetParamDescriptor(eParam_t id);
   // "BOGUS" without a descriptor.
   static std::string GetParamName(eParam_t id);
@@ -45,6 +44,7 @@ class LIBCONFIG_API CParam_QX4 : public CParam {
   // not in that order. So 1 for type 10 and 0 for any other.
   static eClassID_t GetClassID(eParamType_t type);
 
- private:
-  static std::atomic<Config*> _pConfigAccess;
+  // The configuration in force; null until the first object connects. It may be replaced while
+  // nobody is asking, and stays whose it is.
+  static Config* _pConfigAccess;
 };

@@ -3,6 +3,7 @@
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
@@ -37,6 +38,12 @@ ConfigValue* TakeOrCreate(eConfigID_t store, eParam_t id, eParamType_t type,
   used->Set(payload);
   used->SetDirty(false);
   return pooled.release();
+}
+
+// The result of an operation, which becomes the thread's outcome as well.
+int Conclude(bool done) {
+  qel::config::SetOutcome(done ? qel::config::Outcome::kDone : qel::config::Outcome::kRefused);
+  return done ? 1 : 0;
 }
 
 }  // namespace
@@ -221,13 +228,17 @@ bool ConfigManager::GetConfigParam(eParam_t id, unsigned int& value) {
   return true;
 }
 
-int ConfigManager::Get(eParam_t id, unsigned int& value) { return GetConfigParam(id, value); }
+int ConfigManager::Get(eParam_t id, unsigned int& value) {
+  return Conclude(GetConfigParam(id, value));
+}
 
-int ConfigManager::Get(eParam_t id, std::string& value) { return GetConfigParam(id, value); }
+int ConfigManager::Get(eParam_t id, std::string& value) {
+  return Conclude(GetConfigParam(id, value));
+}
 
 unsigned int ConfigManager::Get(eParam_t id) {
   unsigned int value = 0;
-  GetConfigParam(id, value);
+  Get(id, value);
   return value;
 }
 
@@ -247,19 +258,19 @@ template <typename Value>
 int ConfigManager::SetAndAnnounce(eParam_t id, Value value) {
   // Not GetParamDescriptor: a peer may ask for any number, and each placeholder would stay.
   const ParamDescriptor* const descriptor = FindDescriptor(id);
-  if (descriptor == nullptr) return 0;
+  if (descriptor == nullptr) return Conclude(false);
   // A precondition may give the last connection back from inside its call.
   const std::shared_ptr<ConfigManager> alive = weak_from_this().lock();
   if (!descriptor->HasClassName("do_not_validate") &&
       !_preconditions->CheckAll([&](UpdatePrecondition& precondition) {
         return precondition.IsUpdateValid(this, id, value);
       })) {
-    return 0;
+    return Conclude(false);
   }
   Announcement announcement(*this);
   const bool stored = SetConfigParam(id, value);
   announcement.Announce(id, value, true);
-  return stored;
+  return Conclude(stored);
 }
 
 int ConfigManager::Set(eParam_t id, unsigned int value) { return SetAndAnnounce(id, value); }

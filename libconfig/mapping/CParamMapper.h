@@ -10,18 +10,13 @@ class CProxyMap;
 
 class LIBCONFIG_API CParamMapper {
  public:
-  // `config` stays the caller's, and has to outlive the mapper. With null no selector can be read;
-  // over message queues, where a value of 0 cannot be told from a failure, none that is 0.
+  // `config` stays the caller's, and has to outlive the mapper. With null no selector can be read.
   explicit CParamMapper(Config* config);
 
   // The parameter that `id` stands for; `id` itself when it is no proxy, when no row fits, and when
   // the selector cannot be read: a dead link sends nobody elsewhere. Only for a proxy is anything
-  // read. A Config may have no read with a result: then another value than 0 is one, too.
+  // read. LastOutcome() is kDone afterwards, unless a selector could not be read.
   eParam_t MapParamID(eParam_t id) const;
-
-  // The same, and tells whether the selector could be read where one was needed. On failure
-  // `concrete` is `id`.
-  bool Resolve(eParam_t id, eParam_t& concrete) const;
 
   // As MapParamID, for the parameters whose audio follows the video; there are none yet.
   eParam_t MapAFV(eParam_t id) const;

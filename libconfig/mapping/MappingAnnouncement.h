@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "libconfig/access/ListenerList.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
@@ -15,6 +16,8 @@
 
 namespace qel::vorlane::config::access {
 
+using qel::config::Outcome;
+using qel::config::SetOutcome;
 using Delivery = qel::config::ListenerList::Delivery;
 
 struct MappingConfig::Events {
@@ -61,8 +64,9 @@ class MappingConfig::Announcement {
     // Nobody would hear what costs two round trips a proxy.
     if (_events->listeners.IsEmpty()) return;
     for (const eParam_t proxy : mapper.ParamsChangedBy(param)) {
-      eParam_t concrete = proxy;
-      if (!mapper.Resolve(proxy, concrete)) return;
+      SetOutcome(Outcome::kDone);
+      const eParam_t concrete = mapper.MapParamID(proxy);
+      if (qel::config::LastOutcome() != Outcome::kDone) return;
       // Not asked for what is not in the catalogue: the answer would be a placeholder that stays.
       if (!IsValidParamID(concrete)) continue;
       const ParamDescriptor* const descriptor = _config.GetWrapped().GetParamDescriptor(concrete);
@@ -79,10 +83,17 @@ class MappingConfig::Announcement {
   template <typename Value>
   bool TellProxy(eParam_t proxy, eParam_t concrete) {
     Value value{};
-    if (_config.GetWrapped().Get(concrete, value) == 0) return false;
+    if (!Read(_config.GetWrapped(), concrete, value)) return false;
     _delivery.ToAll(
         [&](ConfigEventListener& listener) { listener.ParamChanged(proxy, value, _when); });
     return true;
+  }
+
+  static bool Read(Config& config, eParam_t param, unsigned int& value) {
+    return qel::config::TryGet(config, param, value);
+  }
+  static bool Read(Config& config, eParam_t param, std::string& value) {
+    return config.Get(param, value) != 0;
   }
 
   MappingConfig& _config;

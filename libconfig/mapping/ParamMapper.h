@@ -16,6 +16,7 @@ class LIBCONFIG_API ParamMapper {
   // The order of the virtual operations is binary interface: append only.
   virtual ~ParamMapper();
   // The parameter that `id` stands for now; `id` itself when it is no proxy or cannot be resolved.
+  // When something that had to be read could not be, LastOutcome() says why.
   virtual eParam_t MapParamID(eParam_t id) = 0;
   // The proxies whose value may be another one after a change of `id`, in the order in which their
   // events shall go out. Asks nobody.
@@ -24,9 +25,6 @@ class LIBCONFIG_API ParamMapper {
   // The configuration to read selectors through. The MappingConfig hands over its own when it takes
   // the mapper, before it asks anything; it outlives the mapper. Keeps nothing unless overridden.
   virtual void UseConfig(Config* config);
-  // As MapParamID, and tells whether that is certain: false when something that had to be read
-  // could not be. True unless overridden.
-  virtual bool Resolve(eParam_t id, eParam_t& concrete);
 };
 
 }  // namespace qel::vorlane::config::access

@@ -36,10 +36,6 @@ void RecorderParamMapper::UseConfig(Config* config) {
 
 eParam_t RecorderParamMapper::MapParamID(eParam_t id) { return _forward->MapParamID(id); }
 
-bool RecorderParamMapper::Resolve(eParam_t id, eParam_t& concrete) {
-  return _forward->Resolve(id, concrete);
-}
-
 std::vector<eParam_t> RecorderParamMapper::ParamsChangedBy(eParam_t id) {
   const auto found = _reverse->proxies.find(id);
   if (found == _reverse->proxies.end()) return {};

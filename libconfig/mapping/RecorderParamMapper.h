@@ -27,7 +27,6 @@ class LIBCONFIG_API RecorderParamMapper : public qel::vorlane::config::access::P
   std::vector<eParam_t> ParamsChangedBy(eParam_t id) override;
   // REQUIRES: nobody else uses the mapper yet.
   void UseConfig(Config* config) override;
-  bool Resolve(eParam_t id, eParam_t& concrete) override;
 
  private:
   struct Reverse;

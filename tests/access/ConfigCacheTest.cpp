@@ -2,88 +2,23 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <map>
-
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
+#include "tests/testing/FakeConfig.h"
 #include "tests/testing/RecordingListener.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using testing_support::RecordingListener;
+using qel::config::LastOutcome;
+using qel::config::Outcome;
+using testing_support::FakeConfig;
 
 constexpr auto kPlain = eParamID_IntervalTime;
 constexpr auto kVolatile = eParamID_Progress;
 constexpr auto kText = eParamID_SysName;
 constexpr auto kVolatileText = eParamID_Status;
 constexpr auto kUnknown = static_cast<eParam_t>(0x01020304);
-
-// The other end: values, and a tally of what went over the line.
-class Remote : public Config {
- public:
-  explicit Remote(bool& gone) : _gone(gone) {}
-  ~Remote() override { _gone = true; }
-
-  int Set(eParam_t id, unsigned int value) override { return Store(numbers, id, value); }
-  int Set(eParam_t id, std::string value) override { return Store(texts, id, value); }
-  unsigned int Get(eParam_t id) override {
-    unsigned int value = 0;
-    return Get(id, value) != 0 ? value : 0;
-  }
-  int Get(eParam_t id, unsigned int& value) override { return Fetch(numbers, id, value); }
-  int Get(eParam_t id, std::string& value) override { return Fetch(texts, id, value); }
-  eConfigID_t GetConfigID() override { return static_cast<eConfigID_t>(9); }
-  timeval GetLastConfigUpdate() override { return {12, 34}; }
-  ParamDescriptor* GetParamDescriptor(eParam_t id) override {
-    ++descriptorsAsked;
-    return FindDescriptor(id);
-  }
-  ParamDescriptor* GetParamDescriptor(std::string name) override { return GetDescriptor(name); }
-  std::vector<eParam_t> GetParamIDs() override { return {kPlain}; }
-  std::vector<ParamDescriptor*> GetDescriptorsByClassName(std::string) override {
-    return {FindDescriptor(kPlain)};
-  }
-  int AddConfigEventListener(ConfigEventListener*) override { return ++forwarded; }
-  int AddConfigEventListener(eParam_t, ConfigEventListener*) override { return ++forwarded; }
-  int AddConfigEventListener(std::list<eParam_t> ids, ConfigEventListener*) override {
-    return forwarded += static_cast<int>(ids.size());
-  }
-  int RemoveConfigEventListener(ConfigEventListener*) override { return ++forwarded; }
-  int WaitForConfigEvent(ConfigEvent&, long, long) override { return ++forwarded; }
-  int Lock(eParam_t, eParamLock_t) override { return 1; }
-
-  std::map<eParam_t, unsigned int> numbers;
-  std::map<eParam_t, std::string> texts;
-  int gets = 0;
-  int sets = 0;
-  int descriptorsAsked = 0;
-  int forwarded = 0;
-  bool failing = false;
-  std::function<void()> meanwhile = [] {};  // before an answer arrives
-
- private:
-  template <typename Map, typename Value>
-  int Fetch(Map& map, eParam_t id, Value& value) {
-    ++gets;
-    const Value answer = map[id];
-    meanwhile();
-    if (failing) return 0;
-    value = answer;
-    return 1;
-  }
-  template <typename Map, typename Value>
-  int Store(Map& map, eParam_t id, const Value& value) {
-    ++sets;
-    if (!failing) map[id] = value;
-    meanwhile();
-    return failing ? 0 : 1;
-  }
-
-  bool& _gone;
-};
 
 class ConfigCacheTest : public ::testing::Test {
  protected:
@@ -93,9 +28,14 @@ class ConfigCacheTest : public ::testing::Test {
     std::string text = "unread";
     return _cache->Get(id, text) != 0 ? text : "failed";
   }
+  // How often the other end is asked for the number that is read three times.
+  int ReadsOf(eParam_t id) {
+    const int before = _remote->Count("Get");
+    for (int i = 0; i < 3; ++i) _cache->Get(id);
+    return _remote->Count("Get") - before;
+  }
 
-  bool _gone = false;
-  Remote* const _remote = new Remote(_gone);
+  FakeConfig* const _remote = new FakeConfig;
   std::unique_ptr<ConfigCache> _cache = std::make_unique<ConfigCache>(_remote);
 };
 
@@ -109,44 +49,59 @@ TEST_F(ConfigCacheTest, AsksOnceForWhatIsNotVolatile) {
     EXPECT_EQ(5U, value);
     EXPECT_EQ("rack", Text(kText));
   }
-  EXPECT_EQ(2, _remote->gets);
-  EXPECT_EQ(2, _remote->descriptorsAsked) << "what is volatile is known from then on";
+  EXPECT_EQ(2, _remote->Count("Get"));
+  EXPECT_EQ(2, _remote->Count("GetParamDescriptor")) << "what is volatile is known from then on";
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(6U, _cache->Get(kVolatile));
     EXPECT_EQ("Ready", Text(kVolatileText));
-    _cache->Get(kUnknown);
   }
-  EXPECT_EQ(11, _remote->gets) << "a parameter without descriptor is volatile";
+  EXPECT_EQ(8, _remote->Count("Get"));
 }
 
-TEST_F(ConfigCacheTest, TakesVolatilityFromAClassNameOrAnAttribute) {
-  EXPECT_EQ(0U, _cache->Get(eParamID_GenLock));
-  GetDescriptor(eParamID_VideoInSelect)->AddAttribute("volatile", 0U);
-  GetDescriptor(eParamID_AudioInSelect)->AddAttribute("volatile", std::string());
-  for (const eParam_t id : {eParamID_GenLock, eParamID_VideoInSelect, eParamID_AudioInSelect}) {
-    _cache->Get(id);
-    _cache->Get(id);
-  }
-  EXPECT_EQ(1 + 0 + 2 + 2, _remote->gets);
-  DestroyDescriptors();
-  CreateDescriptors();
+TEST_F(ConfigCacheTest, LetsTheOtherEndSayWhatIsVolatile) {
+  EXPECT_EQ(3, ReadsOf(kUnknown)) << "nobody has a descriptor";
+  ParamDescriptor own;
+  _remote->descriptors[kUnknown] = &own;
+  EXPECT_EQ(1, ReadsOf(kUnknown)) << "though this process does not know it";
+  ParamDescriptor byNumber, byText;
+  byNumber.AddAttribute("volatile", 0U);
+  byText.AddAttribute("volatile", std::string());
+  _remote->descriptors[kPlain] = &byNumber;
+  _remote->descriptors[eParamID_GenLock] = &byText;
+  EXPECT_EQ(3, ReadsOf(kPlain));
+  EXPECT_EQ(3, ReadsOf(eParamID_GenLock));
+}
+
+TEST_F(ConfigCacheTest, LeavesFewPlaceholdersBehind) {
+  struct Strange : FakeConfig {
+    using FakeConfig::GetParamDescriptor;
+    ParamDescriptor* GetParamDescriptor(eParam_t id) override { return ++asked, GetDescriptor(id); }
+    unsigned int asked = 0;
+  };
+  auto* const remote = new Strange;
+  ConfigCache cache(remote);
+  for (int i = 0; i < 3; ++i) cache.Get(kUnknown);
+  EXPECT_EQ(3, remote->Count("Get")) << "a placeholder tells nothing";
+  EXPECT_EQ(1U, remote->asked);
+  for (unsigned int i = 0; i < 10000; ++i) cache.Get(static_cast<eParam_t>(0x80000000 + i));
+  EXPECT_EQ(qel::config::limits::kCacheStrangers, remote->asked);
 }
 
 TEST_F(ConfigCacheTest, SendsNothingForAValueThatIsThereAlready) {
   _remote->numbers[kPlain] = 5;
   EXPECT_EQ(1, _cache->Set(kPlain, 5U)) << "asked for first";
   EXPECT_EQ(1, _cache->Set(kPlain, 5U));
-  EXPECT_EQ(0, _remote->sets);
+  EXPECT_EQ(0, _remote->Count("Set"));
   EXPECT_EQ(1, _cache->Set(kPlain, 6U));
   EXPECT_EQ(6U, _cache->Get(kPlain));
   EXPECT_EQ(1, _cache->Set(kText, std::string("new")));
   EXPECT_EQ(1, _cache->Set(kText, std::string("new")));
   EXPECT_EQ("new", Text(kText));
-  EXPECT_EQ(2, _remote->sets);
-  EXPECT_EQ(2, _remote->gets);
+  EXPECT_EQ(2, _remote->Count("Set"));
+  EXPECT_EQ(2, _remote->Count("Get"));
   _cache->Set(kVolatile, 1U);
   _cache->Set(kVolatile, 1U);
-  EXPECT_EQ(4, _remote->sets);
+  EXPECT_EQ(4, _remote->Count("Set"));
 }
 
 TEST_F(ConfigCacheTest, KeepsNothingOfWhatFailed) {
@@ -165,23 +120,40 @@ TEST_F(ConfigCacheTest, KeepsNothingOfWhatFailed) {
   EXPECT_EQ(5U, _cache->Get(kPlain)) << "the old value stays";
 }
 
-TEST_F(ConfigCacheTest, ReadsWithoutAResultWhereThereIsNoOtherWay) {
-  struct Plain : Remote {
-    using Remote::Get;
-    using Remote::Remote;
-    int Get(eParam_t, unsigned int&) override { return 0; }
-    unsigned int Get(eParam_t id) override {
-      ++gets;
-      return numbers[id];
-    }
-  };
-  auto* const plain = new Plain(_gone);
+TEST_F(ConfigCacheTest, KeepsAZeroThatWasRead) {
+  EXPECT_EQ(1, ReadsOf(kPlain));
+  _remote->setsOutcomes = _remote->returnsNumbers = true;
+  EXPECT_EQ(1, ReadsOf(eParamID_GenLock));
+  EXPECT_EQ(1, _cache->Set(eParamID_GenLock, 0U));
+  EXPECT_EQ(0, _remote->Count("Set"));
+
+  auto* const plain = new FakeConfig;
+  plain->plain = true;
   ConfigCache cache(plain);
   EXPECT_EQ(0U, cache.Get(kPlain));
   plain->numbers[kPlain] = 5;
   EXPECT_EQ(5U, cache.Get(kPlain)) << "the 0 may have been a failure";
   EXPECT_EQ(5U, cache.Get(kPlain));
-  EXPECT_EQ(2, plain->gets);
+  EXPECT_EQ(2, plain->Count("Get"));
+}
+
+TEST_F(ConfigCacheTest, TellsWhyAnOperationFailed) {
+  _remote->setsOutcomes = true;
+  _cache->Get(kPlain);
+  _remote->failing = true;
+  EXPECT_EQ("failed", Text(kText));
+  EXPECT_EQ(Outcome::kNoAnswer, LastOutcome());
+  _cache->Get(kPlain);
+  EXPECT_EQ(Outcome::kDone, LastOutcome());
+  EXPECT_EQ(0, _cache->Set(kPlain, 7U));
+  EXPECT_EQ(Outcome::kNoAnswer, LastOutcome());
+  EXPECT_EQ(1, _cache->Set(kPlain, 0U));
+  EXPECT_EQ(Outcome::kDone, LastOutcome());
+  _remote->setsOutcomes = false;
+  _cache->Get(kVolatile);
+  EXPECT_EQ(Outcome::kUnknown, LastOutcome());
+  ConfigCache(nullptr).Get(kPlain);
+  EXPECT_EQ(Outcome::kNoConnection, LastOutcome());
 }
 
 TEST_F(ConfigCacheTest, TakesOverWhatEventsTell) {
@@ -193,7 +165,7 @@ TEST_F(ConfigCacheTest, TakesOverWhatEventsTell) {
   _cache->ParamChanged(ConfigEvent{kPlain, eParamType_Integer, 1, "", {}});
   EXPECT_EQ(8U, _cache->Get(kPlain));
   EXPECT_EQ("told", Text(kText));
-  EXPECT_EQ(1, _remote->gets);
+  EXPECT_EQ(1, _remote->Count("Get"));
   EXPECT_EQ(0U, _cache->Get(kVolatile)) << "but a volatile one is asked for";
 }
 
@@ -203,12 +175,27 @@ TEST_F(ConfigCacheTest, PrefersAnEventToTheAnswerThatItOvertook) {
   EXPECT_EQ(8U, _cache->Get(kPlain));
   _remote->meanwhile = [] {};
   EXPECT_EQ(8U, _cache->Get(kPlain));
-  EXPECT_EQ(1, _remote->gets);
+  EXPECT_EQ(1, _remote->Count("Get"));
 
   _remote->meanwhile = [&] { _cache->ParamChanged(kPlain, 20U, timeval{}); };
   EXPECT_EQ(1, _cache->Set(kPlain, 30U));
   _remote->meanwhile = [] {};
   EXPECT_EQ(20U, _cache->Get(kPlain)) << "such as the clamped value, or another client's";
+}
+
+TEST_F(ConfigCacheTest, HearsEventsUntilItsConnectionHasEnded) {
+  _cache->Set(kText, std::string(100, 'x'));
+  EXPECT_EQ(0, _cache->AddConfigEventListener(nullptr));
+  EXPECT_EQ(2, _cache->AddConfigEventListener(_cache.get()));
+  ASSERT_EQ(1U, _remote->listeners.size());
+  bool ended = false;
+  _remote->atEnd = [&, listener = _remote->listeners[0]] {
+    listener->ParamChanged(kPlain, 7U, timeval{});
+    listener->ParamChanged(kText, std::string(200, 'y'), timeval{});
+    ended = true;
+  };
+  _cache.reset();
+  EXPECT_TRUE(ended) << "deleting the cache ends the connection";
 }
 
 TEST_F(ConfigCacheTest, IsFilledByEventsOnlyUpToItsLimit) {
@@ -235,51 +222,35 @@ TEST_F(ConfigCacheTest, KeepsOnlySoManyBytesOfTexts) {
   _remote->texts[kText] = "of the other end";
   EXPECT_EQ("of the other end", Text(kText)) << "what did not fit is asked for";
   EXPECT_EQ("of the other end", Text(kText));
-  EXPECT_EQ(1, _remote->gets);
+  EXPECT_EQ(1, _remote->Count("Get"));
 }
 
-TEST_F(ConfigCacheTest, ForwardsTheRest) {
-  RecordingListener listener;
-  EXPECT_EQ(9, _cache->GetConfigID());
-  EXPECT_EQ(12, _cache->GetLastConfigUpdate().tv_sec);
-  EXPECT_EQ(FindDescriptor(kPlain), _cache->GetParamDescriptor(kPlain));
-  EXPECT_EQ(FindDescriptor(kText), _cache->GetParamDescriptor("eParamID_SysName"));
-  EXPECT_THAT(_cache->GetParamIDs(), ElementsAre(kPlain));
-  EXPECT_EQ(1U, _cache->GetDescriptorsByClassName("any").size());
-  EXPECT_EQ(1, _cache->AddConfigEventListener(&listener));
-  EXPECT_EQ(2, _cache->AddConfigEventListener(kPlain, &listener));
-  EXPECT_EQ(5, _cache->AddConfigEventListener({kPlain, kText, kUnknown}, &listener));
-  EXPECT_EQ(6, _cache->RemoveConfigEventListener(&listener));
-  ConfigEvent event;
-  EXPECT_EQ(7, _cache->WaitForConfigEvent(event, 0, 0));
-  EXPECT_EQ(0, _cache->Lock(kPlain, Config::eParamLock_Shared)) << "not the cache's to offer";
-  EXPECT_EQ(nullptr, _cache->GetSerializable(kPlain));
-  _cache.reset();
-  EXPECT_TRUE(_gone) << "deleting the cache ends the connection";
-}
-
-TEST_F(ConfigCacheTest, FailsInEveryOperationWithoutAConnection) {
-  ConfigCache cache(nullptr);
-  RecordingListener listener;
-  unsigned int number = 7;
-  std::string text = "kept";
-  ConfigEvent event;
-  EXPECT_EQ(0, cache.Set(kPlain, 1U) + cache.Set(kText, std::string("x")));
-  EXPECT_EQ(0, cache.Get(kPlain, number) + cache.Get(kText, text));
-  EXPECT_EQ(0U, cache.Get(kVolatile));
-  EXPECT_EQ(7U, number);
-  EXPECT_EQ("kept", text);
-  EXPECT_EQ(0, cache.GetConfigID());
-  EXPECT_EQ(0, cache.GetLastConfigUpdate().tv_sec);
-  EXPECT_EQ(nullptr, cache.GetParamDescriptor(kPlain));
-  EXPECT_EQ(nullptr, cache.GetParamDescriptor("eParamID_SysName"));
-  EXPECT_TRUE(cache.GetParamIDs().empty());
-  EXPECT_TRUE(cache.GetDescriptorsByClassName("volatile").empty());
-  EXPECT_EQ(0, cache.AddConfigEventListener(&listener));
-  EXPECT_EQ(0, cache.AddConfigEventListener(kPlain, &listener));
-  EXPECT_EQ(0, cache.AddConfigEventListener({kPlain, kText}, &listener));
-  EXPECT_EQ(0, cache.RemoveConfigEventListener(&listener));
-  EXPECT_EQ(0, cache.WaitForConfigEvent(event, 0, 0));
+TEST_F(ConfigCacheTest, ForwardsWhatItDoesNotKeep) {
+  for (const bool connected : {true, false}) {
+    ConfigCache none(nullptr);
+    ConfigCache& cache = connected ? *_cache : none;
+    ConfigEvent event;
+    const int two = connected ? 2 : 0;
+    EXPECT_EQ(connected ? 9 : 0, cache.GetConfigID());
+    EXPECT_EQ(connected ? 12 : 0, cache.GetLastConfigUpdate().tv_sec);
+    EXPECT_EQ(connected ? FindDescriptor(kPlain) : nullptr, cache.GetParamDescriptor(kPlain));
+    EXPECT_EQ(connected ? FindDescriptor(kText) : nullptr,
+              cache.GetParamDescriptor("eParamID_SysName"));
+    EXPECT_EQ(connected ? 1U : 0U, cache.GetParamIDs().size());
+    EXPECT_EQ(connected ? 1U : 0U, cache.GetDescriptorsByClassName("any").size());
+    EXPECT_EQ(two, cache.AddConfigEventListener(kPlain, _cache.get()));
+    EXPECT_EQ(two, cache.AddConfigEventListener({kPlain, kText}, _cache.get()));
+    EXPECT_EQ(two, cache.RemoveConfigEventListener(_cache.get()));
+    EXPECT_EQ(two, cache.WaitForConfigEvent(event, 0, 0));
+    EXPECT_EQ(0, cache.Lock(kPlain, Config::eParamLock_Shared)) << "not the cache's to offer";
+    unsigned int number = 7;
+    std::string text = "kept";
+    if (connected) continue;
+    EXPECT_EQ(0, cache.Set(kPlain, 1U) + cache.Set(kText, std::string("x")));
+    EXPECT_EQ(0, cache.Get(kPlain, number) + cache.Get(kText, text));
+    EXPECT_EQ(7U, number);
+    EXPECT_EQ("kept", text);
+  }
 }
 
 }  // namespace

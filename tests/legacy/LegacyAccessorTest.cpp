@@ -11,9 +11,11 @@
 #include "libconfig/legacy/CIsEncodeType.h"
 #include "libconfig/legacy/CParam_QX4.h"
 #include "libconfig/mapping/GetMappingConfig.h"
+#include "tests/testing/FakeConfig.h"
 
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
+using testing_support::FakeConfig;
 
 namespace {
 
@@ -86,7 +88,25 @@ TEST(LegacyAccessor, AnswersThroughAMappedConfiguration) {
   EXPECT_EQ(0, CParam_QX4::GetParamType(kUnknown));
   EXPECT_EQ(0U, CParam_QX4::GetFactoryValue(kUnknown));
   EXPECT_EQ("", CParam_QX4::ToString(kUnknown));
+  EXPECT_EQ(CParam_QX4::GetParamDescriptor(kUnknown), CParam_QX4::GetParamDescriptor(kUnknown))
+      << "one for all who ask";
   const CParam_QX4 last(eParamID_IPConfig, eParamType_Enum, nullptr);
+}
+
+TEST(LegacyAccessor, AsksTheConfigurationInForce) {
+  ParamDescriptor one, other;
+  auto first = std::make_unique<FakeConfig>();
+  first->descriptors[kUnknown] = &one;
+  const CParam_QX4 param(kUnknown, eParamType_Enum, first.get());
+  EXPECT_EQ(&one, CParam_QX4::GetParamDescriptor(kUnknown));
+  first.reset();
+  FakeConfig second;
+  second.descriptors[kUnknown] = &other;
+  CParam_QX4::_pConfigAccess = &second;
+  EXPECT_EQ(&other, CParam_QX4::GetParamDescriptor(kUnknown));
+  second.descriptors.clear();
+  EXPECT_EQ(nullptr, CParam_QX4::GetParamDescriptor(kUnknown));
+  CParam_QX4::_pConfigAccess = nullptr;
 }
 
 TEST(LegacyAccessor, TellsClassesTheWayItAlwaysDid) {

@@ -355,7 +355,7 @@ TEST_F(MappedConfig, BearChangesFromInsideACall) {
 TEST_F(MappedConfig, ForgetWhatWaitedForAnEventThatAListenerBroke) {
   const auto config = Local();
   EXPECT_EQ(0, config->AddConfigEventListener(nullptr));
-  EXPECT_EQ(0, config->AddConfigEventListener({eParamID_IPConfig}, nullptr));
+  EXPECT_EQ(0, config->AddConfigEventListener({eParamID_IPConfig, eParamID_GenLock}, nullptr));
   ActingListener throwing([&] {
     if (throwing.GetHeard().size() > 1) return;
     config->ParamChanged(eParamID_MediaUpdated, 2U, timeval{});

@@ -10,18 +10,16 @@
 #include "libconfig/mapping/DelegatorConfig.h"
 #include "libconfig/mapping/MappingDescriptors.h"
 #include "libconfig/mapping/RecorderParamMapper.h"
-#include "tests/mapping/MockConfig.h"
+#include "tests/testing/FakeConfig.h"
 
+using qel::config::LastOutcome;
+using qel::config::Outcome;
 using qel::vorlane::config::access::DelegatorConfig;
 using quarn::mapper::RecorderParamMapper;
-using testing::_;
-using testing::DoAll;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
-using testing::Ref;
-using testing::Return;
-using testing::SetArgReferee;
-using testing_support::MockConfig;
+using testing_support::FakeConfig;
 
 namespace {
 
@@ -69,38 +67,46 @@ TEST(ParamMapper, ResolvesEachProxyByItsSelector) {
   };
   for (const Row& row : rows) {
     for (unsigned value = 0; value < 4; ++value) {
-      testing::StrictMock<MockConfig> config;
-      EXPECT_CALL(config, Get(Param(row.selector), testing::An<unsigned&>()))
-          .WillOnce(DoAll(SetArgReferee<1>(value), Return(1)));
-      EXPECT_EQ(row.concrete[value], CParamMapper(&config).MapParamID(Param(row.proxy)))
-          << std::hex << row.proxy << " at " << value;
+      // Over a queue a read returns the value, and 0 is one, too.
+      for (const bool queue : {false, true}) {
+        FakeConfig config;
+        config.numbers[Param(row.selector)] = value;
+        config.setsOutcomes = config.returnsNumbers = queue;
+        EXPECT_EQ(row.concrete[value], CParamMapper(&config).MapParamID(Param(row.proxy)))
+            << std::hex << row.proxy << " at " << value;
+        EXPECT_EQ(1U, config.numbers.size()) << "nothing but the selector is read";
+        EXPECT_EQ(Outcome::kDone, LastOutcome());
+      }
     }
   }
 }
 
 TEST(ParamMapper, ReadsNothingForWhatIsNoProxy) {
-  testing::StrictMock<MockConfig> config;
+  FakeConfig config;
   const CParamMapper mapper(&config);
   for (const uint32_t id : {0x32010000, 0x32020100, 0x32050000, 0x06010000, 0x0a060000, 0}) {
     EXPECT_EQ(id, mapper.MapParamID(Param(id)));
+    EXPECT_EQ(Outcome::kDone, LastOutcome());
   }
   EXPECT_EQ(0x32020000U, mapper.MapAFV(Param(0x32020000)));
+  EXPECT_THAT(config.GetCalls(), IsEmpty());
 }
 
 TEST(ParamMapper, LeavesAProxyAloneWhenItsSelectorCannotBeRead) {
-  testing::NiceMock<MockConfig> config;
-  ON_CALL(config, Get(_, testing::An<unsigned&>()))
-      .WillByDefault(DoAll(SetArgReferee<1>(1), Return(0)));
+  FakeConfig config;
+  config.numbers[eParamID_IPConfig] = 1;
   RecorderParamMapper mapper(&config);
-  eParam_t concrete = eParamID_None;
-  EXPECT_FALSE(mapper.Resolve(eParamID_IPAddress, concrete));
-  EXPECT_EQ(eParamID_IPAddress, concrete);
-  EXPECT_EQ(eParamID_IPAddress, mapper.MapParamID(eParamID_IPAddress));
-  EXPECT_EQ(eParamID_TimecodeIn, RecorderParamMapper().MapParamID(eParamID_TimecodeIn));
-  // There is another way to read, with which only a 0 may be a failure.
-  EXPECT_CALL(config, Get(eParamID_IPConfig)).WillOnce(Return(1)).WillOnce(Return(0));
+  config.plain = true;
   EXPECT_EQ(eParamID_IPAddress_2, mapper.MapParamID(eParamID_IPAddress));
+  config.failing = true;
   EXPECT_EQ(eParamID_IPAddress, mapper.MapParamID(eParamID_IPAddress));
+  EXPECT_EQ(Outcome::kUnknown, LastOutcome());
+  config.setsOutcomes = true;
+  config.plain = false;
+  EXPECT_EQ(eParamID_IPAddress, mapper.MapParamID(eParamID_IPAddress));
+  EXPECT_EQ(Outcome::kNoAnswer, LastOutcome());
+  EXPECT_EQ(eParamID_TimecodeIn, RecorderParamMapper().MapParamID(eParamID_TimecodeIn));
+  EXPECT_EQ(Outcome::kNoConnection, LastOutcome());
 }
 
 TEST(ParamMapper, KnowsWhichProxiesAChangeTouches) {
@@ -178,53 +184,65 @@ TEST(SurrogateMap, HasRowsOfItsOwn) {
 }
 
 TEST(Delegator, HandsEveryOperationOnWithItsResult) {
-  auto* const inner = new testing::StrictMock<MockConfig>;
+  auto* const inner = new FakeConfig;
   DelegatorConfig config(inner);
   const auto p = eParamID_IPConfig;
-  auto* const listener = reinterpret_cast<ConfigEventListener*>(0x10);
-  auto* const rule = reinterpret_cast<qel::config::UpdatePrecondition*>(0x20);
-  auto* const object = reinterpret_cast<Serializable*>(0x30);
-  auto* const descriptor = reinterpret_cast<ParamDescriptor*>(0x40);
   unsigned number = 0;
   std::string text;
   ConfigEvent event;
-#define HANDS_ON(result, ...)                                \
-  EXPECT_CALL(*inner, __VA_ARGS__).WillOnce(Return(result)); \
-  EXPECT_EQ(result, config.__VA_ARGS__)
-  HANDS_ON(2, Set(p, 7U));
-  HANDS_ON(3U, Get(p));
-  HANDS_ON(eConfigID_t(4), GetConfigID());
-  HANDS_ON(descriptor, GetParamDescriptor(p));
-  HANDS_ON(descriptor, GetParamDescriptor(std::string("name")));
-  HANDS_ON(MockConfig::Ids{p}, GetParamIDs());
-  HANDS_ON(2, Set(p, std::string("text")));
-  HANDS_ON(object, GetSerializable(p));
-  HANDS_ON(2, SetSerializable(p, object));
-  HANDS_ON(2, AddConfigEventListener(listener));
-  HANDS_ON(2, AddConfigEventListener(p, listener));
-  HANDS_ON(2, AddConfigEventListener(std::list<eParam_t>{p}, listener));
-  HANDS_ON(2, RemoveConfigEventListener(listener));
-  HANDS_ON(MockConfig::Descriptors{descriptor}, GetDescriptorsByClassName(std::string("class")));
-  HANDS_ON(2, Lock(p, Config::eParamLock_Exclusive));
-  HANDS_ON(2, Unlock(p));
-  HANDS_ON(2, Commit(5U));
-  HANDS_ON(2, Rollback(5U));
-  HANDS_ON(2, AddUpdatePrecondition(rule));
-  HANDS_ON(2, RemoveUpdatePrecondition(rule));
-#undef HANDS_ON
-  // With out parameters.
-  EXPECT_CALL(*inner, GetLastConfigUpdate()).WillOnce(Return(timeval{6, 7}));
-  EXPECT_EQ(7, config.GetLastConfigUpdate().tv_usec);
-  EXPECT_CALL(*inner, Get(p, testing::Matcher<unsigned&>(Ref(number)))).WillOnce(Return(2));
-  EXPECT_EQ(2, config.Get(p, number));
-  EXPECT_CALL(*inner, Get(p, testing::Matcher<std::string&>(Ref(text)))).WillOnce(Return(2));
-  EXPECT_EQ(2, config.Get(p, text));
-  EXPECT_CALL(*inner, GetData(p, Ref(text))).WillOnce(Return(2));
-  EXPECT_EQ(2, config.GetData(p, text));
-  EXPECT_CALL(*inner, SetData(p, Ref(text))).WillOnce(Return(2));
-  EXPECT_EQ(2, config.SetData(p, text));
-  EXPECT_CALL(*inner, WaitForConfigEvent(Ref(event), 1, 2)).WillOnce(Return(2));
-  EXPECT_EQ(2, config.WaitForConfigEvent(event, 1, 2));
-  EXPECT_CALL(*inner, StartTransaction(_, Ref(number))).WillOnce(Return(2));
-  EXPECT_EQ(2, config.StartTransaction({p}, number));
+  EXPECT_EQ(1, config.Set(p, 7U));
+  EXPECT_EQ(7U, config.Get(p));
+  EXPECT_EQ(1, config.Get(p, number));
+  EXPECT_EQ(1, config.Set(eParamID_SysName, std::string("rack")));
+  EXPECT_EQ(1, config.Get(eParamID_SysName, text));
+  EXPECT_EQ("rack", text);
+  EXPECT_EQ(34, config.GetLastConfigUpdate().tv_usec);
+  EXPECT_EQ(9, config.GetConfigID());
+  EXPECT_EQ(1U, config.GetParamIDs().size());
+  EXPECT_EQ(1U, config.GetDescriptorsByClassName("class").size());
+  config.GetParamDescriptor(p);
+  config.GetParamDescriptor("name");
+  config.GetSerializable(p);
+  const int results[] = {config.SetSerializable(p, nullptr),
+                         config.GetData(p, text),
+                         config.SetData(p, text),
+                         config.AddConfigEventListener(nullptr),
+                         config.AddConfigEventListener(p, nullptr),
+                         config.AddConfigEventListener({p, p}, nullptr),
+                         config.RemoveConfigEventListener(nullptr),
+                         config.WaitForConfigEvent(event, 1, 2),
+                         config.Lock(p, Config::eParamLock_Exclusive),
+                         config.Unlock(p),
+                         config.StartTransaction({p}, number),
+                         config.Commit(5U),
+                         config.Rollback(5U),
+                         config.AddUpdatePrecondition(nullptr),
+                         config.RemoveUpdatePrecondition(nullptr)};
+  EXPECT_THAT(results, testing::Each(2));
+  EXPECT_THAT(inner->GetCalls(), ElementsAreArray({"Set",
+                                                   "Get",
+                                                   "Get",
+                                                   "Set",
+                                                   "Get",
+                                                   "GetConfigID",
+                                                   "GetParamIDs",
+                                                   "GetDescriptorsByClassName",
+                                                   "GetParamDescriptor",
+                                                   "GetParamDescriptor name",
+                                                   "GetSerializable",
+                                                   "SetSerializable",
+                                                   "GetData",
+                                                   "SetData",
+                                                   "AddConfigEventListener",
+                                                   "AddConfigEventListener id",
+                                                   "AddConfigEventListener list",
+                                                   "RemoveConfigEventListener",
+                                                   "WaitForConfigEvent",
+                                                   "Lock",
+                                                   "Unlock",
+                                                   "StartTransaction",
+                                                   "Commit",
+                                                   "Rollback",
+                                                   "AddUpdatePrecondition",
+                                                   "RemoveUpdatePrecondition"}));
 }

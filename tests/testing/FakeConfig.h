@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "libconfig/access/Config.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/descriptors/Catalogue.h"
 
 namespace testing_support {
@@ -22,7 +23,9 @@ class FakeConfig : public Config {
   std::map<eParam_t, ParamDescriptor*> descriptors;  // ahead of the catalogue's
   std::vector<ConfigEventListener*> listeners;
   bool failing = false;
-  bool plain = false;  // numbers can only be read without a result
+  bool plain = false;           // numbers can only be read without a result
+  bool setsOutcomes = false;    // kDone or kNoAnswer
+  bool returnsNumbers = false;  // as over a queue, where Get returns the number that it read
   std::function<void()> meanwhile = [] {};
   std::function<void()> atEnd = [] {};
 
@@ -39,7 +42,9 @@ class FakeConfig : public Config {
     return value;
   }
   int Get(eParam_t id, unsigned int& value) override {
-    return plain ? 0 : Fetch(numbers, id, value);
+    if (plain) return 0;
+    const int result = Fetch(numbers, id, value);
+    return result != 0 && returnsNumbers ? static_cast<int>(value) : result;
   }
   int Get(eParam_t id, std::string& value) override { return Fetch(texts, id, value); }
   eConfigID_t GetConfigID() override { return Note<eConfigID_t>("GetConfigID", 9); }
@@ -107,7 +112,7 @@ class FakeConfig : public Config {
   int Fetch(Map& map, eParam_t id, Value& value) {
     _calls.push_back("Get");
     const Value answer = map[id];
-    meanwhile();
+    End();
     if (failing) return 0;
     value = answer;
     return 1;
@@ -117,8 +122,14 @@ class FakeConfig : public Config {
   int Store(Map& map, eParam_t id, const Value& value) {
     _calls.push_back("Set");
     if (!failing) map[id] = value;
-    meanwhile();
+    End();
     return failing ? 0 : 1;
+  }
+
+  void End() {
+    using qel::config::Outcome;
+    meanwhile();
+    if (setsOutcomes) qel::config::SetOutcome(failing ? Outcome::kNoAnswer : Outcome::kDone);
   }
 
   std::vector<std::string> _calls;
