@@ -1,58 +1,104 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 
-#include <shared_mutex>
-
 #include "libconfig/access/ConfigCache.h"
-#include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/ConfigURI.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/access/StoreAccess.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Mutex.h"
 #include "libconfig/descriptors/Catalogue.h"
-#include "libconfig/manager/LocalConfigFactory.h"
-#include "libconfig/network/NetworkClient.h"
-#include "libconfig/network/NetworkFactory.h"
 
-using qel::config::LiveConfigs;
+using qel::config::MutexLock;
+using qel::config::Outcome;
 using qel::config::Report;
-using qel::config::access::LocalConfigFactory;
-using qel::vorlane::config::access::NetworkClient;
-using qel::vorlane::config::access::NetworkFactory;
+using qel::config::SetOutcome;
 
 namespace {
 
-// Guards the making and ending of the factory, and keeps it while one of the process's own servers
-// is inside it. Never destroyed: connections outlive everything.
-std::shared_mutex& InstanceMutex() {
-  static auto* const mutex = new std::shared_mutex;
+// The process's own servers share the factory while they are inside it. Neither is ever destroyed,
+// as connections outlive everything.
+qel::config::Mutex& InstanceMutex() {
+  static auto* const mutex = new qel::config::Mutex;
   return *mutex;
+}
+
+std::shared_ptr<ConfigFactoryImpl>& SharedInstance() {
+  static auto* const instance = new std::shared_ptr<ConfigFactoryImpl>;
+  return *instance;
 }
 
 bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
+// What is read afterwards comes behind the registration on the same connection, and an event for
+// every change that came later.
+void KeepCurrent(ConfigCache& cache, const std::string& uri) {
+  SetOutcome(Outcome::kUnknown);
+  // A datagram client that asks hears nothing; its server's events are multicast.
+  const bool canHear = Contains(uri, "tcp") || Contains(uri, "multicast");
+  if (canHear && cache.AddConfigEventListener(&cache) != 0) {
+    SetOutcome(Outcome::kDone);
+    return;
+  }
+  if (qel::config::LastOutcome() == Outcome::kUnknown) SetOutcome(Outcome::kRefused);
+  Report("ConfigFactoryImpl::Connect - the cache hears no events, uri = %s\n", uri.c_str());
+}
+
+struct TransportURIs {
+  const char* transport;
+  const char* config;
+  const char* events;
+};
+
+constexpr TransportURIs kTransports[] = {
+    {"socket", "socket://127.0.0.1:43110/caching=true", "socket://127.0.0.1:43110"},
+    {"udp", "udp://127.0.0.1:43110", "multicast://127.0.0.1:63110"},
+    {"tcp", "tcp://127.0.0.1:43110", "tcp://127.0.0.1:43110"},
+};
+
+constexpr TransportURIs kInvalid = {"", "INVALID_URI", "INVALID_URI"};
+
+const TransportURIs& Lookup(const std::string& transport) {
+  for (const TransportURIs& row : kTransports) {
+    if (transport == row.transport) return row;
+  }
+  return kInvalid;
+}
+
 }  // namespace
+
+std::string GetConfigURI(const std::string& transport) { return Lookup(transport).config; }
+
+std::string GetEventsURI(const std::string& transport) { return Lookup(transport).events; }
 
 ConfigFactoryImpl* ConfigFactoryImpl::s_theSingleton = nullptr;
 
-ConfigFactoryImpl* ConfigFactoryImpl::GetInstance() {
-  {
-    const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
-    if (s_theSingleton != nullptr) return s_theSingleton;
-  }
-  const std::unique_lock<std::shared_mutex> lock(InstanceMutex());
-  if (s_theSingleton == nullptr) s_theSingleton = new ConfigFactoryImpl;
-  return s_theSingleton;
+std::shared_ptr<ConfigFactoryImpl> ConfigFactoryImpl::Share() {
+  MutexLock lock(InstanceMutex());
+  return SharedInstance();
 }
 
+std::shared_ptr<ConfigFactoryImpl> ConfigFactoryImpl::MakeAndShare() {
+  MutexLock lock(InstanceMutex());
+  std::shared_ptr<ConfigFactoryImpl>& instance = SharedInstance();
+  if (instance == nullptr) instance.reset(s_theSingleton = new ConfigFactoryImpl);
+  return instance;
+}
+
+ConfigFactoryImpl* ConfigFactoryImpl::GetInstance() { return MakeAndShare().get(); }
+
 void ConfigFactoryImpl::DestroyInstance() {
-  const std::unique_lock<std::shared_mutex> lock(InstanceMutex());
-  delete s_theSingleton;
+  std::shared_ptr<ConfigFactoryImpl> last;
+  MutexLock lock(InstanceMutex());
+  last.swap(SharedInstance());
   s_theSingleton = nullptr;
 }
 
 ConfigFactoryImpl::ConfigFactoryImpl()
-    : _network_factory(std::make_unique<NetworkFactory>()),
-      _local_factory(std::make_unique<LocalConfigFactory>()) {
+    : _network_factory(qel::config::MakeNetworkTransport()),
+      _local_factory(qel::config::MakeLocalTransport()) {
   CreateDescriptors();
 }
 
@@ -73,7 +119,11 @@ Config* ConfigFactoryImpl::Connect(std::string uri) {
     }
     return store;
   }
-  if (Contains(uri, "caching=true")) return new ConfigCache(_network_factory->Connect(uri));
+  if (Contains(uri, "caching=true")) {
+    auto* const cache = new ConfigCache(_network_factory->Connect(uri));
+    if (Contains(uri, "events=true")) KeepCurrent(*cache, uri);
+    return cache;
+  }
   Config* const client = _network_factory->Connect(uri);
   if (client == nullptr) {
     Report("ConfigFactoryImpl::Connect - _network_factory->Connect() failed\n");
@@ -82,35 +132,22 @@ Config* ConfigFactoryImpl::Connect(std::string uri) {
 }
 
 int ConfigFactoryImpl::Disconnect(Config* config) {
-  if (LiveConfigs<NetworkClient>::Instance().Contains(config)) {
-    _network_factory->Disconnect(static_cast<NetworkClient*>(config));
-    return 1;
-  }
-  return _local_factory->Disconnect(config);
+  return _network_factory->Disconnect(config) || _local_factory->Disconnect(config) ? 1 : 0;
 }
 
 namespace qel::config {
 
 Config* ConnectStore(eConfigID_t id) {
-  for (;;) {
-    {
-      const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
-      ConfigFactoryImpl* const factory = ConfigFactoryImpl::s_theSingleton;
-      if (factory != nullptr) return factory->Connect("local:configid=" + std::to_string(id));
-    }
-    ConfigFactoryImpl::GetInstance();
-  }
+  return ConfigFactoryImpl::MakeAndShare()->Connect("local:configid=" + std::to_string(id));
 }
 
 Config* ConnectLivingStore(eConfigID_t id) {
-  const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
-  ConfigFactoryImpl* const factory = ConfigFactoryImpl::s_theSingleton;
+  const auto factory = ConfigFactoryImpl::Share();
   return factory == nullptr ? nullptr : factory->_local_factory->ConnectLiving(id);
 }
 
 void DisconnectStore(Config* store) {
-  const std::shared_lock<std::shared_mutex> lock(InstanceMutex());
-  ConfigFactoryImpl* const factory = ConfigFactoryImpl::s_theSingleton;
+  const auto factory = ConfigFactoryImpl::Share();
   if (factory != nullptr) factory->Disconnect(store);
 }
 

@@ -6,10 +6,16 @@
 //   udp://HOST:PORT              the same with datagrams
 //   multicast://127.0.0.1:63110  hears what is changed over UDP on this device, and no more
 //   …/caching=true               a ConfigCache around it
+//   …/caching=true/events=true   the same, kept current by the events of its own connection
 //
 // GetInstance makes the factory, and the catalogue with it, on first use; any thread may call it.
 // Connections are the caller's until they go back to Disconnect, with one exception: a cache is
 // given back by deleting it, which ends the connection that it wraps.
+//
+//   Config* config = ConfigFactoryImpl::GetInstance()->Connect("tcp://127.0.0.1:43110");
+//   if (config == nullptr) return 1;  // why is on standard error
+//   config->Set(eParamID_IPConfig, 1U);
+//   ConfigFactoryImpl::GetInstance()->Disconnect(config);
 #pragma once
 
 #include <memory>
@@ -20,28 +26,26 @@
 #include "libconfig/serialization/Identifiers.h"
 
 namespace qel::config {
+class Transport;
 Config* ConnectStore(eConfigID_t id);
 Config* ConnectLivingStore(eConfigID_t id);
 void DisconnectStore(Config* store);
 }  // namespace qel::config
-namespace qel::config::access {
-class LocalConfigFactory;
-}
-namespace qel::vorlane::config::access {
-class NetworkFactory;
-}
 
 class LIBCONFIG_API ConfigFactoryImpl : public ConfigFactory {
  public:
   static ConfigFactoryImpl* GetInstance();
-  // Deletes the factory. Connections that are still open, the process's own servers' among them,
-  // can be used on; stores among them are not tracked any more, and stay.
+  // Deletes the factory, as soon as no server of this process is inside it. Connections that are
+  // still open, the process's own servers' among them, can be used on; stores among them are not
+  // tracked any more, and stay.
   static void DestroyInstance();
 
   ~ConfigFactoryImpl() override;
   void Run() override;
   // Null on failure. With "caching=true" never null: the cache of a failed connection fails in its
-  // turn.
+  // turn. With "events=true" behind it the cache is registered with itself before anybody reads
+  // through it; where that cannot be done, as over UDP, the cache is returned all the same, with a
+  // message, and LastOutcome() is not kDone.
   Config* Connect(std::string uri) override;
   // 0 for null and for whatever is no living connection.
   int Disconnect(Config* config) override;
@@ -53,9 +57,11 @@ class LIBCONFIG_API ConfigFactoryImpl : public ConfigFactory {
   friend void qel::config::DisconnectStore(Config* store);
 
   ConfigFactoryImpl();
+  static std::shared_ptr<ConfigFactoryImpl> Share();  // null when there is none
+  static std::shared_ptr<ConfigFactoryImpl> MakeAndShare();
 
   static ConfigFactoryImpl* s_theSingleton;
 
-  std::unique_ptr<qel::vorlane::config::access::NetworkFactory> _network_factory;
-  std::unique_ptr<qel::config::access::LocalConfigFactory> _local_factory;
+  std::unique_ptr<qel::config::Transport> _network_factory;
+  std::unique_ptr<qel::config::Transport> _local_factory;
 };

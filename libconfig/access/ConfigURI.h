@@ -1,4 +1,11 @@
-// The URIs of the device's own configuration service.
+// The URIs of the device's own configuration service, for ConfigFactoryImpl::Connect. Options are
+// appended, each behind a slash:
+//
+//   GetConfigURI("tcp") + "/caching=true/events=true"
+//
+// "configid=N" chooses another configuration of the service, "caching=true" keeps what was read in
+// a cache, and "events=true" keeps that cache current. The URIs of "socket" name a transport that
+// no factory of this library has.
 #pragma once
 
 #include <string>

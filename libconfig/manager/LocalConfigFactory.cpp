@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/manager/ConfigManager.h"
 
@@ -92,3 +93,22 @@ bool LocalConfigFactory::Disconnect(Config* config) {
 void LocalConfigFactory::SetStoreObserver(StoreObserver* observer) { g_observer = observer; }
 
 }  // namespace qel::config::access
+
+namespace qel::config {
+namespace {
+
+class LocalTransport : public Transport {
+ public:
+  Config* Connect(const std::string& uri) override { return _factory.Connect(uri); }
+  bool Disconnect(Config* config) override { return _factory.Disconnect(config); }
+  Config* ConnectLiving(eConfigID_t id) override { return _factory.ConnectLiving(id); }
+
+ private:
+  access::LocalConfigFactory _factory;
+};
+
+}  // namespace
+
+std::unique_ptr<Transport> MakeLocalTransport() { return std::make_unique<LocalTransport>(); }
+
+}  // namespace qel::config

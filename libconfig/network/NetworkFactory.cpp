@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/network/ConnectionUtilities.h"
 #include "libconfig/network/NetworkTCPClient.h"
@@ -92,3 +93,27 @@ void NetworkFactory::Disconnect(NetworkClient* client) {
 }
 
 }  // namespace qel::vorlane::config::access
+
+namespace qel::config {
+namespace {
+
+using vorlane::config::access::NetworkClient;
+
+class NetworkTransport : public Transport {
+ public:
+  Config* Connect(const std::string& uri) override { return _factory.Connect(uri); }
+  bool Disconnect(Config* config) override {
+    if (!LiveConfigs<NetworkClient>::Instance().Contains(config)) return false;
+    _factory.Disconnect(static_cast<NetworkClient*>(config));
+    return true;
+  }
+
+ private:
+  vorlane::config::access::NetworkFactory _factory;
+};
+
+}  // namespace
+
+std::unique_ptr<Transport> MakeNetworkTransport() { return std::make_unique<NetworkTransport>(); }
+
+}  // namespace qel::config

@@ -1,30 +1,37 @@
 // The process-wide factory: which URI leads where.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/access/ConfigURI.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/NetworkTCPClient.h"
+#include "tests/testing/Eventually.h"
+#include "tests/testing/TestServer.h"
 #include "tests/testing/Threads.h"
 #include "tests/testing/Wire.h"
 
 namespace {
 
+using qel::config::Outcome;
 using qel::vorlane::config::access::NetworkTCPClient;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
+using testing_support::Eventually;
 
 // A connection, and what was said while it was made.
 struct Connected {
-  explicit Connected(const std::string& uri) {
+  explicit Connected(const std::string& from) : uri(from) {
     CaptureStderr();
     config = ConfigFactoryImpl::GetInstance()->Connect(uri);
     messages = GetCapturedStderr();
   }
+  const std::string uri;
   Config* config;
   std::string messages;
 };
@@ -95,6 +102,45 @@ TEST(ConfigFactory, LeadsNetworkURIsToAClientOrACacheAroundOne) {
   EXPECT_EQ(eConfigID_Default, cache->GetConfigID());
   cache.reset();
   service.join();
+}
+
+TEST(ConfigFactory, KeepsACacheCurrentThatAsksForEvents) {
+  const testing_support::TestServer server;
+  Config* const store = Connected("local:configid=7").config;
+  const std::string option = "/configid=7/caching=true";
+  const Connected connected(server.GetURI() + option + "/events=true");
+  EXPECT_EQ(Outcome::kDone, qel::config::LastOutcome());
+  auto cache = std::unique_ptr<ConfigCache>(dynamic_cast<ConfigCache*>(connected.config));
+  ASSERT_NE(nullptr, cache);
+  for (unsigned int i = 1; i <= 50; ++i) {
+    cache->Get(eParamID_IntervalTime);
+    store->Set(eParamID_IntervalTime, i);
+    EXPECT_TRUE(Eventually([&] { return cache->Get(eParamID_IntervalTime) == i; })) << i;
+  }
+  std::atomic<bool> stop{false};
+  std::thread traffic([&] {
+    for (unsigned int i = 1; !stop; i = i % 80000 + 1) store->Set(eParamID_IntervalTime, i);
+  });
+  for (int i = 0; i < 10; ++i) {
+    cache.reset();
+    cache.reset(dynamic_cast<ConfigCache*>(Connected(connected.uri).config));
+    const unsigned int seen = cache->Get(eParamID_IntervalTime);
+    EXPECT_TRUE(Eventually([&] { return cache->Get(eParamID_IntervalTime) != seen; }));
+  }
+  stop = true;
+  traffic.join();
+  cache.reset();
+  ConfigFactoryImpl::GetInstance()->Disconnect(store);
+
+  // Nobody can be heard there; the cache comes all the same.
+  const testing_support::TestServer datagrams(SOCK_DGRAM);
+  for (const std::string& place : {datagrams.GetURI(), std::string("tcp:")}) {
+    const std::string uri = place + "/caching=true/events=true";
+    const Connected deaf(uri);
+    EXPECT_NE(Outcome::kDone, qel::config::LastOutcome());
+    EXPECT_TRUE(EndsWith(deaf.messages, "the cache hears no events, uri = " + uri + "\n"));
+    delete dynamic_cast<ConfigCache*>(deaf.config);
+  }
 }
 
 TEST(ConfigFactory, ReportsANetworkConnectionThatFails) {
