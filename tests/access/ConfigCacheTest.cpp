@@ -75,16 +75,18 @@ TEST_F(ConfigCacheTest, LetsTheOtherEndSayWhatIsVolatile) {
 TEST_F(ConfigCacheTest, LeavesFewPlaceholdersBehind) {
   struct Strange : FakeConfig {
     using FakeConfig::GetParamDescriptor;
-    ParamDescriptor* GetParamDescriptor(eParam_t id) override { return ++asked, GetDescriptor(id); }
-    unsigned int asked = 0;
+    ParamDescriptor* GetParamDescriptor(eParam_t id) override {
+      return placeholders.emplace_back(GetDescriptor(id)).get();
+    }
+    std::vector<std::unique_ptr<ParamDescriptor>> placeholders;
   };
   auto* const remote = new Strange;
   ConfigCache cache(remote);
   for (int i = 0; i < 3; ++i) cache.Get(kUnknown);
   EXPECT_EQ(3, remote->Count("Get")) << "a placeholder tells nothing";
-  EXPECT_EQ(1U, remote->asked);
+  EXPECT_EQ(1U, remote->placeholders.size());
   for (unsigned int i = 0; i < 10000; ++i) cache.Get(static_cast<eParam_t>(0x80000000 + i));
-  EXPECT_EQ(qel::config::limits::kCacheStrangers, remote->asked);
+  EXPECT_EQ(qel::config::limits::kCacheStrangers, remote->placeholders.size());
 }
 
 TEST_F(ConfigCacheTest, SendsNothingForAValueThatIsThereAlready) {
