@@ -1,5 +1,7 @@
 #include "libconfig/access/Config.h"
 
+#include "libconfig/access/ConfigEventListener.h"
+
 Serializable* Config::GetSerializable(eParam_t) { return nullptr; }
 int Config::SetSerializable(eParam_t, Serializable*) { return 0; }
 int Config::GetData(eParam_t, std::string&) { return 0; }
@@ -17,3 +19,6 @@ int Config::Commit(unsigned int) { return 0; }
 int Config::Rollback(unsigned int) { return 0; }
 int Config::AddUpdatePrecondition(qel::config::UpdatePrecondition*) { return 0; }
 int Config::RemoveUpdatePrecondition(qel::config::UpdatePrecondition*) { return 0; }
+
+void ConfigEventListener::DataChanged(eParam_t, std::string&, timeval) {}
+void ConfigEventListener::ParamChanged(ConfigEvent) {}

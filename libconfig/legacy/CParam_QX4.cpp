@@ -67,6 +67,16 @@ class Placeholders {
 
 }  // namespace
 
+CParam::~CParam() = default;
+
+eParam_t CParam::GetParamID() const { return _paramID; }
+
+eParamType_t CParam::GetParamType() const { return _paramType; }
+
+eParam_t CParam::GetParamEnum() const { return _paramID; }
+
+bool CParam::ShowWhenDisabled() const { return false; }
+
 Config* CParam_QX4::_pConfigAccess = nullptr;
 
 namespace {

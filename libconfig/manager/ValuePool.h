@@ -5,11 +5,13 @@
 // of them. Any thread. Internal.
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <memory>
 #include <utility>
 
+#include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
 #include "libconfig/values/ConfigValue.h"
 
@@ -18,11 +20,33 @@ namespace qel::config {
 class ValuePool {
  public:
   // Never destroyed.
-  static ValuePool& Instance();
+  static ValuePool& Instance() {
+    static auto* const pool = new ValuePool;
+    return *pool;
+  }
 
   // A value that an earlier store held for `id`, or null when a new one shall be made.
-  std::unique_ptr<ConfigValue> Take(eConfigID_t store, eParam_t id);
-  void Give(eConfigID_t store, std::unique_ptr<ConfigValue> value);
+  std::unique_ptr<ConfigValue> Take(eConfigID_t store, eParam_t id) {
+    MutexLock lock(_mutex);
+    const auto entry = _values.find(id);
+    if (entry == _values.end()) return nullptr;
+    std::deque<Pooled>& pooled = entry->second;
+    auto found = std::find_if(pooled.begin(), pooled.end(),
+                              [store](const Pooled& one) { return one.first == store; });
+    if (found == pooled.end()) {
+      if (pooled.size() < limits::kPooledValues) return nullptr;
+      found = pooled.begin();
+    }
+    std::unique_ptr<ConfigValue> value = std::move(found->second);
+    pooled.erase(found);
+    return value;
+  }
+
+  void Give(eConfigID_t store, std::unique_ptr<ConfigValue> value) {
+    const eParam_t id = value->GetParamID();
+    MutexLock lock(_mutex);
+    _values[id].emplace_back(store, std::move(value));
+  }
 
  private:
   using Pooled = std::pair<eConfigID_t, std::unique_ptr<ConfigValue>>;

@@ -16,6 +16,10 @@
 #include "libconfig/descriptors/ParamIDs.h"
 #include "libconfig/mapping/SelectorValues.h"
 
+namespace qel::config {
+class ProxyFamilies;
+}
+
 class LIBCONFIG_API CProxyMap {
  public:
   static CProxyMap* GetInstance();
@@ -54,9 +58,10 @@ class LIBCONFIG_API CProxyMap {
   std::vector<eParam_t> GetConcreteParams(eParam_t proxy) const;
 
  private:
+  friend class CParamMapper;
+
   CProxyMap();
   ~CProxyMap();
 
-  struct Families;
-  const std::unique_ptr<Families> _families;
+  const std::unique_ptr<qel::config::ProxyFamilies> _families;
 };

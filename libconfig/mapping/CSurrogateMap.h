@@ -9,6 +9,10 @@
 #include "libconfig/descriptors/ParamIDs.h"
 #include "libconfig/mapping/SelectorValues.h"
 
+namespace qel::config {
+class ProxyFamilies;
+}
+
 class LIBCONFIG_API CSurrogateMap {
  public:
   static CSurrogateMap* GetInstance();
@@ -43,6 +47,5 @@ class LIBCONFIG_API CSurrogateMap {
   CSurrogateMap();
   ~CSurrogateMap();
 
-  struct Families;
-  const std::unique_ptr<Families> _families;
+  const std::unique_ptr<qel::config::ProxyFamilies> _families;
 };

@@ -78,7 +78,6 @@ class LIBCONFIG_API MappingConfig final : public DelegatorConfig, public ConfigE
   void ParamChanged(ConfigEvent event) override;
 
  private:
-  struct Change;
   struct Events;
   class Announcement;
 

@@ -4,8 +4,44 @@
 #include <boost/unordered_map.hpp>
 #include <boost/unordered_set.hpp>
 
+#include "libconfig/access/Outcome.h"
 #include "libconfig/mapping/CParamMapper.h"
-#include "libconfig/mapping/Resolver.h"
+#include "libconfig/mapping/CProxyMap.h"
+#include "libconfig/mapping/MappingDescriptors.h"
+#include "libconfig/mapping/ProxyFamilies.h"
+
+using qel::config::Outcome;
+using qel::config::SetOutcome;
+
+CParamMapper::CParamMapper(Config* config) : _config(config), _proxyMap(CProxyMap::GetInstance()) {
+  MappingDescriptors::GetInstance()->CreateMappingDescriptors();
+}
+
+eParam_t CParamMapper::MapParamID(eParam_t id) const {
+  const qel::config::Resolution* const resolution = qel::config::FindResolution(id);
+  if (resolution == nullptr) {
+    SetOutcome(Outcome::kDone);
+    return id;
+  }
+  if (_config == nullptr) {
+    SetOutcome(Outcome::kNoConnection);
+    return id;
+  }
+  unsigned int value;
+  if (!qel::config::TryGet(*_config, resolution->selector, value)) return id;
+  SetOutcome(Outcome::kDone);
+  return _proxyMap->_families->Find(resolution->family, id, value);
+}
+
+eParam_t CParamMapper::MapAFV(eParam_t id) const { return id; }
+
+namespace qel::vorlane::config::access {
+
+ParamMapper::~ParamMapper() = default;
+
+void ParamMapper::UseConfig(Config*) {}
+
+}  // namespace qel::vorlane::config::access
 
 namespace quarn::mapper {
 
