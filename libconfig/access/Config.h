@@ -2,9 +2,26 @@
 // behind TCP, UDP or message queues, a cache, a mapping. A Config comes from a factory and belongs
 // to its caller until it goes back to that factory's Disconnect.
 //
+//   Config* config = ConfigFactoryImpl::GetInstance()->Connect("tcp://127.0.0.1:43110");
+//   unsigned int value;
+//   if (config->Get(eParamID_IPConfig, value) == 0) { ... }  // LastOutcome() says why
+//
 // Operations that return int answer 1 on success and 0 on failure, and leave their out parameters
 // as they were on failure unless an implementation says otherwise. What an implementation does not
 // offer answers 0, null or empty. Any thread may call, where the implementation does not narrow it.
+// Some usage bites:
+//
+// - Over TCP a Set is not answered: 1 says that it was sent. A value that the store refuses is not
+//   stored; read it back, or listen, where that matters.
+// - Get without a result answers 0 for a failure, too. Over message queues Get with a result
+//   returns the value. TryGet, see Outcome.h, tells both apart over every transport.
+// - A network client whose last listener is removed ends its connection, and fails from then on.
+//   NetworkClient::IsConnected tells whether the connection lives; nothing reconnects by itself.
+// - A cache goes on answering what it read first, until it is registered among the listeners:
+//   "caching=true/events=true" in the URI does that, or cache->AddConfigEventListener(cache).
+// - The time-out of a NetworkEventListener counts from the current whole second, so that 100 ms
+//   mostly returns at once: take whole seconds, or none.
+// - NetworkServer::Init can fail, as when the port is taken. Check it before Start.
 #pragma once
 
 #include <sys/time.h>
@@ -54,8 +71,9 @@ class LIBCONFIG_API Config : public ConfigLegacy {
   virtual int SetSerializable(eParam_t param, Serializable* value);
   virtual int GetData(eParam_t param, std::string& data);
   virtual int SetData(eParam_t param, std::string& data);
-  // Listeners are not owned. They are called until they are removed; when RemoveConfigEventListener
-  // returns, the listener is not being called any more, unless it is removing itself.
+  // Listeners are not owned; null is refused. They are called until they are removed; when
+  // RemoveConfigEventListener returns, the listener is not being called any more, unless it is
+  // removing itself.
   virtual int AddConfigEventListener(ConfigEventListener* listener);
   virtual int AddConfigEventListener(eParam_t param, ConfigEventListener* listener);
   virtual int AddConfigEventListener(std::list<eParam_t> params, ConfigEventListener* listener);

@@ -1,10 +1,16 @@
 // Keeps the last known value of each parameter that is not volatile, so that reading it again costs
 // no round trip and setting it to the same value sends nothing. It owns the configuration that it
-// wraps.
+// wraps, and asks that one what is volatile.
 //
-// Events keep the cache current, but only if somebody registers it: the cache is a listener, and
-// `cache->AddConfigEventListener(cache)` puts it among those of the wrapped configuration. Without
-// that it goes on answering what it read first.
+// Events keep the cache current, but only if it is registered: the cache is a listener, and has to
+// be among those of the wrapped configuration. Without that it goes on answering what it read
+// first. The URI can ask for it:
+//
+//   Config* cache = factory->Connect("tcp://127.0.0.1:43110/caching=true/events=true");
+//   cache->Get(eParamID_IPConfig);  // asks once, and follows every change from then on
+//   delete cache;
+//
+// On a cache that a program makes itself, cache->AddConfigEventListener(cache) does the same.
 //
 // Any thread may call. Nothing is locked while the wrapped configuration is asked.
 #pragma once

@@ -1,16 +1,20 @@
 // The store: the values of one configuration, in memory. It makes each value from the parameter's
-// descriptor, lets its preconditions refuse or change an update, keeps the value and tells its
+// descriptor, lets its preconditions refuse or change an update, keeps the value and notifies its
 // listeners, on the thread that set it and before Set returns.
 //
 // The in-process factory owns the stores and hands them out; a store lives while anybody is
 // connected to it. It owns its values and preconditions, never its listeners. Any thread may call.
+//
+//   auto* store = factory->Connect("local:configid=1");
+//   store->AddUpdatePrecondition(new NoUpdatesWhileRecording);
+//   store->Set(eParamID_IPConfig, 1U);  // 0 when a precondition refuses
 //
 // Locks. The values lock guards the map of values and is held only while the map is searched or
 // extended. The listeners lock is taken before an update is stored and held until its event and
 // those of its dependents have been delivered, so that events come in the order of the stores; an
 // update from inside a listener's call is stored at once and announced when the running event is
 // through. The use-count lock guards the count. The listeners lock may be held while one of the
-// others is taken, nothing else is nested.
+// others is taken, nothing else is nested. Preconditions are called without any of them.
 #pragma once
 
 #include <map>

@@ -1,4 +1,7 @@
 // The way to a configuration in which the recorder's proxies are what they stand for.
+//
+//   std::unique_ptr<Config> config(GetMappingConfig("tcp", false, true));
+//   config->Get(eParamID_IPAddress);  // the address in force, by DHCP or not
 #pragma once
 
 #include <string>

@@ -2,6 +2,10 @@
 // event at a time. Opened by URI it has a connection of its own, which is how an application
 // listens on one connection while it asks on another.
 //
+//   NetworkEventListener listener;
+//   if (!listener.Open("tcp://127.0.0.1:43110")) return 1;
+//   for (ConfigEvent event; listener.WaitForConfigEvent(event);) Show(event);
+//
 // Any thread may wait, and several may; each event wakes one of them. Opening and closing are for
 // one thread at a time. Close ends the connection, also one that was given to Open: neither it nor
 // a cache that was made from the URI may be used afterwards. Do not Close from inside a listener's
@@ -36,7 +40,7 @@ class LIBCONFIG_API NetworkEventListener : public ConfigEventListener {
   void Close();
 
   // Of waits to come; all bits set is for ever. The wait ends at the current whole second plus this
-  // time, that is up to a second early.
+  // time, that is up to a second early: with 100 ms it mostly returns at once. Take whole seconds.
   void SetTimeoutInMS(unsigned int ms);
   // The newest events are kept. 100 until set.
   void SetMaximumQueueSize(unsigned int count);
