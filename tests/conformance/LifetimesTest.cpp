@@ -22,22 +22,17 @@ namespace {
 
 // What does not hold yet: a test's name with the way, or without one for all ways.
 constexpr const char* kNotYet[] = {
-    "BearAListenerThatThrows/InProcess",
-    "BearAListenerThatThrows/MappedInProcess",
-    "EndInsideAListenersCall/CachedTcp",
     "EndInsideAListenersCall/Multicast",
-    "EndOverAndOverUnderChanges/CachedTcp",
     "HearNothingOnceTheyHaveBegunToEnd/CachedTcp",
-    "HearNothingOnceTheyHaveBegunToEnd/Mapped",
-    "HearNothingOnceTheyHaveBegunToEnd/MappedCached",
-    "HearNothingOnceTheyHaveBegunToEnd/MappedInProcess",
     "HearNothingOnceTheyHaveBegunToEnd/Multicast",
     "HearNothingOnceTheyHaveBegunToEnd/Tcp",
     "LetAReaderGo/Tcp",
     "LetOthersReadWhileAListenerBlocks/CachedTcp",
     "LetOthersReadWhileAListenerBlocks/Tcp",
     "ReadOnAfterTheyRegisteredByThemselves/Tcp",
-    "TakeNoNullForAListener",
+    "TakeNoNullForAListener/MessageQueue",
+    "TakeNoNullForAListener/Multicast",
+    "TakeNoNullForAListener/Tcp",
 };
 
 constexpr auto kNumber = eParamID_MediaUpdated;

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <atomic>
 #include <functional>
-#include <future>
 #include <thread>
 
 #include "libconfig/descriptors/Catalogue.h"
@@ -189,23 +187,6 @@ TEST_F(ConfigManagerTest, TellsOfDependentsBehindTheChangeOneLevelDeep) {
                           Event(kUnknown, "3"), Event(eParamID_SysName, "not stored")));
 }
 
-TEST_F(ConfigManagerTest, CallsAListenerAsOftenAsItWasAdded) {
-  RecordingListener twice;
-  RecordingListener never;
-  _store->AddConfigEventListener(&twice);
-  _store->AddConfigEventListener(&twice);
-  _store->Set(eParamID_IntervalTime, 1U);
-  EXPECT_EQ(2U, twice.GetHeard().size());
-  EXPECT_EQ(1, _store->RemoveConfigEventListener(&twice));
-  _store->Set(eParamID_IntervalTime, 2U);
-  EXPECT_EQ(3U, twice.GetHeard().size());
-  EXPECT_EQ(1, _store->RemoveConfigEventListener(&twice));
-  EXPECT_EQ(0, _store->RemoveConfigEventListener(&twice));
-  EXPECT_EQ(0, _store->RemoveConfigEventListener(&never));
-  _store->Set(eParamID_IntervalTime, 3U);
-  EXPECT_EQ(3U, twice.GetHeard().size());
-}
-
 TEST_F(ConfigManagerTest, AnnouncesChangesFromInsideACallAfterTheRunningOne) {
   Acting first([&](eParam_t id, const std::string&) {
     if (id != eParamID_IPConfig) return;
@@ -229,76 +210,6 @@ TEST_F(ConfigManagerTest, AnnouncesChangesFromInsideACallAfterTheRunningOne) {
   EXPECT_EQ(heard, second.GetHeard()) << "the same order for everybody";
 }
 
-TEST_F(ConfigManagerTest, ForgetsWhatWaitedForAnEventThatAListenerBroke) {
-  EXPECT_EQ(0, _store->AddConfigEventListener(nullptr));
-  EXPECT_EQ(0, _store->AddConfigEventListener(eParamID_GenLock, nullptr));
-  Acting throwing([&](eParam_t id, const std::string&) {
-    if (id != eParamID_IPConfig) return;
-    _store->Set(eParamID_GenLock, 1U);
-    throw std::runtime_error("a listener's own");
-  });
-  RecordingListener behind;
-  _store->AddConfigEventListener(&throwing);
-  _store->AddConfigEventListener(&behind);
-  EXPECT_THROW(_store->Set(eParamID_IPConfig, 1U), std::runtime_error);
-  _store->Set(eParamID_SysName, std::string("next"));
-  EXPECT_THAT(behind.GetHeard(), ElementsAre(Event(eParamID_SysName, "next")));
-}
-
-TEST_F(ConfigManagerTest, LetsListenersComeAndGoFromInsideACall) {
-  RecordingListener removed;
-  RecordingListener late;
-  RecordingListener last;
-  bool done = false;
-  Acting acting([&](eParam_t, const std::string&) {
-    if (done) return;
-    done = true;
-    EXPECT_EQ(1, _store->RemoveConfigEventListener(&removed));
-    EXPECT_EQ(1, _store->RemoveConfigEventListener(&acting));
-    EXPECT_EQ(1, _store->AddConfigEventListener(&late));
-  });
-  for (ConfigEventListener* const l :
-       std::initializer_list<ConfigEventListener*>{&acting, &removed, &last}) {
-    _store->AddConfigEventListener(l);
-  }
-  _store->Set(eParamID_IntervalTime, 2U);
-  EXPECT_EQ(1U, acting.GetHeard().size());
-  EXPECT_THAT(removed.GetHeard(), IsEmpty()) << "a removal takes effect at once";
-  EXPECT_THAT(late.GetHeard(), IsEmpty()) << "a new one hears the next event";
-  EXPECT_EQ(1U, last.GetHeard().size()) << "and nobody is left out";
-  _store->Set(eParamID_IntervalTime, 3U);
-  EXPECT_EQ(1U, acting.GetHeard().size());
-  EXPECT_EQ(1U, late.GetHeard().size());
-  EXPECT_EQ(2U, last.GetHeard().size());
-}
-
-TEST_F(ConfigManagerTest, MakesARemovalFromAnotherThreadWaitForTheRunningCall) {
-  std::promise<void> inside;
-  std::promise<void> leave;
-  std::atomic<bool> running{false};
-  auto listener = std::make_unique<Acting>([&](eParam_t, const std::string&) {
-    running = true;
-    inside.set_value();
-    leave.get_future().wait();
-    running = false;
-  });
-  _store->AddConfigEventListener(listener.get());
-  std::thread setter([&] { _store->Set(eParamID_IntervalTime, 2U); });
-  inside.get_future().wait();
-  std::atomic<bool> removing{false};
-  std::thread remover([&] {
-    removing = true;
-    EXPECT_EQ(1, _store->RemoveConfigEventListener(listener.get()));
-    EXPECT_FALSE(running) << "whoever removed it may free it now";
-    listener.reset();
-  });
-  while (!removing) std::this_thread::yield();
-  leave.set_value();
-  remover.join();
-  setter.join();
-  _store->Set(eParamID_IntervalTime, 3U);
-}
-
 TEST_F(ConfigManagerTest, AnnouncesInTheOrderOfTheStores) {
   RecordingListener one;
   RecordingListener other;
@@ -318,24 +229,6 @@ TEST_F(ConfigManagerTest, AnnouncesInTheOrderOfTheStores) {
   EXPECT_EQ(one.GetHeard(), other.GetHeard());
   ASSERT_EQ(1000U, one.GetHeard().size());
   EXPECT_EQ(one.GetHeard().back().second, std::to_string(_store->Get(eParamID_IntervalTime)));
-}
-
-TEST_F(ConfigManagerTest, IsSharedByThreadsThatReadSetAndListen) {
-  OnThreads(4, [&](int thread) {
-    RecordingListener listener;
-    for (unsigned int i = 0; i < 200; ++i) {
-      _store->AddConfigEventListener(&listener);
-      _store->Set(eParamID_SysName, std::string(i % 40, static_cast<char>('a' + thread)));
-      _store->Set(eParamID_IntervalTime, i);
-      std::string text;
-      _store->Get(eParamID_SysName, text);
-      EXPECT_EQ(text, std::string(text.size(), text.empty() ? ' ' : text[0])) << "never a mix";
-      EXPECT_EQ(1, _store->RemoveConfigEventListener(&listener));
-      EXPECT_GE(_store->IncrementUseCount(), 1);
-      _store->DecrementUseCount();
-    }
-  });
-  EXPECT_EQ(0, _store->GetUseCount());
 }
 
 }  // namespace

@@ -128,17 +128,6 @@ TEST_F(LocalConfigFactoryTest, TakesBackOnlyItsOwnStores) {
             }));
 }
 
-TEST_F(LocalConfigFactoryTest, LeavesConnectedStoresAliveWhenItGoes) {
-  Config* store = nullptr;
-  {
-    LocalConfigFactory shortLived;
-    Messages([&] { store = shortLived.Connect("local:"); });
-  }
-  EXPECT_EQ(1, store->Set(eParamID_GenLock, 1U));
-  EXPECT_EQ("LocalConfigFactory::Disconnect - This instance not tracking configID 0\n",
-            Messages([&] { EXPECT_FALSE(_factory.Disconnect(store)); }));
-}
-
 TEST_F(LocalConfigFactoryTest, MayBeGivenBackFromInsideACall) {
   struct Leaving : testing_support::RecordingListener {
     using RecordingListener::ParamChanged;

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <thread>
 
@@ -308,35 +307,6 @@ TEST_F(MappedConfig, LeaveTheProxiesOutWhenTheLinkDies) {
   EXPECT_EQ(4711U, value);
 }
 
-TEST_F(MappedConfig, LetListenersComeAndGoDuringEvents) {
-  for (const bool tcp : {false, true}) {
-    RecordingListener last, joined;
-    std::unique_ptr<ActingListener> once;
-    const auto config = tcp ? Tcp() : Local();
-    ASSERT_NE(nullptr, config);
-    once = std::make_unique<ActingListener>([&] {
-      config->AddConfigEventListener(&joined);
-      EXPECT_EQ(1, config->RemoveConfigEventListener(once.get()));
-    });
-    config->AddConfigEventListener(once.get());
-    config->AddConfigEventListener(&last);
-    std::atomic<bool> stop{false};
-    std::thread traffic([&] {
-      for (unsigned i = 0; !stop; ++i) _store->Set(eParamID_IPConfig, i % 3);
-    });
-    // A listener may be freed as soon as it is removed.
-    for (int i = 0; i < 100; ++i) {
-      const auto guest = std::make_unique<RecordingListener>();
-      config->AddConfigEventListener(guest.get());
-      EXPECT_EQ(1, config->RemoveConfigEventListener(guest.get()));
-    }
-    EXPECT_TRUE(Eventually([&] { return !joined.GetHeard().empty(); }));
-    stop = true;
-    traffic.join();
-    EXPECT_EQ(1U, once->GetHeard().size());
-  }
-}
-
 TEST_F(MappedConfig, BearChangesFromInsideACall) {
   const auto config = Local();
   ActingListener* self = nullptr;
@@ -350,61 +320,4 @@ TEST_F(MappedConfig, BearChangesFromInsideACall) {
   config->AddConfigEventListener(&listener);
   _store->Set(eParamID_MediaUpdated, 1U);
   EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("1", "3", "2"));
-}
-
-TEST_F(MappedConfig, ForgetWhatWaitedForAnEventThatAListenerBroke) {
-  const auto config = Local();
-  EXPECT_EQ(0, config->AddConfigEventListener(nullptr));
-  EXPECT_EQ(0, config->AddConfigEventListener({eParamID_IPConfig, eParamID_GenLock}, nullptr));
-  ActingListener throwing([&] {
-    if (throwing.GetHeard().size() > 1) return;
-    config->ParamChanged(eParamID_MediaUpdated, 2U, timeval{});
-    throw std::runtime_error("a listener's own");
-  });
-  RecordingListener behind;
-  config->AddConfigEventListener(&throwing);
-  config->AddConfigEventListener(&behind);
-  EXPECT_THROW(_store->Set(eParamID_MediaUpdated, 1U), std::runtime_error);
-  _store->Set(eParamID_MediaUpdated, 3U);
-  EXPECT_THAT(behind.GetValues(eParamID_MediaUpdated), ElementsAre("3"));
-}
-
-TEST_F(MappedConfig, CanBeDestroyedUnderEvents) {
-  std::atomic<bool> stop{false};
-  std::thread traffic([&] {
-    for (unsigned i = 0; !stop; ++i) _store->Set(eParamID_IPConfig, i % 3);
-  });
-  for (int i = 0; i < 30; ++i) {
-    RecordingListener listener;
-    auto config = i % 3 == 0 ? Local() : Tcp(i % 3 == 1);
-    ASSERT_NE(nullptr, config);
-    config->AddConfigEventListener(&listener);
-    EXPECT_TRUE(Eventually([&] { return !listener.GetHeard().empty(); }));
-    config.reset();
-  }
-  // By a listener, from inside its call.
-  for (int i = 0; i < 6; ++i) {
-    auto config = i % 2 == 0 ? Local() : Tcp();
-    ASSERT_NE(nullptr, config);
-    std::atomic<bool> all{false};  // listeners are there, and the configuration is theirs
-    std::atomic<bool> gone{false};
-    std::size_t heardBehind = 0;
-    RecordingListener behind;
-    ActingListener listener([&] {
-      if (!all || gone) return;
-      config.reset();
-      heardBehind = behind.GetHeard().size();
-      gone = true;
-    });
-    config->AddConfigEventListener(&listener);
-    config->AddConfigEventListener(&behind);
-    all = true;
-    EXPECT_TRUE(Eventually([&] { return gone.load(); }));
-    const std::size_t heard = listener.GetHeard().size();
-    _store->Set(eParamID_MediaUpdated, 1U);
-    EXPECT_EQ(heard, listener.GetHeard().size());
-    EXPECT_EQ(heardBehind, behind.GetHeard().size());
-  }
-  stop = true;
-  traffic.join();
 }

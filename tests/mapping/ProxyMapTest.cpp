@@ -7,17 +7,14 @@
 #include "libconfig/mapping/CParamMapper.h"
 #include "libconfig/mapping/CProxyMap.h"
 #include "libconfig/mapping/CSurrogateMap.h"
-#include "libconfig/mapping/DelegatorConfig.h"
 #include "libconfig/mapping/MappingDescriptors.h"
 #include "libconfig/mapping/RecorderParamMapper.h"
 #include "tests/testing/FakeConfig.h"
 
 using qel::config::LastOutcome;
 using qel::config::Outcome;
-using qel::vorlane::config::access::DelegatorConfig;
 using quarn::mapper::RecorderParamMapper;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing_support::FakeConfig;
 
@@ -121,36 +118,55 @@ TEST(ParamMapper, KnowsWhichProxiesAChangeTouches) {
   EXPECT_THAT(mapper.ParamsChangedBy(eParamID_VideoInSelect), IsEmpty());
 }
 
-// Each family answers its own proxies and no others, keeps the first row for a value, and answers
-// with the proxy where there is no row.
-TEST(ProxyMap, KeepsFamiliesApart) {
+// A family that has no row for `proxy` yet: it keeps the first row for a value, and answers with
+// the proxy where there is none.
+template <typename Map, typename Value>
+void Fill(Map& map, void (Map::*add)(eParam_t, Value, eParam_t),
+          eParam_t (Map::*find)(eParam_t, Value) const, eParam_t proxy, eParam_t concrete) {
+  const auto value = Value(5), other = Value(6);
+  EXPECT_EQ(proxy, (map.*find)(proxy, value)) << "no row of another family or map";
+  (map.*add)(proxy, value, concrete);
+  (map.*add)(proxy, value, Param(0xEEFFFFFF));
+  EXPECT_EQ(concrete, (map.*find)(proxy, value));
+  EXPECT_EQ(proxy, (map.*find)(proxy, other));
+  EXPECT_EQ(Param(0xEE990000), (map.*find)(Param(0xEE990000), value));
+}
+
+TEST(ProxyMap, KeepsFamiliesAndMapsApart) {
+  MappingDescriptors::GetInstance()->CreateMappingDescriptors();
+  const auto a = Param(0xEE010000);
+  const auto x = [](unsigned i) { return Param(0xEE000001 + i); };
+  using Proxies = CProxyMap;
+  Proxies& proxies = *Proxies::GetInstance();
+  Fill(proxies, &Proxies::MapProcAmpProxyByVideoInput, &Proxies::mapProcAmp, a, x(4));
+  Fill(proxies, &Proxies::MapOutputTimingProxyByOutputFormat, &Proxies::mapOutputTiming, a, x(3));
+  Fill(proxies, &Proxies::MapOutputFormatProxyByFrameRate, &Proxies::mapOutputFormat, a, x(2));
+  Fill(proxies, &Proxies::MapCurrentClipByMediaSlot, &Proxies::mapCurrentClip, a, x(1));
+  Fill(proxies, &Proxies::MapTimecodeInByRS422Remote, &Proxies::mapTimecodeIn, a, x(0));
+  EXPECT_EQ(a, proxies.mapAudioScratchpad(a));
+  proxies.MapAudioToScratchpad(a, x(5));
+  EXPECT_EQ(x(5), proxies.mapAudioScratchpad(a));
+  EXPECT_THAT(proxies.GetConcreteParams(a), ElementsAre(x(0), x(1), x(2), x(3), x(4), x(5)));
+
+  using Surrogates = CSurrogateMap;
+  Surrogates& surrogates = *Surrogates::GetInstance();
+  Fill(surrogates, &Surrogates::MapAudioFollowVideo, &Surrogates::mapAudioFollowVideo, a, x(6));
+  Fill(surrogates, &Surrogates::MapProcAmpSurrogateByVideoInput, &Surrogates::mapProcAmp, a, x(7));
+  Fill(surrogates, &Surrogates::MapOutputFormatSurrogateByFrameRate, &Surrogates::mapOutputFormat,
+       a, x(8));
+  Fill(surrogates, &Surrogates::MapOutputTimingSurrogateByOutputFormat,
+       &Surrogates::mapOutputTiming, a, x(9));
+  Fill(surrogates, &Surrogates::MapIPSurrogateByIPConfig, &Surrogates::mapIPParam,
+       eParamID_SubnetMask, x(10));
+  EXPECT_EQ(a, surrogates.mapAudioScratchpad(a));
+  surrogates.MapAudioToScratchpad(a, x(11));
+  EXPECT_EQ(x(11), surrogates.mapAudioScratchpad(a));
+}
+
+TEST(ProxyMap, TakesAddressesOfTheirOwnAdapterOnly) {
   MappingDescriptors::GetInstance()->CreateMappingDescriptors();
   CProxyMap& map = *CProxyMap::GetInstance();
-  const auto a = Param(0xEE010000), b = Param(0xEE020000), x = Param(0xEE000001);
-  const auto y = Param(0xEE000002);
-  const auto zero = eMediaSlot_t(0);
-  EXPECT_EQ(a, map.mapCurrentClip(a, zero));
-  map.MapCurrentClipByMediaSlot(a, zero, x);
-  map.MapCurrentClipByMediaSlot(a, zero, y);
-  map.MapCurrentClipByMediaSlot(b, zero, y);
-  EXPECT_EQ(x, map.mapCurrentClip(a, zero));
-  EXPECT_EQ(y, map.mapCurrentClip(b, zero));
-  EXPECT_EQ(a, map.mapCurrentClip(a, eMediaSlot_t(1)));
-  EXPECT_EQ(a, map.mapOutputFormat(a, eOutputFrameRate_t(0)));
-  EXPECT_EQ(a, map.mapOutputTiming(a, eHWOutputFormat_t(0)));
-  EXPECT_EQ(a, map.mapProcAmp(a, eVideoInputSelect_SDI));
-  EXPECT_EQ(a, map.mapAudioScratchpad(a));
-  EXPECT_EQ(a, map.mapTimecodeIn(a, eRS422_Local));
-  map.MapAudioToScratchpad(a, y);
-  EXPECT_EQ(y, map.mapAudioScratchpad(a));
-  map.MapOutputFormatProxyByFrameRate(a, eOutputFrameRate_t(3), x);
-  EXPECT_EQ(x, map.mapOutputFormat(a, eOutputFrameRate_t(3)));
-  map.MapOutputTimingProxyByOutputFormat(a, eHWOutputFormat_t(4), y);
-  EXPECT_EQ(y, map.mapOutputTiming(a, eHWOutputFormat_t(4)));
-  map.MapProcAmpProxyByVideoInput(a, eVideoInputSelect_HDMI, x);
-  EXPECT_EQ(x, map.mapProcAmp(a, eVideoInputSelect_HDMI));
-  EXPECT_THAT(map.GetConcreteParams(a), ElementsAre(x, x, y, x, y));
-
+  const auto a = Param(0xEE010000), x = Param(0xEE000001);
   map.MapIPProxyByIPConfig(a, eIPConfig_DHCP, x);
   map.MapWifiProxyByWifiIPConfig(eParamID_IPAddress, eIPConfig_DHCP, x);
   map.MapIPProxyByIPConfig(eParamID_IPAddress, eIPConfig_DHCP, x);
@@ -159,90 +175,4 @@ TEST(ProxyMap, KeepsFamiliesApart) {
   EXPECT_EQ(eParamID_IPAddress_2, map.mapIPParam(eParamID_IPAddress, eIPConfig_DHCP));
   EXPECT_EQ(eParamID_IPAddress, map.mapIPParam(eParamID_IPAddress, eIPConfig_t(7)));
   EXPECT_EQ(eParamID_WiFiIPAddress, map.mapIPParam(eParamID_WiFiIPAddress, eIPConfig_DHCP));
-}
-
-TEST(SurrogateMap, HasRowsOfItsOwn) {
-  CSurrogateMap& map = *CSurrogateMap::GetInstance();
-  EXPECT_EQ(eParamID_IPAddress, map.mapIPParam(eParamID_IPAddress, eIPConfig_DHCP));
-  const auto a = Param(0xEE010000), x = Param(0xEE000001);
-  const auto rate = eOutputFrameRate_t(1);
-  const auto format = eHWOutputFormat_t(2);
-  EXPECT_EQ(a, map.mapAudioFollowVideo(a, eVideoInputSelect_SDI));
-  map.MapAudioFollowVideo(a, eVideoInputSelect_SDI, x);
-  EXPECT_EQ(x, map.mapAudioFollowVideo(a, eVideoInputSelect_SDI));
-  EXPECT_EQ(a, map.mapProcAmp(a, eVideoInputSelect_SDI));
-  map.MapProcAmpSurrogateByVideoInput(a, eVideoInputSelect_SDI, x);
-  map.MapOutputFormatSurrogateByFrameRate(a, rate, x);
-  map.MapOutputTimingSurrogateByOutputFormat(a, format, x);
-  map.MapAudioToScratchpad(a, x);
-  map.MapIPSurrogateByIPConfig(eParamID_SubnetMask, eIPConfig_Static, x);
-  EXPECT_EQ(x, map.mapProcAmp(a, eVideoInputSelect_SDI));
-  EXPECT_EQ(x, map.mapOutputFormat(a, rate));
-  EXPECT_EQ(x, map.mapOutputTiming(a, format));
-  EXPECT_EQ(x, map.mapAudioScratchpad(a));
-  EXPECT_EQ(x, map.mapIPParam(eParamID_SubnetMask, eIPConfig_Static));
-}
-
-TEST(Delegator, HandsEveryOperationOnWithItsResult) {
-  auto* const inner = new FakeConfig;
-  DelegatorConfig config(inner);
-  const auto p = eParamID_IPConfig;
-  unsigned number = 0;
-  std::string text;
-  ConfigEvent event;
-  EXPECT_EQ(1, config.Set(p, 7U));
-  EXPECT_EQ(7U, config.Get(p));
-  EXPECT_EQ(1, config.Get(p, number));
-  EXPECT_EQ(1, config.Set(eParamID_SysName, std::string("rack")));
-  EXPECT_EQ(1, config.Get(eParamID_SysName, text));
-  EXPECT_EQ("rack", text);
-  EXPECT_EQ(34, config.GetLastConfigUpdate().tv_usec);
-  EXPECT_EQ(9, config.GetConfigID());
-  EXPECT_EQ(1U, config.GetParamIDs().size());
-  EXPECT_EQ(1U, config.GetDescriptorsByClassName("class").size());
-  config.GetParamDescriptor(p);
-  config.GetParamDescriptor("name");
-  config.GetSerializable(p);
-  const int results[] = {config.SetSerializable(p, nullptr),
-                         config.GetData(p, text),
-                         config.SetData(p, text),
-                         config.AddConfigEventListener(nullptr),
-                         config.AddConfigEventListener(p, nullptr),
-                         config.AddConfigEventListener({p, p}, nullptr),
-                         config.RemoveConfigEventListener(nullptr),
-                         config.WaitForConfigEvent(event, 1, 2),
-                         config.Lock(p, Config::eParamLock_Exclusive),
-                         config.Unlock(p),
-                         config.StartTransaction({p}, number),
-                         config.Commit(5U),
-                         config.Rollback(5U),
-                         config.AddUpdatePrecondition(nullptr),
-                         config.RemoveUpdatePrecondition(nullptr)};
-  EXPECT_THAT(results, testing::Each(2));
-  EXPECT_THAT(inner->GetCalls(), ElementsAreArray({"Set",
-                                                   "Get",
-                                                   "Get",
-                                                   "Set",
-                                                   "Get",
-                                                   "GetConfigID",
-                                                   "GetParamIDs",
-                                                   "GetDescriptorsByClassName",
-                                                   "GetParamDescriptor",
-                                                   "GetParamDescriptor name",
-                                                   "GetSerializable",
-                                                   "SetSerializable",
-                                                   "GetData",
-                                                   "SetData",
-                                                   "AddConfigEventListener",
-                                                   "AddConfigEventListener id",
-                                                   "AddConfigEventListener list",
-                                                   "RemoveConfigEventListener",
-                                                   "WaitForConfigEvent",
-                                                   "Lock",
-                                                   "Unlock",
-                                                   "StartTransaction",
-                                                   "Commit",
-                                                   "Rollback",
-                                                   "AddUpdatePrecondition",
-                                                   "RemoveUpdatePrecondition"}));
 }

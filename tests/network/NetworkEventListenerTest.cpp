@@ -13,13 +13,11 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkEventListener.h"
 #include "tests/testing/Eventually.h"
-#include "tests/testing/TestServer.h"
 
 using qel::vorlane::config::access::NetworkEventListener;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 using testing_support::Eventually;
-using testing_support::TestServer;
 
 namespace {
 
@@ -142,34 +140,4 @@ TEST(NetworkEventListener, LetsItsWaitersGo) {
     for (auto& waiter : waiters) waiter.join();
   }
   listener.Close();
-}
-
-TEST(NetworkEventListener, IsClosedUnderTraffic) {
-  TestServer server;
-  const Store store(75);
-  std::atomic<bool> stop{false};
-  std::thread traffic([&] {
-    for (unsigned i = 0; !stop; ++i) store.config->Set(eParamID_MediaUpdated, i);
-  });
-  CaptureStderr();
-  for (int i = 0; i < 60; ++i) {
-    NetworkEventListener listener;
-    const std::string uri = i % 3 == 0   ? "local:"
-                            : i % 3 == 1 ? server.GetURI()
-                                         : server.GetURI() + "/caching=true";
-    ASSERT_TRUE(listener.Open(uri + "/configid=75")) << uri;
-    std::thread waiter([&] {
-      ConfigEvent event;
-      while (listener.WaitForConfigEvent(event)) {
-      }
-    });
-    // One waiter may find that the other has taken what woke it.
-    ConfigEvent event;
-    EXPECT_TRUE(Eventually([&] { return listener.WaitForConfigEvent(event); }));
-    listener.Close();
-    waiter.join();
-  }
-  stop = true;
-  traffic.join();
-  GetCapturedStderr();
 }

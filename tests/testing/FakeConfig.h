@@ -16,6 +16,7 @@ namespace testing_support {
 
 class FakeConfig : public Config {
  public:
+  using Config::AddConfigEventListener;
   ~FakeConfig() override { atEnd(); }
 
   std::map<eParam_t, unsigned int> numbers;
@@ -47,67 +48,21 @@ class FakeConfig : public Config {
     return result != 0 && returnsNumbers ? static_cast<int>(value) : result;
   }
   int Get(eParam_t id, std::string& value) override { return Fetch(texts, id, value); }
-  eConfigID_t GetConfigID() override { return Note<eConfigID_t>("GetConfigID", 9); }
-  timeval GetLastConfigUpdate() override { return {12, 34}; }
+  eConfigID_t GetConfigID() override { return eConfigID_Default; }
+  timeval GetLastConfigUpdate() override { return {}; }
   ParamDescriptor* GetParamDescriptor(eParam_t id) override {
     _calls.push_back("GetParamDescriptor");
     const auto own = descriptors.find(id);
     return own == descriptors.end() ? FindDescriptor(id) : own->second;
   }
-  ParamDescriptor* GetParamDescriptor(std::string name) override {
-    _calls.push_back("GetParamDescriptor " + name);
-    return GetDescriptor(name);
-  }
-  std::vector<eParam_t> GetParamIDs() override {
-    _calls.push_back("GetParamIDs");
-    return {eParamID_IPConfig};
-  }
-  Serializable* GetSerializable(eParam_t) override {
-    _calls.push_back("GetSerializable");
-    return nullptr;
-  }
-  int SetSerializable(eParam_t, Serializable*) override { return Note("SetSerializable"); }
-  int GetData(eParam_t, std::string&) override { return Note("GetData"); }
-  int SetData(eParam_t, std::string&) override { return Note("SetData"); }
+  ParamDescriptor* GetParamDescriptor(std::string name) override { return GetDescriptor(name); }
+  std::vector<eParam_t> GetParamIDs() override { return {}; }
   int AddConfigEventListener(ConfigEventListener* listener) override {
     listeners.push_back(listener);
-    return Note("AddConfigEventListener");
-  }
-  int AddConfigEventListener(eParam_t, ConfigEventListener*) override {
-    return Note("AddConfigEventListener id");
-  }
-  int AddConfigEventListener(std::list<eParam_t>, ConfigEventListener*) override {
-    return Note("AddConfigEventListener list");
-  }
-  int RemoveConfigEventListener(ConfigEventListener*) override {
-    return Note("RemoveConfigEventListener");
-  }
-  int WaitForConfigEvent(ConfigEvent&, long, long) override { return Note("WaitForConfigEvent"); }
-  std::vector<ParamDescriptor*> GetDescriptorsByClassName(std::string) override {
-    _calls.push_back("GetDescriptorsByClassName");
-    return {nullptr};
-  }
-  int Lock(eParam_t, eParamLock_t) override { return Note("Lock"); }
-  int Unlock(eParam_t) override { return Note("Unlock"); }
-  int StartTransaction(std::vector<eParam_t>, unsigned int&) override {
-    return Note("StartTransaction");
-  }
-  int Commit(unsigned int) override { return Note("Commit"); }
-  int Rollback(unsigned int) override { return Note("Rollback"); }
-  int AddUpdatePrecondition(qel::config::UpdatePrecondition*) override {
-    return Note("AddUpdatePrecondition");
-  }
-  int RemoveUpdatePrecondition(qel::config::UpdatePrecondition*) override {
-    return Note("RemoveUpdatePrecondition");
+    return 1;
   }
 
  private:
-  template <typename Result = int>
-  Result Note(const char* operation, int result = 2) {
-    _calls.push_back(operation);
-    return static_cast<Result>(result);
-  }
-
   template <typename Map, typename Value>
   int Fetch(Map& map, eParam_t id, Value& value) {
     _calls.push_back("Get");
