@@ -1,6 +1,6 @@
-// The one way to a configuration, whatever lies between: a store in the same process, a daemon
-// behind TCP, UDP or message queues, a cache, a mapping. A Config comes from a factory and belongs
-// to its caller until it goes back to that factory's Disconnect.
+// The one interface to a configuration over every transport: a store in the same process, a daemon
+// behind TCP, UDP or message queues, a cache, a mapping. A Config comes from a factory, and its
+// caller owns it until it passes it to that factory's Disconnect.
 //
 //   Config* config = ConfigFactoryImpl::GetInstance()->Connect("tcp://127.0.0.1:43110");
 //   unsigned int value;

@@ -1,13 +1,13 @@
-// Is told about changes. Who calls, and on which thread, depends on the Config that it is
-// registered with: a store calls on the thread that made the change, a network client on its events
-// thread. A change that a network peer made is announced on the thread of this process that serves
-// the peer, whose stack is 1 MiB.
+// Is notified of changes. The thread depends on the Config that it is registered with: a store
+// calls on the thread that made the change, a network client on its events thread. A change that a
+// network peer made is announced on the thread of this process that serves the peer, whose stack is
+// 1 MiB.
 //
 // The notifier holds its listener list while it calls, so that a listener is never called by two
 // threads at once by one Config, and hears the changes in the order in which they were stored. From
 // inside a call a listener may read, set, add and remove listeners on the same Config: changes that
 // it makes are announced after the running one, a removal takes effect at once. It should return
-// soon, as everybody behind it waits.
+// soon: the notifier and the other listeners wait for it.
 #pragma once
 
 #include <sys/time.h>

@@ -9,8 +9,8 @@
 //   …/caching=true/events=true   the same, kept current by the events of its own connection
 //
 // GetInstance makes the factory, and the catalogue with it, on first use; any thread may call it.
-// Connections are the caller's until they go back to Disconnect, with one exception: a cache is
-// given back by deleting it, which ends the connection that it wraps.
+// The caller owns a connection until it passes it to Disconnect, with one exception: a cache is
+// deleted, which ends the connection that it wraps.
 //
 //   Config* config = ConfigFactoryImpl::GetInstance()->Connect("tcp://127.0.0.1:43110");
 //   if (config == nullptr) return 1;  // why is on standard error
@@ -47,7 +47,7 @@ class LIBCONFIG_API ConfigFactoryImpl : public ConfigFactory {
   // through it; where that cannot be done, as over UDP, the cache is returned all the same, with a
   // message, and LastOutcome() is not kDone.
   Config* Connect(std::string uri) override;
-  // 0 for null and for whatever is no living connection.
+  // 0 for null and for a pointer that is no living connection.
   int Disconnect(Config* config) override;
 
  private:

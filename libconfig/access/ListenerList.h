@@ -1,8 +1,8 @@
 // Registered listeners and the delivery of events to them. Internal.
 //
 // One semaphore guards the list, and is held from the beginning to the end of a Delivery; the
-// thread that holds it is remembered, so that whatever a listener does from inside its call finds
-// the list open to it. Another thread's Add or Remove waits for the running delivery.
+// thread that holds it is remembered, so that a listener may change the list from inside its call.
+// Another thread's Add or Remove waits for the running delivery.
 #pragma once
 
 #include <atomic>
@@ -27,15 +27,15 @@ class ListenerList {
   // Removes the first entry of `listener`, and tells whether there was one.
   bool Remove(ConfigEventListener* listener);
   void RemoveAll();
-  // Ends the delivery that the calling thread is inside of, if any: it reaches no further listener,
-  // and the list is free for other threads at once. For who is about to wait for such a thread.
+  // Ends the calling thread's delivery, if it is inside one: it reaches no further listener, and
+  // the list is unlocked. For a caller that is about to wait for a thread which may want the list.
   void QuitDelivery();
   // Whether the calling thread is inside a listener's call, or holds the list.
   bool IsHeldByCaller() const { return IsMine(); }
   // Does not wait for a running delivery.
   bool IsEmpty() const { return _count.load(std::memory_order_relaxed) == 0; }
 
-  // Holds the list for the delivery of one change and whatever follows from it.
+  // Holds the list while one change and its consequences are delivered.
   class Delivery {
    public:
     explicit Delivery(ListenerList& list);

@@ -8,7 +8,7 @@ class Config;
 
 namespace qel::config {
 
-// The store of that number, to be given back with DisconnectStore; null when it cannot be had.
+// The store of that number, to be released with DisconnectStore; null on failure.
 Config* ConnectStore(eConfigID_t id);
 
 // The same, but only while somebody else is connected to the store.

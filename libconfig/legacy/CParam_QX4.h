@@ -33,7 +33,7 @@ class LIBCONFIG_API CParam_QX4 : public CParam {
   using CParam::GetParamType;
   // 0, with a message, without a descriptor.
   static eParamType_t GetParamType(eParam_t id);
-  // 0 for texts and whatever has no number.
+  // 0 for texts and everything else without a number.
   static unsigned int GetFactoryValue(eParam_t id);
   // The current value: a number in decimal, a text as it is, the name of an enumeration's value, or
   // "(7)" where it has none. "BOGUS" when it cannot be read.
@@ -44,7 +44,7 @@ class LIBCONFIG_API CParam_QX4 : public CParam {
   // not in that order. So 1 for type 10 and 0 for any other.
   static eClassID_t GetClassID(eParamType_t type);
 
-  // The configuration in force; null until the first object connects. It may be replaced while
-  // nobody is asking, and stays whose it is.
+  // The configuration in force; null until the first object connects. Replace it only while no
+  // other thread uses this class; ownership does not change.
   static Config* _pConfigAccess;
 };

@@ -22,8 +22,8 @@ using qel::config::ValuePool;
 
 namespace {
 
-// An earlier store's value of class T for the parameter, as good as new, or a new one. It belongs
-// to configuration 0 and is clean.
+// A value of class T for the parameter: a pooled one of an earlier store, reset, or a new one. It
+// belongs to configuration 0 and is clean.
 template <typename T, typename Payload>
 ConfigValue* TakeOrCreate(eConfigID_t store, eParam_t id, eParamType_t type,
                           const Payload& payload) {

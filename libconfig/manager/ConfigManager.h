@@ -34,8 +34,8 @@ class LIBCONFIG_API ConfigManager : public Config,
                                     public std::enable_shared_from_this<ConfigManager> {
  public:
   explicit ConfigManager(eConfigID_t id);
-  // The values are not deleted with the store: the next store takes them over, so that a pointer
-  // from GetSerializable stays valid memory.
+  // The values are pooled for the next store rather than deleted, so that a pointer from
+  // GetSerializable stays valid.
   ~ConfigManager() override;
 
   // REQUIRES: CreateDescriptors was called. Fills the store with the factory defaults.
@@ -79,7 +79,7 @@ class LIBCONFIG_API ConfigManager : public Config,
   bool GetConfigParam(eParam_t id, std::string& value);
   bool GetConfigParam(eParam_t id, unsigned int& value);
 
-  // Tell every listener. From inside a listener's call the event waits for the running one.
+  // Notify every listener. From inside a listener's call the event waits for the running one.
   bool FireParamChangedEvent(eParam_t id, unsigned int value);
   bool FireParamChangedEvent(eParam_t id, std::string value);
   // Each with its current value; what depends on these is not followed.

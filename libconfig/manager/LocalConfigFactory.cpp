@@ -27,7 +27,7 @@ LocalConfigFactory::LocalConfigFactory() = default;
 
 LocalConfigFactory::~LocalConfigFactory() {
   SemaphoreHelper lock(_lock);
-  // Whoever is still connected goes on using the store; it belongs to nobody now.
+  // The remaining connections keep using their stores, which are never destroyed then.
   for (auto& entry : _stores) UntrackedStores().push_back(std::move(entry.second));
 }
 
@@ -85,7 +85,7 @@ bool LocalConfigFactory::Disconnect(Config* config) {
     last = std::move(found->second);
     _stores.erase(found);
   }
-  // Beyond the lock, as a store that goes may have to wait for its running delivery.
+  // Outside the lock: the store's destruction may wait for its running delivery.
   if (StoreObserver* const observer = g_observer) observer->StoreClosing(*last);
   return true;
 }

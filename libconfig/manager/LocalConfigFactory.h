@@ -1,5 +1,5 @@
 // Hands out the stores that live in this process: one for each configuration number, made on the
-// first connection, shared by all, destroyed when the last connection is given back. Nothing is
+// first connection, shared by all, destroyed when the last one disconnects. Nothing is
 // kept between the two. Any thread may call; one lock serialises connecting and disconnecting, and
 // is held while a new store fills itself.
 #pragma once
@@ -22,10 +22,10 @@ namespace qel::config::access {
 class LIBCONFIG_API StoreObserver {
  public:
   virtual ~StoreObserver() = default;
-  // The store is filled and nobody else can reach it yet. Called with the factory locked: connect
-  // and disconnect nothing. False refuses the store: it goes, and whoever connects gets none.
+  // The store is filled, and not shared yet. Called with the factory locked: do not connect or
+  // disconnect. False refuses the store: it is destroyed, and Connect returns null.
   virtual bool StoreOpened(ConfigManager& store) = 0;
-  // The last connection is gone, and the store goes next.
+  // The last connection has ended; the store is destroyed after the call.
   virtual void StoreClosing(ConfigManager& store) = 0;
 };
 
@@ -34,7 +34,7 @@ class LIBCONFIG_API LocalConfigFactory {
   LocalConfigFactory();
   LocalConfigFactory(const LocalConfigFactory&) = delete;
   LocalConfigFactory& operator=(const LocalConfigFactory&) = delete;
-  // Stores that are still connected live on, untracked.
+  // Stores that still have connections are kept, untracked.
   virtual ~LocalConfigFactory();
 
   // The number behind "configid=" in `address`, moved into the range of its type; 0 when there is
@@ -44,7 +44,7 @@ class LIBCONFIG_API LocalConfigFactory {
   // The store of that number; null when it cannot be made, or the observer refuses it.
   Config* Connect(std::string address);
 
-  // The same for a store that is there already; null when nobody is connected to it.
+  // The same, for a store that has connections already; otherwise null.
   Config* ConnectLiving(eConfigID_t id);
 
   // False for a pointer that is no living store, or, with a message, for a store that another

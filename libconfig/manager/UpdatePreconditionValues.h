@@ -1,5 +1,5 @@
 // The rule that every store has: an enumerated parameter takes only its listed values, any other
-// number is moved into its range. Texts pass as they are. Holds nothing; any thread.
+// number is moved into its range. Texts pass as they are. Stateless; any thread.
 #pragma once
 
 #include "libconfig/manager/UpdatePrecondition.h"

@@ -1,8 +1,7 @@
-// The values of stores that are gone, waiting for the next store. Values are never freed while the
-// process lives, as somebody may still hold a pointer to one; taking them up again is what keeps a
-// process that opens and closes stores from growing. A store takes those of its own configuration,
-// so that who holds such a pointer does not change another one, and only when many wait the oldest
-// of them. Any thread. Internal.
+// Pools the values of destroyed stores for the next store. Values are never freed, because a caller
+// may still hold a pointer to one; reusing them keeps a process that opens and closes stores from
+// growing. A store takes values of its own configuration, so that such a pointer does not reach
+// another one; only when the pool is full it takes the oldest of any. Any thread. Internal.
 #pragma once
 
 #include <algorithm>
@@ -25,7 +24,7 @@ class ValuePool {
     return *pool;
   }
 
-  // A value that an earlier store held for `id`, or null when a new one shall be made.
+  // A value that an earlier store held for `id`, or null.
   std::unique_ptr<ConfigValue> Take(eConfigID_t store, eParam_t id) {
     MutexLock lock(_mutex);
     const auto entry = _values.find(id);

@@ -14,8 +14,8 @@ class LIBCONFIG_API CParamMapper {
   explicit CParamMapper(Config* config);
 
   // The parameter that `id` stands for; `id` itself when it is no proxy, when no row fits, and when
-  // the selector cannot be read: a dead link sends nobody elsewhere. Only for a proxy is anything
-  // read. LastOutcome() is kDone afterwards, unless a selector could not be read.
+  // the selector cannot be read, so that a broken connection never redirects an access. Only a
+  // proxy reads anything. LastOutcome() is kDone afterwards, unless a selector could not be read.
   eParam_t MapParamID(eParam_t id) const;
 
   // As MapParamID, for the parameters whose audio follows the video; there are none yet.

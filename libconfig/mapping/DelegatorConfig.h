@@ -1,6 +1,6 @@
 // A Config that hands every operation on to another one: the base of those that change a few of
-// them. It owns the one that it wraps, and gives it back as that one wants to be given back: a
-// cache by deleting it, a connection of the factory through the factory. Any thread that may call
+// them. It owns the wrapped one, and releases it as its kind requires: a factory's connection
+// through the factory, everything else by deleting it. Any thread that may call
 // the wrapped one may call; results and failures are the wrapped one's.
 #pragma once
 

@@ -13,7 +13,7 @@ using quarn::mapper::RecorderParamMapper;
 
 namespace {
 
-// A datagram server's events go to a multicast group, whoever asked for them.
+// A datagram server sends its events to a multicast group, not to its clients.
 std::string EventsURIOf(const std::string& uri) {
   if (uri.find("udp:") == std::string::npos) return uri;
   const std::size_t option = uri.find("/configid=");

@@ -31,12 +31,12 @@ struct MappingConfig::Events {
   }
 
   qel::config::ListenerList listeners;
-  // The mapped configuration is on its way out, and must not be touched by a delivery any more.
+  // Set when the mapped configuration is being destroyed: deliveries must not touch it any more.
   std::atomic<bool> gone{false};
 };
 
-// One change, on its way to all listeners. Whatever calls listeners may find the configuration
-// deleted afterwards.
+// Delivers one change to all listeners. After each call of a listener the configuration may be
+// deleted.
 class MappingConfig::Announcement {
  public:
   Announcement(MappingConfig& config, Delivery& delivery, timeval when)
@@ -63,7 +63,7 @@ class MappingConfig::Announcement {
 
  private:
   void TellProxies(ParamMapper& mapper, eParam_t param) {
-    // Nobody would hear what costs two round trips a proxy.
+    // Without listeners, save the two round trips for each proxy.
     if (_events->listeners.IsEmpty()) return;
     for (const eParam_t proxy : mapper.ParamsChangedBy(param)) {
       SetOutcome(Outcome::kDone);
@@ -128,8 +128,8 @@ MappingConfig* MappingConfig::Create(std::string configURI, std::string eventsUR
     return nullptr;
   }
   auto mapping = std::unique_ptr<MappingConfig>(new MappingConfig(config, events));
-  // A server does not answer a registration; what it answers next says that it has arrived. A
-  // multicast group has nobody to answer, and is joined at once.
+  // A registration is not answered; the answer to the next request tells that it has arrived. A
+  // multicast group is joined at once, and has no server to ask.
   const bool answers = eventsURI.find("multicast:") == std::string::npos;
   unsigned int any;
   if (!mapping->ListenToEvents() || (answers && events->Get(eParamID_IPConfig, any) == 0)) {

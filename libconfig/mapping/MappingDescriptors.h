@@ -29,7 +29,7 @@ class LIBCONFIG_API MappingDescriptors {
   MappingDescriptors& operator=(const MappingDescriptors&) = delete;
 
   // Fills in the proxies and their rows. Later calls do nothing; any thread may call, and finds the
-  // tables complete when it returns. Whatever resolves proxies has called it.
+  // tables complete when it returns. The resolvers of this library call it.
   void CreateMappingDescriptors();
 
   // The descriptor stays this object's; null for what is no proxy.

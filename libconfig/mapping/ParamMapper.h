@@ -19,7 +19,7 @@ class LIBCONFIG_API ParamMapper {
   // When something that had to be read could not be, LastOutcome() says why.
   virtual eParam_t MapParamID(eParam_t id) = 0;
   // The proxies whose value may be another one after a change of `id`, in the order in which their
-  // events shall go out. Asks nobody.
+  // events are sent. Reads nothing.
   virtual std::vector<eParam_t> ParamsChangedBy(eParam_t id) = 0;
 
   // The configuration to read selectors through. The MappingConfig hands over its own when it takes

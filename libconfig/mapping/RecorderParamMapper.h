@@ -25,7 +25,7 @@ class LIBCONFIG_API RecorderParamMapper : public qel::vorlane::config::access::P
   // now; for a selector, the proxies that go by it; for a proxy, itself, because an event that a
   // store fires under the proxy's own identifier does not carry the value in force. Ascending.
   std::vector<eParam_t> ParamsChangedBy(eParam_t id) override;
-  // REQUIRES: nobody else uses the mapper yet.
+  // REQUIRES: no other thread uses the mapper yet.
   void UseConfig(Config* config) override;
 
  private:

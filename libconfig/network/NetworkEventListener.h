@@ -36,7 +36,7 @@ class LIBCONFIG_API NetworkEventListener : public ConfigEventListener {
   bool Open(Config* config);
   // The same, and when the configuration cannot be had or takes no listener.
   bool Open(const std::string& uri);
-  // Wakes all who wait, lets them leave, and drops what is queued.
+  // Wakes all waiting threads, waits until they have returned, and drops the queue.
   void Close();
 
   // Of waits to come; all bits set is for ever. The wait ends at the current whole second plus this
