@@ -106,15 +106,18 @@ class PreconditionList {
     return std::find(_preconditions.begin(), _preconditions.end(), precondition) !=
            _preconditions.end();
   }
+  template <typename Is>
+  bool AnyWalk(Is is) const LIBCONFIG_REQUIRES(_mutex) {
+    return std::any_of(_walks.begin(), _walks.end(), is);
+  }
   // Until no other thread is inside a call of it. Returns at once inside a call of any of them, as
   // two that remove each other would wait for ever.
   void WaitUntilLeft(const UpdatePrecondition* precondition) LIBCONFIG_REQUIRES(_mutex) {
-    const auto anyWalk = [this](auto is) { return std::any_of(_walks.begin(), _walks.end(), is); };
     const auto isOwn = [](const Walk* walk) { return walk->thread == std::this_thread::get_id(); };
     const auto isInside = [precondition](const Walk* walk) { return walk->called == precondition; };
-    if (precondition == nullptr || anyWalk(isOwn)) return;
+    if (precondition == nullptr || AnyWalk(isOwn)) return;
     ++_waiters;
-    while (anyWalk(isInside)) _left.Wait(_mutex);
+    while (AnyWalk(isInside)) _left.Wait(_mutex);
     --_waiters;
   }
 
