@@ -8,7 +8,7 @@ StoredConfig::StoredConfig(ConfigManager& store, Banks banks)
     : _store(store), _banks(std::move(banks)) {}
 
 bool StoredConfig::IsSaved(const ParamDescriptor& param) {
-  return param.GetPersistenceType() == ePersist && !param.HasClassName("volatile");
+  return param.GetPersistenceType() == ePersist;
 }
 
 // False when the store's value is not the saved one afterwards.

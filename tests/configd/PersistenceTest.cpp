@@ -3,6 +3,7 @@
 #include <signal.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "libconfig/libconfig.h"
@@ -65,6 +66,59 @@ TEST(Persistence, OutlivesADaemonThatIsKilled) {
   EXPECT_EQ("Edit 8", Client(daemon, 5).GetName());
   // The change log tells no changes: nothing was set, it was so.
   EXPECT_THAT(daemon.GetOutput(), Not(HasSubstr("Edit 7")));
+}
+
+// Every parameter is set where it can be, and the next daemon has what each descriptor promises.
+TEST(Persistence, KeepsWhatTheDescriptorsSayAndNothingElse) {
+  using Values = std::map<eParam_t, std::string>;
+  const Folder folder;
+  CreateDescriptors();
+  const auto read = [](Config& config) {
+    Values values;
+    for (const eParam_t id : GetParamIDs()) {
+      if (FindDescriptor(id)->GetParamType() == eParamType_String) {
+        config.Get(id, values[id]);
+      } else {
+        values[id] = std::to_string(config.Get(id));
+      }
+    }
+    return values;
+  };
+  const auto with = [&](const auto& use) {
+    Daemon daemon({"--state", folder.GetPath()});
+    Config* const config = ConfigFactoryImpl::GetInstance()->Connect(daemon.GetURI());
+    use(*config);
+    ConfigFactoryImpl::GetInstance()->Disconnect(config);
+    return daemon.End(SIGTERM);
+  };
+  Values fresh;
+  Values changed;
+  const auto change = [&](Config& config) {
+    fresh = read(config);
+    for (const eParam_t id : GetParamIDs()) {
+      if (auto* const choices = dynamic_cast<EnumDescriptor*>(FindDescriptor(id))) {
+        for (const auto& choice : choices->GetEnumValueDescriptors()) {
+          if (std::to_string(choice.first) != fresh[id]) config.Set(id, choice.first);
+        }
+      } else if (dynamic_cast<StringDescriptor*>(FindDescriptor(id)) != nullptr) {
+        config.Set(id, std::string("other"));
+      } else {
+        config.Set(id, fresh[id] == "21" ? 22U : 21U);  // no preset that the registers know
+      }
+    }
+    changed = read(config);
+  };
+  EXPECT_EQ(0, with(change));
+  Values kept;
+  EXPECT_EQ(0, with([&](Config& config) { kept = read(config); }));
+  int different = 0;
+  for (const auto& [id, value] : kept) {
+    const ParamDescriptor& param = *FindDescriptor(id);
+    different += changed[id] != fresh[id] ? 1 : 0;
+    EXPECT_EQ(param.GetPersistenceType() == ePersist ? changed[id] : fresh[id], value)
+        << param.GetParamIDName();
+  }
+  EXPECT_GT(different, 180) << "of " << kept.size();
 }
 
 TEST(Persistence, SavesBeforeItEnds) {
