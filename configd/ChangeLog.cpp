@@ -1,11 +1,36 @@
 #include "configd/ChangeLog.h"
 
-#include "configd/LineWriter.h"
 #include "programs/Clock.h"
 
 using qel::vorlane::config::access::NetworkConnection;
+using qel::vorlane::config::access::NetworkPeer;
 
-ChangeLog::ChangeLog(Config& store) : _configID(store.GetConfigID()) {
+namespace {
+
+struct Change {
+  timeval when;
+  eConfigID_t configID;
+  eParam_t param;
+  programs::Excerpt before;
+  programs::Excerpt after;
+  std::shared_ptr<NetworkPeer> peer;  // null when no peer made it
+};
+
+std::string LineOf(const Change& change) {
+  const programs::ValueText show;
+  std::string line = programs::LocalTime(change.when) + "  ";
+  if (change.configID != eConfigID_Default) {
+    line += "configuration " + std::to_string(change.configID) + "  ";
+  }
+  line += programs::ParamName(change.param) + ": " + show.Line(change.param, change.before) +
+          " -> " + show.Line(change.param, change.after);
+  if (change.peer != nullptr) line += "  by " + change.peer->Describe();
+  return line;
+}
+
+}  // namespace
+
+ChangeLog::ChangeLog(Config& store, LineWriter& out) : _configID(store.GetConfigID()), _out(out) {
   for (const eParam_t param : store.GetParamIDs()) {
     std::string text;
     unsigned int number;
@@ -26,16 +51,12 @@ void ChangeLog::ParamChanged(eParam_t param, std::string value, timeval) {
 void ChangeLog::Note(eParam_t param, programs::Value value) {
   programs::Value& known = _values[param];
   if (known == value) return;
-  const programs::ValueText show;
-  std::string line = programs::LocalTime(programs::Now()) + "  ";
-  if (_configID != eConfigID_Default) {
-    line += "configuration " + std::to_string(_configID) + "  ";
-  }
-  line += programs::ParamName(param) + ": " + show.Line(param, known) + " -> " +
-          show.Line(param, value);
-  if (NetworkConnection* const peer = NetworkConnection::Current()) {
-    line += "  by " + peer->GetPeerName();
-  }
+  Change change{programs::Now(),
+                _configID,
+                param,
+                programs::Excerpt(known),
+                programs::Excerpt(value),
+                NetworkConnection::CurrentPeer()};
   known = std::move(value);
-  LineWriter::Instance().Write(std::move(line));
+  _out.Write([change = std::move(change)] { return LineOf(change); });
 }

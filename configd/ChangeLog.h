@@ -1,19 +1,21 @@
 // Prints one line for each change of one store: when, which parameter, from what to what, and who
 // made it where that can be told. A set to the value that a parameter has already is no change.
 //
-// It is one of the store's listeners, and is called with the store's listeners held.
+// It is one of the store's listeners, and is called with the store's listeners held: it only takes
+// what the line is made of. The line is made by the writer.
 #pragma once
 
 #include <map>
 #include <string>
 
+#include "configd/LineWriter.h"
 #include "libconfig/libconfig.h"
 #include "programs/ValueText.h"
 
 class ChangeLog : public ConfigEventListener {
  public:
   // Takes the store's values as they are now for the old ones.
-  explicit ChangeLog(Config& store);
+  explicit ChangeLog(Config& store, LineWriter& out = LineWriter::Instance());
 
   using ConfigEventListener::ParamChanged;
   void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
@@ -23,5 +25,6 @@ class ChangeLog : public ConfigEventListener {
   void Note(eParam_t param, programs::Value value);
 
   const eConfigID_t _configID;
+  LineWriter& _out;
   std::map<eParam_t, programs::Value> _values;
 };

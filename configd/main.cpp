@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,6 +27,8 @@ using qel::config::access::LocalConfigFactory;
 namespace {
 
 constexpr int kDefaultPort = 43110;
+// How long whoever reads the daemon's lines may hold it up.
+constexpr std::chrono::milliseconds kFlush(500);
 
 enum Status { kDone = 0, kFailed = 1, kUsage = 2 };
 
@@ -134,7 +137,7 @@ int Serve(const Options& options) {
       new StoreKeeper(options.state.empty() ? nullptr : folder, !options.quiet);
   LocalConfigFactory::SetStoreObserver(keeper);
   if (!OpenStore()) {
-    out.Flush(std::chrono::milliseconds(500));
+    out.Flush(kFlush);
     std::fprintf(stderr,
                  "configd: the device's configuration cannot be served; see to what is said above, "
                  "or free memory, and start again\n");
@@ -158,6 +161,7 @@ int Serve(const Options& options) {
   out.Write(DescribeState(*folder));
   out.Write("configd: ready");
   PrintCommandsToTry(options, servers.GetPort());
+  out.Flush(kFlush);
   service_manager::Notify("READY=1");
 
   int signal = 0;
@@ -170,7 +174,7 @@ int Serve(const Options& options) {
   const bool saved = keeper->Stop();
   if (!saved) out.Write("configd: the last changes could not be saved and are lost");
   out.Write("configd: ended");
-  out.Flush(std::chrono::milliseconds(500));
+  out.Flush(kFlush);
   return saved ? kDone : kFailed;
 }
 

@@ -74,16 +74,16 @@ std::string Escape(const std::string& text) { return EscapeWith(text, ""); }
 
 std::string Quote(const std::string& text) { return "\"" + EscapeWith(text, "\"\\") + "\""; }
 
-std::string QuoteUpTo(std::size_t limit, const std::string& text) {
+std::string QuoteUpTo(std::size_t limit, const std::string& text, std::size_t size) {
   if (text.size() <= limit) return Quote(text);
   std::size_t end = limit;
   while (end > 0 && limit - end < 3 && Continues(text[end])) --end;
-  return Quote(text.substr(0, end)) + "... (" + std::to_string(text.size()) + " bytes)";
+  return Quote(text.substr(0, end)) + "... (" + std::to_string(size) + " bytes)";
 }
 
 std::string QuoteBriefly(const std::string& text) {
   constexpr std::size_t kLimit = 100;
-  return QuoteUpTo(kLimit, text);
+  return QuoteUpTo(kLimit, text, text.size());
 }
 
 }  // namespace programs

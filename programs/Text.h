@@ -15,8 +15,9 @@ std::string Escape(const std::string& text);
 
 // In quotes; quotes and backslashes get a backslash, so that nothing is ambiguous.
 std::string Quote(const std::string& text);
-// As Quote, with what is beyond `limit` bytes left out and counted behind the quotes.
-std::string QuoteUpTo(std::size_t limit, const std::string& text);
+// As Quote, with what is beyond `limit` bytes left out, and the text's size behind the quotes. Of
+// a longer text more than `limit` bytes have to be there, not all of its `size`.
+std::string QuoteUpTo(std::size_t limit, const std::string& text, std::size_t size);
 // As much as a message of one line has room for, where the text may be of any length.
 std::string QuoteBriefly(const std::string& text);
 

@@ -89,10 +89,21 @@ std::string ValueText::Plain(eParam_t id, const Value& value) const {
   return label.empty() ? std::to_string(number) : label;
 }
 
-std::string ValueText::Line(eParam_t id, const Value& value) const {
+// One byte more than is shown, which tells where the last character ends.
+Excerpt::Excerpt(const Value& whole) {
+  if (const auto* const text = std::get_if<std::string>(&whole)) {
+    value = text->substr(0, kShownText + 1);
+    size = text->size();
+  } else {
+    value = whole;
+  }
+}
+
+std::string ValueText::Line(eParam_t id, const Excerpt& excerpt) const {
   if (Hides(id)) return Quote(kMask);
+  const Value& value = excerpt.value;
   if (const auto* const text = std::get_if<std::string>(&value)) {
-    return QuoteUpTo(kShownText, *text);
+    return QuoteUpTo(kShownText, *text, excerpt.size);
   }
   const unsigned int number = std::get<unsigned int>(value);
   const ParamDescriptor* const param = FindDescriptor(id);

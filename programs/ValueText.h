@@ -27,6 +27,14 @@ bool IsBitMask(const ParamDescriptor& param);
 // 0xC0A80002 is "192.168.0.2".
 std::string AddressText(unsigned int address);
 
+// As much of a value as a line among others shows: of a long text the beginning.
+struct Excerpt {
+  explicit Excerpt(const Value& whole);
+
+  Value value;
+  std::size_t size = 0;  // of the whole text
+};
+
 class ValueText {
  public:
   enum class Secrets { kMask, kShow };
@@ -39,7 +47,8 @@ class ValueText {
   std::string Plain(eParam_t id, const Value& value) const;
   // For a line that people read among others: DHCP (1), 250 frames, or the text in quotes, cut when
   // it is long.
-  std::string Line(eParam_t id, const Value& value) const;
+  std::string Line(eParam_t id, const Excerpt& excerpt) const;
+  std::string Line(eParam_t id, const Value& value) const { return Line(id, Excerpt(value)); }
 
  private:
   Secrets _secrets;

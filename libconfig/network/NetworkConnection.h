@@ -1,6 +1,7 @@
 // Base of the server's connections to its peers, over whatever transport.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "libconfig/access/ConfigEventListener.h"
@@ -10,6 +11,24 @@ class Config;
 class ConfigValue;
 
 namespace qel::vorlane::config::access {
+
+// Who is at the other end of a connection; outlives the connection. Any thread.
+class LIBCONFIG_API NetworkPeer {
+ public:
+  // The identifier in the peer's records, and its address: empty for a local socket.
+  NetworkPeer(unsigned int connectionID, std::string address);
+  virtual ~NetworkPeer();
+  NetworkPeer(const NetworkPeer&) = delete;
+  NetworkPeer& operator=(const NetworkPeer&) = delete;
+
+  // Program and address as far as they are known, for people. The first call asks the system, which
+  // takes its time, and cannot name a program that has ended.
+  virtual std::string Describe();
+
+ private:
+  struct State;
+  const std::unique_ptr<State> _state;
+};
 
 class LIBCONFIG_API NetworkConnection : public ConfigEventListener {
  public:
@@ -26,7 +45,16 @@ class LIBCONFIG_API NetworkConnection : public ConfigEventListener {
   // call this tells who made the change. Valid during the call only.
   static NetworkConnection* Current();
 
+  // Who made the request that the calling thread is working on; null when it works on none. Cheap:
+  // the thread finds the peer's name once the request is done and the peer cannot have ended yet.
+  static std::shared_ptr<NetworkPeer> CurrentPeer();
+
  protected:
+  virtual std::shared_ptr<NetworkPeer> GetPeer();
+  // Finds the name of the peer that CurrentPeer was asked for, if any. To be called when what the
+  // requests led to has been sent, before the next one is waited for.
+  static void NameCurrentPeer();
+
   // Makes `connection` the thread's current one while it exists.
   class LIBCONFIG_API Working {
    public:

@@ -80,6 +80,7 @@ NetworkTCPConnection::NetworkTCPConnection(Socket* socket)
       _outbox(std::make_shared<Outbox>(*_socket)),
       _reader(std::make_unique<StreamReader>(*_socket, [] {
         if (FlushBatch* const batch = FlushBatch::Current()) batch->Flush();
+        NameCurrentPeer();
       })) {}
 
 NetworkTCPConnection::~NetworkTCPConnection() {
@@ -236,7 +237,7 @@ bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQ
       _registered = false;
     }
   }
-  _peerName.clear();
+  _peer.reset();
   if (before == store) {
     qel::config::DisconnectStore(store);  // one use is enough
   } else {
@@ -464,11 +465,13 @@ void NetworkTCPConnection::ParamChanged(eParam_t param, std::string, timeval) {
       static_cast<int>(_connectionID));
 }
 
-std::string NetworkTCPConnection::GetPeerName() {
-  if (_peerName.empty()) {
-    _peerName = ConnectionUtilities::DescribePeer(_connectionID, _socket->get_peer_name());
+std::string NetworkTCPConnection::GetPeerName() { return NetworkConnection::GetPeerName(); }
+
+std::shared_ptr<NetworkPeer> NetworkTCPConnection::GetPeer() {
+  if (_peer == nullptr) {
+    _peer = std::make_shared<NetworkPeer>(_connectionID, _socket->get_peer_name());
   }
-  return _peerName;
+  return _peer;
 }
 
 }  // namespace qel::vorlane::config::access

@@ -75,6 +75,9 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
 
   std::string GetPeerName() override;
 
+ protected:
+  std::shared_ptr<NetworkPeer> GetPeer() override;
+
  private:
   union Request;
   template <typename Record>
@@ -102,7 +105,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
 
   // Of the connection's thread alone.
   const std::unique_ptr<StreamReader> _reader;
-  std::string _peerName;
+  std::shared_ptr<NetworkPeer> _peer;  // once it was asked for
 
   // Written by the connection's thread alone, under _lock; it may read them without.
   Semaphore _lock;

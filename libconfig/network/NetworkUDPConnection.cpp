@@ -316,11 +316,17 @@ void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, c
   }
 }
 
-std::string NetworkUDPConnection::GetPeerName() {
-  char address[INET_ADDRSTRLEN] = "";
-  ::inet_ntop(AF_INET, &_peer.sin_addr, address, sizeof address);
-  return ConnectionUtilities::DescribePeer(
-      _connectionID, std::string(address) + ":" + std::to_string(ntohs(_peer.sin_port)));
+std::string NetworkUDPConnection::GetPeerName() { return NetworkConnection::GetPeerName(); }
+
+std::shared_ptr<NetworkPeer> NetworkUDPConnection::GetPeer() {
+  if (_named == nullptr || _namedUser != CurrentUser()) {
+    char address[INET_ADDRSTRLEN] = "";
+    ::inet_ntop(AF_INET, &_peer.sin_addr, address, sizeof address);
+    _namedUser = CurrentUser();
+    _named = std::make_shared<NetworkPeer>(
+        _connectionID, std::string(address) + ":" + std::to_string(ntohs(_peer.sin_port)));
+  }
+  return _named;
 }
 
 }  // namespace qel::vorlane::config::access

@@ -51,6 +51,9 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
 
   std::string GetPeerName() override;
 
+ protected:
+  std::shared_ptr<NetworkPeer> GetPeer() override;
+
  private:
   union Request;
   class StoreUse;
@@ -84,6 +87,9 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   // Of the request that is being processed.
   sockaddr_in _peer = {};
   uint32_t _connectionID = 0;
+
+  User _namedUser;  // of the last peer that was asked for
+  std::shared_ptr<NetworkPeer> _named;
 };
 
 }  // namespace qel::vorlane::config::access
