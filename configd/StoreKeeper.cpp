@@ -2,6 +2,8 @@
 
 #include "configd/LineWriter.h"
 
+using qel::config::MutexLock;
+
 namespace {
 
 // Configurations that are kept although nobody is connected.
@@ -68,7 +70,7 @@ bool StoreKeeper::StoreOpened(ConfigManager& store) {
     watch.log = std::make_unique<ChangeLog>(store);
     store.AddConfigEventListener(watch.log.get());
   }
-  const std::lock_guard<std::mutex> lock(_mutex);
+  MutexLock lock(_mutex);
   _watches[&store] = std::move(watch);
   return true;
 }
@@ -76,7 +78,7 @@ bool StoreKeeper::StoreOpened(ConfigManager& store) {
 void StoreKeeper::StoreClosing(ConfigManager& store) {
   Watch watch;
   {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    MutexLock lock(_mutex);
     const auto found = _watches.find(&store);
     if (found == _watches.end()) return;
     watch = std::move(found->second);
@@ -89,7 +91,7 @@ void StoreKeeper::StoreClosing(ConfigManager& store) {
 // Whoever made the change is connected, so that the store is there to be held on to.
 bool StoreKeeper::Keep(eConfigID_t configID) {
   {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    MutexLock lock(_mutex);
     if (_kept.count(configID) != 0) return true;
     if (_places.count(configID) == 0 && _places.size() >= kKeptStores) {
       if (!_warned) {

@@ -6,12 +6,12 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 
 #include "configd/ChangeLog.h"
 #include "configd/state/PresetRegisters.h"
 #include "configd/state/StateSaver.h"
+#include "libconfig/base/Mutex.h"
 #include "libconfig/libconfig.h"
 
 class StoreKeeper : public qel::config::access::StoreObserver {
@@ -41,9 +41,10 @@ class StoreKeeper : public qel::config::access::StoreObserver {
   const bool _logChanges;
   std::unique_ptr<StateSaver> _saver;  // null without a state folder
   PresetRegisters _presets;
-  std::mutex _mutex;
-  std::map<ConfigManager*, Watch> _watches;
-  std::set<eConfigID_t> _places;  // configurations that are kept, here or in the state folder
-  std::set<eConfigID_t> _kept;
-  bool _warned = false;
+  qel::config::Mutex _mutex;
+  std::map<ConfigManager*, Watch> _watches LIBCONFIG_GUARDED_BY(_mutex);
+  // Configurations that are kept, here or in the state folder.
+  std::set<eConfigID_t> _places LIBCONFIG_GUARDED_BY(_mutex);
+  std::set<eConfigID_t> _kept LIBCONFIG_GUARDED_BY(_mutex);
+  bool _warned LIBCONFIG_GUARDED_BY(_mutex) = false;
 };

@@ -1,8 +1,10 @@
 #include "configd/state/PresetRegisters.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <map>
+#include <new>
 
 #include "configd/LineWriter.h"
 #include "configd/state/SettingValue.h"
@@ -11,6 +13,7 @@
 #include "programs/SelectorsFirst.h"
 #include "programs/ValueText.h"
 
+using qel::config::MutexLock;
 using qel::config::values::PresetsParamVector;
 
 namespace {
@@ -48,10 +51,7 @@ const PresetRegisters::Command PresetRegisters::kCommands[] = {
     {eParamID_RegisterStore, eParamID_RegisterStoreResult, &PresetRegisters::TakeIn, "taking in"},
 };
 
-PresetRegisters::PresetRegisters(const StateFolder* folder)
-    : _folder(folder), _thread([this] { Run(); }) {}
-
-PresetRegisters::~PresetRegisters() { Stop(); }
+PresetRegisters::PresetRegisters(const StateFolder* folder) : _folder(folder) {}
 
 bool PresetRegisters::IsInPresets(const ParamDescriptor& param) {
   return StoredConfig::IsSaved(param) && param.GetRegisterType() != eRegister_Exclude &&
@@ -88,46 +88,46 @@ void PresetRegisters::Note(ConfigManager& store, eParam_t param, unsigned int va
     ReportFailure(*command, value, why);
     SetResult(store, *command, kFailed);
   } else {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    MutexLock lock(_mutex);
     if (!IsWaiting(store, *command, value)) _jobs.push_back({&store, command, value});
     SetResult(store, *command, kBusy);
-    _changed.notify_all();
+    _worker.Wake();
   }
   store.FireParamsChangedEvents({command->result});
 }
 
-void PresetRegisters::Stop() {
-  {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _stopping = true;
-    _changed.notify_all();
+void PresetRegisters::DoJobs() {
+  while (!_worker.IsStopping()) {
+    Job job;
+    {
+      MutexLock lock(_mutex);
+      if (_jobs.empty()) return;
+      job = _jobs.front();
+    }
+    std::string why;
+    const unsigned int result = Do(job, why);
+    if (result == kFailed) {
+      ReportFailure(*job.command, job.number, why + "; see to this, and try again");
+    }
+    {
+      MutexLock lock(_mutex);
+      // All presets share one result: whoever waits for another one must not take this success for
+      // its own.
+      if (result != kComplete || !IsWaiting(*job.store, *job.command, std::nullopt)) {
+        SetResult(*job.store, *job.command, result);
+      }
+      _jobs.pop_front();
+    }
+    job.store->FireParamsChangedEvents({job.command->result});
   }
-  if (_thread.joinable()) _thread.join();
 }
 
-void PresetRegisters::Run() {
-  std::unique_lock<std::mutex> lock(_mutex);
-  for (;;) {
-    _changed.wait(lock, [this] { return _stopping || !_jobs.empty(); });
-    if (_stopping) return;
-    const Job job = _jobs.front();
-    const Command& command = *job.command;
-    lock.unlock();
-    std::string why;
-    const unsigned int result = (this->*command.act)(job, why);
-    if (result == kFailed) {
-      ReportFailure(command, job.number, why + "; see to this, and try again");
-    }
-    lock.lock();
-    // All presets share one result: whoever waits for another one must not take this success for
-    // its own.
-    if (result != kComplete || !IsWaiting(*job.store, command, std::nullopt)) {
-      SetResult(*job.store, command, result);
-    }
-    _jobs.pop_front();
-    lock.unlock();
-    job.store->FireParamsChangedEvents({command.result});
-    lock.lock();
+unsigned int PresetRegisters::Do(const Job& job, std::string& why) const {
+  try {
+    return (this->*job.command->act)(job, why);
+  } catch (const std::bad_alloc&) {
+    why = std::strerror(ENOMEM);
+    return kFailed;
   }
 }
 

@@ -4,14 +4,12 @@
 // waits once.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "configd/state/StateFolder.h"
+#include "libconfig/base/Worker.h"
 
 class PresetRegisters {
  public:
@@ -19,14 +17,13 @@ class PresetRegisters {
   explicit PresetRegisters(const StateFolder* folder);
   PresetRegisters(const PresetRegisters&) = delete;
   PresetRegisters& operator=(const PresetRegisters&) = delete;
-  ~PresetRegisters();
 
   // To be called with each change of `store`, from its listener: a store that is `kept` lives as
   // long as this, another is refused.
   void Note(ConfigManager& store, eParam_t param, unsigned int value, bool kept);
 
   // Ends the thread after the command that it is at.
-  void Stop();
+  void Stop() { _worker.Stop(); }
 
   // Whether a preset holds the parameter's value.
   static bool IsInPresets(const ParamDescriptor& param);
@@ -44,10 +41,11 @@ class PresetRegisters {
   static void ReportFailure(const Command& command, unsigned int number, const std::string& why);
   // Empty when nothing stands against it.
   std::string WhyNot(unsigned int number, bool kept) const;
-  // For this preset, or for any. REQUIRES: the lock is held.
+  // For this preset, or for any.
   bool IsWaiting(const ConfigManager& store, const Command& command,
-                 std::optional<unsigned int> number) const;
-  void Run();
+                 std::optional<unsigned int> number) const LIBCONFIG_REQUIRES(_mutex);
+  void DoJobs();
+  unsigned int Do(const Job& job, std::string& why) const;
   unsigned int Save(const Job& job, std::string& why) const;
   std::optional<Sector> Load(const Job& job, unsigned int& result, std::string& why) const;
   unsigned int Recall(const Job& job, std::string& why) const;
@@ -55,9 +53,7 @@ class PresetRegisters {
   unsigned int TakeIn(const Job& job, std::string& why) const;
 
   const StateFolder* const _folder;
-  std::mutex _mutex;
-  std::condition_variable _changed;
-  std::deque<Job> _jobs;  // the first is the one that is being done
-  bool _stopping = false;
-  std::thread _thread;
+  qel::config::Mutex _mutex;
+  std::deque<Job> _jobs LIBCONFIG_GUARDED_BY(_mutex);  // the first is the one that is being done
+  qel::config::Worker _worker{[this] { DoJobs(); }};
 };

@@ -1,8 +1,14 @@
 #include "configd/state/StateSaver.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <new>
 
 #include "configd/LineWriter.h"
+
+using qel::config::MutexLock;
 
 namespace {
 
@@ -13,9 +19,7 @@ constexpr std::chrono::milliseconds kLongestPause(60000);
 
 }  // namespace
 
-StateSaver::StateSaver(const StateFolder& folder) : _folder(folder), _thread([this] { Run(); }) {}
-
-StateSaver::~StateSaver() { Stop(); }
+StateSaver::StateSaver(const StateFolder& folder) : _folder(folder) {}
 
 std::shared_ptr<StoredConfig> StateSaver::Restore(ConfigManager& store) {
   auto config = std::make_shared<StoredConfig>(store, _folder.SettingsOf(store.GetConfigID()));
@@ -29,60 +33,55 @@ std::shared_ptr<StoredConfig> StateSaver::Restore(ConfigManager& store) {
 
 void StateSaver::Note(const std::shared_ptr<StoredConfig>& config, eParam_t param) {
   if (!config->Note(param)) return;
-  const std::lock_guard<std::mutex> lock(_mutex);
+  MutexLock lock(_mutex);
   _unsaved.insert(config);
-  _changed.notify_all();
+  _worker.WakeAt(std::max(Worker::Clock::now() + kGather, _retry));
 }
 
 bool StateSaver::Stop() {
-  {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _stopping = true;
-    _changed.notify_all();
-  }
-  if (_thread.joinable()) _thread.join();
-  const std::lock_guard<std::mutex> lock(_mutex);
+  _worker.Stop();
+  MutexLock lock(_mutex);
   return _unsaved.empty();
 }
 
-// Answers with those that could not be saved.
-StateSaver::Configs StateSaver::Save(const Configs& configs) {
-  Configs failed;
-  std::string why;
-  for (const auto& config : configs) {
-    if (!config->Save(why)) failed.insert(config);
-  }
-  if (!failed.empty()) {
-    ReportFailure(why);
-  } else if (_failing) {
-    _failing = false;
-    LineWriter::Instance().Write("configd: settings are saved again");
-  }
-  return failed;
-}
-
-void StateSaver::ReportFailure(const std::string& why) {
-  if (_failing) return;
-  _failing = true;
-  LineWriter::Instance().Write("configd: settings cannot be saved: " + why +
-                               "; see to this, they are served and saving is tried again until it "
-                               "works");
-}
-
-void StateSaver::Run() {
-  std::chrono::milliseconds pause = kGather;
-  std::unique_lock<std::mutex> lock(_mutex);
-  for (;;) {
-    _changed.wait(lock, [this] { return _stopping || !_unsaved.empty(); });
-    _changed.wait_for(lock, pause, [this] { return _stopping; });
-    const bool last = _stopping;
-    Configs configs;
+void StateSaver::SaveUnsaved() {
+  Configs configs;
+  {
+    MutexLock lock(_mutex);
     configs.swap(_unsaved);
-    lock.unlock();
-    const Configs failed = Save(configs);
-    lock.lock();
-    _unsaved.insert(failed.begin(), failed.end());
-    if (last) return;
-    pause = failed.empty() ? kGather : std::min(std::max(2 * pause, kFirstPause), kLongestPause);
   }
+  std::string why;
+  for (auto next = configs.begin(); next != configs.end();) {
+    bool saved = false;
+    try {
+      saved = (*next)->Save(why);
+    } catch (const std::bad_alloc&) {
+      why = std::strerror(ENOMEM);
+    }
+    next = saved ? configs.erase(next) : std::next(next);
+  }
+  {
+    MutexLock lock(_mutex);
+    if (configs.empty()) {
+      _pause = {};
+      _retry = {};
+    } else {
+      // Without an allocation, which could lose them.
+      _unsaved.merge(configs);
+      _pause = std::clamp<Worker::Clock::duration>(2 * _pause, kFirstPause, kLongestPause);
+      _retry = Worker::Clock::now() + _pause;
+      _worker.WakeAt(_retry);
+    }
+  }
+  ReportOutcome(why);
+}
+
+void StateSaver::ReportOutcome(const std::string& why) {
+  if (_failing == !why.empty()) return;
+  _failing = !why.empty();
+  LineWriter::Instance().Write(_failing
+                                   ? "configd: settings cannot be saved: " + why +
+                                         "; see to this, they are served and saving is tried again "
+                                         "until it works"
+                                   : "configd: settings are saved again");
 }

@@ -4,15 +4,13 @@
 // Any thread may call.
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <set>
-#include <thread>
+#include <string>
 
 #include "configd/state/StateFolder.h"
 #include "configd/state/StoredConfig.h"
+#include "libconfig/base/Worker.h"
 
 class StateSaver {
  public:
@@ -20,7 +18,6 @@ class StateSaver {
   explicit StateSaver(const StateFolder& folder);
   StateSaver(const StateSaver&) = delete;
   StateSaver& operator=(const StateSaver&) = delete;
-  ~StateSaver();
 
   // Gives a store that nobody has reached yet what was saved of it. Note is told of its changes.
   // Null when that cannot be read at present, which is reported.
@@ -36,15 +33,18 @@ class StateSaver {
  private:
   using Configs = std::set<std::shared_ptr<StoredConfig>>;
 
-  void Run();
-  Configs Save(const Configs& configs);
-  void ReportFailure(const std::string& why);
+  using Worker = qel::config::Worker;
+
+  void SaveUnsaved();
+  void ReportOutcome(const std::string& why);
 
   const StateFolder& _folder;
-  bool _failing = false;  // as reported; the thread's own
-  std::mutex _mutex;
-  std::condition_variable _changed;
-  Configs _unsaved;
-  bool _stopping = false;
-  std::thread _thread;
+  // The thread's own.
+  bool _failing = false;  // as reported
+  Worker::Clock::duration _pause{};
+
+  qel::config::Mutex _mutex;
+  Configs _unsaved LIBCONFIG_GUARDED_BY(_mutex);
+  Worker::Clock::time_point _retry LIBCONFIG_GUARDED_BY(_mutex);  // not before
+  Worker _worker{[this] { SaveUnsaved(); }};
 };

@@ -4,6 +4,8 @@
 #include "configd/state/SettingValue.h"
 #include "programs/ValueText.h"
 
+using qel::config::MutexLock;
+
 StoredConfig::StoredConfig(ConfigManager& store, Banks banks)
     : _store(store), _banks(std::move(banks)) {}
 
@@ -44,7 +46,7 @@ bool StoredConfig::Restore(std::string& why) {
 bool StoredConfig::Note(eParam_t param) {
   const ParamDescriptor* const descriptor = FindDescriptor(param);
   if (descriptor == nullptr || !IsSaved(*descriptor)) return false;
-  const std::lock_guard<std::mutex> lock(_mutex);
+  MutexLock lock(_mutex);
   _set.insert(param);
   return true;
 }
@@ -64,7 +66,7 @@ Sector StoredConfig::Collect() {
 
 bool StoredConfig::Save(std::string& why) {
   {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    MutexLock lock(_mutex);
     for (const eParam_t id : _set) _notInForce.erase(id);
     _set.clear();
   }

@@ -4,11 +4,11 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 
 #include "configd/state/Banks.h"
+#include "libconfig/base/Mutex.h"
 
 class StoredConfig {
  public:
@@ -39,6 +39,6 @@ class StoredConfig {
   // What the file holds and the store does not, by parameter, until somebody sets the parameter.
   std::map<eParam_t, std::unique_ptr<ConfigValue>> _notInForce;
   std::vector<char> _saved;  // as encoded with odometer 0
-  std::mutex _mutex;
-  std::set<eParam_t> _set;  // since the last save
+  qel::config::Mutex _mutex;
+  std::set<eParam_t> _set LIBCONFIG_GUARDED_BY(_mutex);  // since the last save
 };
