@@ -104,7 +104,7 @@ Banks::Bank& Banks::Older() {
   return IsNewer(*first.odometer, *second.odometer) ? second : first;
 }
 
-bool Banks::Save(Sector& sector, std::string& why) {
+bool Banks::Save(std::vector<char> sector, std::string& why) {
   if (!_unreadable.empty()) {
     why = _unreadable;
     return false;
@@ -119,12 +119,13 @@ bool Banks::Save(Sector& sector, std::string& why) {
     }
     bank.inTheWay = false;
   }
-  sector.odometer = other.odometer.value_or(0) + 1;
-  const int error = ReplaceStateFile(_folder, bank.path, EncodeSector(sector));
+  const unsigned int odometer = other.odometer.value_or(0) + 1;
+  SetOdometer(sector, odometer);
+  const int error = ReplaceStateFile(_folder, bank.path, sector);
   if (error != 0) {
     why = bank.path + ".new: " + std::strerror(error);
     return false;
   }
-  bank.odometer = sector.odometer;
+  bank.odometer = odometer;
   return true;
 }

@@ -142,7 +142,7 @@ unsigned int PresetRegisters::Save(const Job& job, std::string& why) const {
   }
   Banks banks = _folder->PresetOf(sector.configID, job.number);
   banks.Load();
-  return banks.Save(sector, why) ? kComplete : kFailed;
+  return banks.Save(EncodeSector(std::move(sector)), why) ? kComplete : kFailed;
 }
 
 // Without a sector `result` says whether there is none.
@@ -185,10 +185,10 @@ unsigned int PresetRegisters::Recall(const Job& job, std::string& why) const {
 
 unsigned int PresetRegisters::HandOut(const Job& job, std::string& why) const {
   unsigned int result;
-  const std::optional<Sector> sector = Load(job, result, why);
+  std::optional<Sector> sector = Load(job, result, why);
   if (!sector) return result;
   const std::string path = PresetsParamVector::GetPath(static_cast<eConfigID_t>(job.number));
-  const int error = WriteNewFile(path, EncodeSector(*sector));
+  const int error = WriteNewFile(path, EncodeSector(std::move(*sector)));
   if (error == 0) return kComplete;
   why = path + ": " + std::strerror(error);
   return kFailed;
@@ -210,5 +210,5 @@ unsigned int PresetRegisters::TakeIn(const Job& job, std::string& why) const {
   sector->configID = job.store->GetConfigID();
   Banks banks = _folder->PresetOf(sector->configID, job.number);
   banks.Load();
-  return banks.Save(*sector, why) ? kComplete : kFailed;
+  return banks.Save(EncodeSector(std::move(*sector)), why) ? kComplete : kFailed;
 }

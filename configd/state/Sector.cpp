@@ -9,6 +9,7 @@ using qel::config::values::Vector;
 constexpr auto kFormat = eSerializationFormat_Queue;
 constexpr unsigned int kVersion = 1;
 constexpr unsigned int kHeaderSize = 16;
+constexpr unsigned int kOdometerOffset = 4;
 constexpr unsigned int kCheckpointSize = 12;
 constexpr unsigned int kChecksumSize = 4;
 
@@ -16,6 +17,16 @@ unsigned int ChecksumOf(const char* data, std::size_t size) {
   boost::crc_32_type checksum;
   checksum.process_bytes(data, size);
   return checksum.checksum();
+}
+
+void WriteAt(std::vector<char>& bytes, std::size_t offset, unsigned int word) {
+  MemorySerializer stream(kFormat, bytes.data() + offset, bytes.data() + bytes.size(), false);
+  stream.Write("Word", word);
+}
+
+void Seal(std::vector<char>& bytes) {
+  const std::size_t covered = bytes.size() - kChecksumSize;
+  WriteAt(bytes, covered, ChecksumOf(bytes.data(), covered));
 }
 
 // Reads one record of a class that is known beforehand, without asking the factories.
@@ -30,9 +41,9 @@ bool ReadRecord(MemoryDeSerializer& stream, Record& record) {
 
 }  // namespace
 
-std::vector<char> EncodeSector(const Sector& sector) {
+std::vector<char> EncodeSector(Sector sector) {
   Vector vector;
-  for (const auto& value : sector.values) vector.Add(value->Clone());
+  for (auto& value : sector.values) vector.Add(value.release());
   Checkpoint checkpoint(sector.configID);
   checkpoint.SetOffset(kHeaderSize + kCheckpointSize);
   MemorySerializer stream(kFormat, nullptr, nullptr, false);
@@ -43,8 +54,13 @@ std::vector<char> EncodeSector(const Sector& sector) {
   stream.Write("Header", &header);
   stream.Write("Checkpoint", &checkpoint);
   stream.Write("Values", &vector);
-  stream.Write("Checksum", ChecksumOf(bytes.data(), kHeaderSize + length));
+  Seal(bytes);
   return bytes;
+}
+
+void SetOdometer(std::vector<char>& bytes, unsigned int odometer) {
+  WriteAt(bytes, kOdometerOffset, odometer);
+  Seal(bytes);
 }
 
 std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why) {

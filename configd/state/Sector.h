@@ -22,8 +22,9 @@ struct Sector {
   StoredValues values;
 };
 
-// The values are left as they were given.
-std::vector<char> EncodeSector(const Sector& sector);
+std::vector<char> EncodeSector(Sector sector);
+// Of an encoded sector: counts another save of it.
+void SetOdometer(std::vector<char>& bytes, unsigned int odometer);
 
 // None when the bytes are not a whole sector; `why` then says what is wrong with them, as the end
 // of "it ...".

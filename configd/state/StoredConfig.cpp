@@ -70,12 +70,11 @@ bool StoredConfig::Save(std::string& why) {
     for (const eParam_t id : _set) _notInForce.erase(id);
     _set.clear();
   }
-  Sector sector = Collect();
-  std::vector<char> bytes = EncodeSector(sector);
+  std::vector<char> bytes = EncodeSector(Collect());
   if (bytes == _saved) return true;
   // What the file holds is not known after a failure.
   _saved.clear();
-  if (!_banks.Save(sector, why)) return false;
+  if (!_banks.Save(bytes, why)) return false;
   _saved = std::move(bytes);
   return true;
 }

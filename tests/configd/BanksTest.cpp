@@ -57,7 +57,7 @@ bool Save(const Folder& folder, Sector sector) {
   Banks banks(folder.GetPath(), "s");
   banks.Load();
   std::string why;
-  const bool saved = banks.Save(sector, why);
+  const bool saved = banks.Save(EncodeSector(std::move(sector)), why);
   EXPECT_EQ(saved, why.empty());
   return saved;
 }
@@ -96,7 +96,7 @@ TEST(Sector, IsTheseBytes) {
   sector.odometer = 5;
   sector.configID = static_cast<eConfigID_t>(3);
   sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, 1));
-  const std::vector<char> bytes = EncodeSector(sector);
+  const std::vector<char> bytes = EncodeSector(std::move(sector));
   const unsigned char expected[] = {
       0,    0,    0,    6,   0, 0, 0, 5,  0, 0, 0, 1, 0, 0, 0, 40,              // header
       0,    0,    0,    7,   0, 0, 0, 28, 0, 0, 0, 3,                           // checkpoint
@@ -128,7 +128,7 @@ TEST(Banks, CountOnWhenTheOdometerTurnsOver) {
   for (const unsigned int odometer : {0xFFFFFFFFU, 0U}) {
     Sector sector = MakeSector(odometer == 0 ? 2 : 1, "text");
     sector.odometer = odometer;
-    const std::vector<char> bytes = EncodeSector(sector);
+    const std::vector<char> bytes = EncodeSector(std::move(sector));
     Overwrite(folder.GetPath() + (odometer == 0 ? "/s.b" : "/s.a"),
               std::string(bytes.begin(), bytes.end()));
   }
@@ -151,7 +151,7 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
         Sector sector = MakeSector(3, "after");
         std::string why;
         FailCall(index, failure);
-        const bool saved = banks.Save(sector, why);
+        const bool saved = banks.Save(EncodeSector(std::move(sector)), why);
         ::_exit((saved ? 1 : 2) + (testing_support::GetCallCount() > index ? 0 : 10));
       }
       int status = 0;
@@ -218,11 +218,11 @@ TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
   ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit));
   EXPECT_THAT(banks.GetUnreadable(), HasSubstr(" cannot be read: Too many open files"));
   // What nobody has read is not replaced.
-  Sector sector = MakeSector(3, "next");
+  const std::vector<char> next = EncodeSector(MakeSector(3, "next"));
   std::string why;
-  EXPECT_FALSE(banks.Save(sector, why));
+  EXPECT_FALSE(banks.Save(next, why));
   EXPECT_EQ("2 newer", Describe(banks.Load()));
-  EXPECT_TRUE(banks.Save(sector, why));
+  EXPECT_TRUE(banks.Save(next, why));
   EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
 }
 

@@ -26,7 +26,7 @@ class StoredConfigTest : public ::testing::Test {
     Banks banks = OwnBanks();
     banks.Load();
     std::string why;
-    ASSERT_TRUE(banks.Save(sector, why)) << why;
+    ASSERT_TRUE(banks.Save(EncodeSector(std::move(sector)), why)) << why;
   }
   // The saved number of the parameter, or "none".
   std::string Saved(eParam_t id) {
