@@ -48,6 +48,8 @@ Measurement CountAllocationsOfSet();
 // RoundTrip.cpp
 Measurement MeasureTcpGetOnTwoCores();
 Measurement MeasureTcpGetOnOneCore();
+Measurement MeasureTcpGetWithListener();
+Measurement MeasureTcpGetWithListenerOnOneCore();
 Measurement MeasureUdpGetOnTwoCores();
 Measurement MeasureUdpGetOnOneCore();
 
@@ -55,6 +57,10 @@ Measurement MeasureUdpGetOnOneCore();
 Measurement MeasureQueueGetOnTwoCores();
 Measurement MeasureQueueGetOnOneCore();
 Measurement MeasureQueueGetAgainstTcp();
+Measurement MeasureQueueGetWithListener();
+
+// ChangeLog.cpp
+Measurement MeasureSetWithChangeLog();
 
 // FanOut.cpp
 Measurement MeasureChangeToTcpWatchers();

@@ -1,4 +1,5 @@
-// Reads from the library's own server, and how long such exchanges take.
+// Reads from the library's own server, without a listener on the client and with one, and how long
+// such exchanges take.
 #pragma once
 
 #include <memory>
@@ -16,6 +17,12 @@ namespace bench {
 // The configuration that is read from.
 constexpr int kReadConfigID = 9002;
 
+struct IdleListener : ConfigEventListener {
+  using ConfigEventListener::ParamChanged;
+  void ParamChanged(eParam_t, unsigned int, timeval) override {}
+  void ParamChanged(eParam_t, std::string, timeval) override {}
+};
+
 // The library's client and server, with the server's threads on `serverCore`.
 class NetworkGet {
  public:
@@ -31,12 +38,18 @@ class NetworkGet {
   NetworkGet(const NetworkGet&) = delete;
   NetworkGet& operator=(const NetworkGet&) = delete;
 
+  NetworkGet& Listen() {
+    if (_config->AddConfigEventListener(&_listener) == 0) throw std::runtime_error("no listening");
+    return *this;
+  }
+
   void operator()() {
     unsigned int value;
     if (_config->Get(eParamID_IPConfig, value) != 1) throw std::runtime_error("a Get failed");
   }
 
  private:
+  IdleListener _listener;
   std::unique_ptr<Server> _server;
   Config* _config;
 };

@@ -99,13 +99,14 @@ class QueuePingPong {
 // The library's client and server, with the server's threads on `serverCore`.
 class QueueGet {
  public:
-  explicit QueueGet(int serverCore) {
+  explicit QueueGet(int serverCore, const char* name = "service")
+      : _name(QueueName(name)), _server(_name) {
     if (_server.Open() != PosixMQServer::Opened::kYes) throw Skipped("the server gets no queue");
     {
       const Pinned pinned(serverCore);
       if (!_server.Start()) throw std::runtime_error("the server has no threads");
     }
-    _factory = PosixMQFactory::Open(QueueName("service"));
+    _factory = PosixMQFactory::Open(_name);
     if (_factory != nullptr) _client = _factory->Connect("");
     if (_client == nullptr) throw std::runtime_error("no connection to the server");
   }
@@ -115,13 +116,20 @@ class QueueGet {
   QueueGet(const QueueGet&) = delete;
   QueueGet& operator=(const QueueGet&) = delete;
 
+  QueueGet& Listen() {
+    if (_client->AddConfigEventListener(&_listener) == 0) throw std::runtime_error("no listening");
+    return *this;
+  }
+
   void operator()() {
     unsigned int value;
     if (!_client->TryGet(eParamID_IPConfig, value)) throw std::runtime_error("a Get failed");
   }
 
  private:
-  PosixMQServer _server{QueueName("service")};
+  const std::string _name;
+  IdleListener _listener;
+  PosixMQServer _server;
   std::unique_ptr<PosixMQFactory> _factory;
   PosixMQClient* _client = nullptr;
 };
@@ -130,7 +138,12 @@ struct TcpGet : NetworkGet {
   explicit TcpGet(int serverCore) : NetworkGet(SOCK_STREAM, serverCore) {}
 };
 
-template <typename Reference>
+// The same with a listener on its client.
+struct ListeningQueueGet : QueueGet {
+  explicit ListeningQueueGet(int serverCore) : QueueGet(serverCore, "listening") { Listen(); }
+};
+
+template <typename Subject, typename Reference>
 Measurement MeasureHere(std::size_t coresWanted) {
   const std::vector<int> cores = Cores();
   if (cores.size() < coresWanted) throw std::runtime_error("there is one processor only");
@@ -138,20 +151,20 @@ Measurement MeasureHere(std::size_t coresWanted) {
   EnterOwnNamespace();
   const Pinned client(cores[0]);
   Reference reference(serverCore);
-  QueueGet subject(serverCore);
+  Subject subject(serverCore);
   return TakeTurns(
       kRounds, [&] { return MedianRoundTrip(subject); },
       [&] { return MedianRoundTrip(reference); });
 }
 
 // On a thread of its own, which takes its namespace with it.
-template <typename Reference>
+template <typename Subject, typename Reference>
 Measurement Measure(std::size_t coresWanted) {
   Measurement measurement;
   std::exception_ptr failure;
   std::thread([&] {
     try {
-      measurement = MeasureHere<Reference>(coresWanted);
+      measurement = MeasureHere<Subject, Reference>(coresWanted);
     } catch (...) {
       failure = std::current_exception();
     }
@@ -162,10 +175,12 @@ Measurement Measure(std::size_t coresWanted) {
 
 }  // namespace
 
-Measurement MeasureQueueGetOnTwoCores() { return Measure<QueuePingPong>(2); }
+Measurement MeasureQueueGetOnTwoCores() { return Measure<QueueGet, QueuePingPong>(2); }
 
-Measurement MeasureQueueGetOnOneCore() { return Measure<QueuePingPong>(1); }
+Measurement MeasureQueueGetOnOneCore() { return Measure<QueueGet, QueuePingPong>(1); }
 
-Measurement MeasureQueueGetAgainstTcp() { return Measure<TcpGet>(2); }
+Measurement MeasureQueueGetAgainstTcp() { return Measure<QueueGet, TcpGet>(2); }
+
+Measurement MeasureQueueGetWithListener() { return Measure<ListeningQueueGet, QueueGet>(2); }
 
 }  // namespace bench

@@ -56,7 +56,7 @@ class PingPong {
         }
       }
     } catch (const std::exception&) {
-      // The client is through.
+      // The client has closed.
     }
   }
 
@@ -78,7 +78,25 @@ Measurement MeasureGet(int type, std::size_t coresWanted) {
       [&] { return MedianRoundTrip(reference); });
 }
 
+// Two clients of two servers, of which one has a listener.
+Measurement MeasureGetWithListener(std::size_t coresWanted) {
+  const std::vector<int> cores = Cores();
+  if (cores.size() < coresWanted) throw std::runtime_error("there is one processor only");
+  const int serverCore = cores[coresWanted - 1];
+  const Pinned client(cores[0]);
+  NetworkGet subject(SOCK_STREAM, serverCore);
+  subject.Listen();
+  NetworkGet reference(SOCK_STREAM, serverCore);
+  return TakeTurns(
+      kRounds, [&] { return MedianRoundTrip(subject); },
+      [&] { return MedianRoundTrip(reference); });
+}
+
 }  // namespace
+
+Measurement MeasureTcpGetWithListener() { return MeasureGetWithListener(2); }
+
+Measurement MeasureTcpGetWithListenerOnOneCore() { return MeasureGetWithListener(1); }
 
 Measurement MeasureTcpGetOnTwoCores() { return MeasureGet(SOCK_STREAM, 2); }
 
