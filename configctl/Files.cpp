@@ -65,7 +65,7 @@ Failure Cannot(const char* what, const std::string& path, const char* next) {
 }
 
 Failure CannotWrite(const std::string& path) {
-  return Cannot("write", path, "see to that, or name another file");
+  return Cannot("write", path, "fix this, or name another file");
 }
 
 std::string Folder(const std::string& path) {
@@ -126,7 +126,7 @@ std::string ReadFile(const std::string& path, std::size_t limit) {
     throw Failure(Status::kRefused, FileText(path) + " has more than " + std::to_string(limit) +
                                         " bytes, and so is no file of this kind; name another");
   }
-  throw Cannot("read", path, "see to that, or name another file");
+  throw Cannot("read", path, "fix this, or name another file");
 }
 
 void ReplaceFile(const std::string& path, const std::string& content, Readers readers) {

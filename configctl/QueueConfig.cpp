@@ -148,7 +148,7 @@ QueueConfig::QueueConfig(int requests, PosixMQFactory& queues, PosixMQClient* cl
     : _requests(requests), _factory(queues), _client(client) {}
 
 QueueConfig::~QueueConfig() {
-  // There is nobody left to take leave of.
+  // Nobody would answer the Disconnect.
   if (!IsAlive()) _factory.SetPatience({});
   _factory.Disconnect(_client);
   Forget();

@@ -1,5 +1,5 @@
-// Writes lines on a thread of its own, so that whoever has something to say never waits for a
-// terminal, a pipe or a journal that is slow. Lines are written in their order, those that wait
+// Writes lines on a thread of its own, so that a slow terminal, pipe or journal delays nobody
+// else. Lines are written in their order, those that wait
 // together; unless a person watches, at most every 100 ms. What does not fit is counted, and the
 // count is written instead. Any thread.
 #pragma once

@@ -23,7 +23,7 @@ const char* Advice(int error) {
     case EACCES:
       return "choose a port from 1024 on with --port";
     default:
-      return "see to this and start again";
+      return "fix this and restart";
   }
 }
 

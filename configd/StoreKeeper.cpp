@@ -88,7 +88,7 @@ void StoreKeeper::StoreClosing(ConfigManager& store) {
   if (watch.log != nullptr) store.RemoveConfigEventListener(watch.log.get());
 }
 
-// Whoever made the change is connected, so that the store is there to be held on to.
+// The client that made the change is still connected, so the store exists.
 bool StoreKeeper::Keep(eConfigID_t configID) {
   {
     MutexLock lock(_mutex);

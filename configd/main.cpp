@@ -27,7 +27,7 @@ using qel::config::access::LocalConfigFactory;
 namespace {
 
 constexpr int kDefaultPort = 43110;
-// How long whoever reads the daemon's lines may hold it up.
+// How long a slow reader of its output may delay the daemon's start and end.
 constexpr std::chrono::milliseconds kFlush(500);
 
 enum Status { kDone = 0, kFailed = 1, kUsage = 2 };
@@ -93,12 +93,11 @@ std::string DescribeState(const StateFolder& folder) {
   const std::string& path = folder.GetPath();
   if (path.empty()) {
     return "configd: settings are forgotten when it ends; give it a folder with --state DIR to "
-           "keep "
-           "them";
+           "keep them";
   }
   if (!folder.IsWritable()) {
     return "configd: settings cannot be kept, as " + path +
-           " is not writable; see to this, or choose another folder with --state";
+           " is not writable; fix this, or choose another folder with --state";
   }
   return "configd: keeping settings in " + path;
 }
@@ -139,8 +138,8 @@ int Serve(const Options& options) {
   if (!OpenStore()) {
     out.Flush(kFlush);
     std::fprintf(stderr,
-                 "configd: the device's configuration cannot be served; see to what is said above, "
-                 "or free memory, and start again\n");
+                 "configd: the device's configuration cannot be served; fix what is said above, "
+                 "or free memory, and restart\n");
     return kFailed;
   }
 
@@ -237,7 +236,7 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "configd: %s; see to this and start again\n", error.what());
+    std::fprintf(stderr, "configd: %s; fix this and restart\n", error.what());
     return kFailed;
   }
 }

@@ -17,7 +17,7 @@ std::string ParamName(const ParamDescriptor& param);
 std::string ParamName(eParam_t id);
 std::string ParamNumber(eParam_t id);
 
-// Whether the parameter's values are nobody's business.
+// Whether the parameter's values are secrets, such as passwords.
 bool IsSecret(const ParamDescriptor& param);
 // Whether its numbers are IPv4 addresses.
 bool IsAddress(const ParamDescriptor& param);

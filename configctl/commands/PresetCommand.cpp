@@ -124,7 +124,7 @@ class PresetCommand : public Command {
     if (::access(path.c_str(), R_OK) != 0) {
       throw Failure(Status::kRefused, "cannot read " + FileText(_file) + ": " +
                                           std::strerror(errno) +
-                                          "; see to that, or name another file");
+                                          "; fix this, or name another file");
     }
     if (!contents.Slurp(path)) {
       throw Failure(Status::kRefused,

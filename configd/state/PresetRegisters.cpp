@@ -33,7 +33,7 @@ struct PresetRegisters::Command {
 };
 
 // Not with Set, which refuses what the parameter's choices do not list. Told of afterwards, with
-// the value that it has by then, so that whoever watches never ends with an older one.
+// the value that it has by then, so that no watcher ends with an older one.
 void PresetRegisters::SetResult(ConfigManager& store, const Command& command, unsigned int result) {
   store.SetConfigParam(command.result, result);
 }
@@ -107,11 +107,11 @@ void PresetRegisters::DoJobs() {
     std::string why;
     const unsigned int result = Do(job, why);
     if (result == kFailed) {
-      ReportFailure(*job.command, job.number, why + "; see to this, and try again");
+      ReportFailure(*job.command, job.number, why + "; fix this and try again");
     }
     {
       MutexLock lock(_mutex);
-      // All presets share one result: whoever waits for another one must not take this success for
+      // All presets share one result: a client that waits for another one must not take this success for
       // its own.
       if (result != kComplete || !IsWaiting(*job.store, *job.command, std::nullopt)) {
         SetResult(*job.store, *job.command, result);

@@ -27,7 +27,7 @@ std::shared_ptr<StoredConfig> StateSaver::Restore(ConfigManager& store) {
   if (config->Restore(why)) return config;
   LineWriter::Instance().Write("configd: configuration " + std::to_string(store.GetConfigID()) +
                                " is not served now, as " + why +
-                               "; see to this, and connect again");
+                               "; fix this and connect again");
   return nullptr;
 }
 
@@ -81,7 +81,7 @@ void StateSaver::ReportOutcome(const std::string& why) {
   _failing = !why.empty();
   LineWriter::Instance().Write(_failing
                                    ? "configd: settings cannot be saved: " + why +
-                                         "; see to this, they are served and saving is tried again "
-                                         "until it works"
+                                         "; fix this; until then they are served, and saving is "
+                                         "retried"
                                    : "configd: settings are saved again");
 }

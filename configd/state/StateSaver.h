@@ -1,6 +1,6 @@
-// Keeps the settings of the daemon's stores in the state folder. Whoever changes one only notes it
-// here; a thread of this writes it down within a second, together with what else has changed
-// meanwhile. A disk that is full or read-only is reported once and tried again with growing pauses.
+// Keeps the settings of the daemon's stores in the state folder. A change is only noted here;
+// a thread writes it within a second, together with what else has changed meanwhile. A full or
+// read-only disk is reported once and retried with growing pauses.
 // Any thread may call.
 #pragma once
 

@@ -237,7 +237,7 @@ TEST(ConfigctlPreset, SaysBeforehandWhatCannotBe) {
   const std::string nowhere = "tcp://127.0.0.1:1";
   EXPECT_EQ(Fails("\"" + empty + "\" is empty; name a file that preset load has written"),
             RunConfigctl(nowhere, {"preset", "store", "3", empty}));
-  EXPECT_EQ(Fails("cannot read \"/nowhere\": No such file or directory; see to that, or name "
+  EXPECT_EQ(Fails("cannot read \"/nowhere\": No such file or directory; fix this, or name "
                   "another file"),
             RunConfigctl(nowhere, {"preset", "store", "3", "/nowhere"}));
   EXPECT_EQ(2, run({"preset", "save", "21"}).status);

@@ -253,7 +253,7 @@ TEST_F(ConfigctlSettings, AreWrittenWholeOrNotAtAll) {
             Run({"export", "/dev/null"}));
   EXPECT_EQ((Outcome{1, "",
                      "configctl: cannot write \"" + (_folder / "no/a.json") +
-                         "\": No such file or directory; see to that, or name another "
+                         "\": No such file or directory; fix this, or name another "
                          "file\n"}),
             Run({"export", _folder / "no/a.json"}));
   // A disk that is full: nothing is put in the place, and nothing is left beside it.
