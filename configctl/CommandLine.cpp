@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/TextLayout.h"
 #include "programs/Text.h"
 

@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/ValueParser.h"
 #include "libconfig/libconfig.h"
-#include "programs/MenuTitles.h"
+#include "programs/Params.h"
 #include "programs/Text.h"
 #include "programs/ValueText.h"
 

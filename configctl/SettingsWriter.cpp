@@ -5,7 +5,7 @@
 
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
-#include "programs/SelectorsFirst.h"
+#include "programs/Params.h"
 #include "programs/Text.h"
 
 using json = nlohmann::ordered_json;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "configctl/Failure.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/TextLayout.h"
 #include "programs/Text.h"
 

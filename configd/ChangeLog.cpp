@@ -1,6 +1,6 @@
 #include "configd/ChangeLog.h"
 
-#include "programs/Clock.h"
+#include "programs/Text.h"
 
 using qel::vorlane::config::access::NetworkConnection;
 using qel::vorlane::config::access::NetworkPeer;

@@ -10,7 +10,7 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/EnumDescriptor.h"
 #include "libconfig/descriptors/StringDescriptor.h"
-#include "programs/MenuTitles.h"
+#include "programs/Params.h"
 #include "programs/ValueText.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <sstream>
 
 namespace programs {
@@ -60,6 +61,13 @@ std::string EscapeWith(const std::string& text, const char* withBackslash) {
   return shown;
 }
 
+std::string Format(const char* format, const tm& moment, long microseconds) {
+  char text[48];
+  const std::size_t length = std::strftime(text, sizeof text, format, &moment);
+  std::snprintf(text + length, sizeof text - length, ".%03ld", microseconds / 1000);
+  return text;
+}
+
 }  // namespace
 
 std::string OneLine(const std::string& text) {
@@ -84,6 +92,26 @@ std::string QuoteUpTo(std::size_t limit, const std::string& text, std::size_t si
 std::string QuoteBriefly(const std::string& text) {
   constexpr std::size_t kLimit = 100;
   return QuoteUpTo(kLimit, text, text.size());
+}
+
+timeval Now() {
+  timeval now;
+  ::gettimeofday(&now, nullptr);
+  return now;
+}
+
+std::string LocalTime(timeval when) {
+  const time_t seconds = when.tv_sec;
+  tm local = {};
+  ::localtime_r(&seconds, &local);
+  return Format("%Y-%m-%d %H:%M:%S", local, when.tv_usec);
+}
+
+std::string UniversalTime(timeval when) {
+  const time_t seconds = when.tv_sec;
+  tm universal = {};
+  ::gmtime_r(&seconds, &universal);
+  return Format("%Y-%m-%dT%H:%M:%S", universal, when.tv_usec) + "Z";
 }
 
 }  // namespace programs

@@ -4,6 +4,8 @@
 // that are not UTF-8.
 #pragma once
 
+#include <sys/time.h>
+
 #include <string>
 
 namespace programs {
@@ -20,5 +22,13 @@ std::string Quote(const std::string& text);
 std::string QuoteUpTo(std::size_t limit, const std::string& text, std::size_t size);
 // As much as a message of one line has room for, where the text may be of any length.
 std::string QuoteBriefly(const std::string& text);
+
+// Moments as they stand in lines and records.
+timeval Now();
+
+// By this machine's clock and time zone: "2025-06-01 14:07:21.250".
+std::string LocalTime(timeval when);
+// In UTC, for machines: "2025-06-01T12:07:21.250Z".
+std::string UniversalTime(timeval when);
 
 }  // namespace programs

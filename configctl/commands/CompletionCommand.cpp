@@ -1,6 +1,6 @@
 #include "configctl/Command.h"
 #include "configctl/CommandLine.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
 #include "programs/Text.h"

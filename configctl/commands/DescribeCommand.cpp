@@ -3,11 +3,11 @@
 
 #include "configctl/Command.h"
 #include "configctl/ParamJson.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/Proxies.h"
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
-#include "programs/MenuTitles.h"
+#include "programs/Params.h"
 #include "programs/Text.h"
 
 using programs::OneLine;

@@ -1,10 +1,9 @@
 #include "configctl/Command.h"
 #include "configctl/Connection.h"
 #include "configctl/Files.h"
-#include "configctl/Settings.h"
+#include "configctl/Params.h"
 #include "configctl/SettingsFile.h"
 #include "configctl/TextLayout.h"
-#include "programs/Clock.h"
 #include "programs/Text.h"
 
 using json = nlohmann::ordered_json;

@@ -3,8 +3,7 @@
 
 #include "configctl/Command.h"
 #include "configctl/Files.h"
-#include "configctl/ParamNames.h"
-#include "configctl/Settings.h"
+#include "configctl/Params.h"
 #include "configctl/SettingsFile.h"
 #include "configctl/SettingsWriter.h"
 

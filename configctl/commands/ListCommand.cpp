@@ -2,7 +2,7 @@
 
 #include "configctl/Command.h"
 #include "configctl/ParamJson.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/TextLayout.h"
 #include "programs/Text.h"
 

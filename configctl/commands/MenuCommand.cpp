@@ -2,10 +2,10 @@
 
 #include "configctl/Command.h"
 #include "configctl/ParamJson.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/TextLayout.h"
 #include "configctl/ValueParser.h"
-#include "programs/MenuTitles.h"
+#include "programs/Params.h"
 #include "programs/Text.h"
 
 namespace configctl {

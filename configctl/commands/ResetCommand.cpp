@@ -1,8 +1,7 @@
 #include <algorithm>
 
 #include "configctl/Command.h"
-#include "configctl/ParamNames.h"
-#include "configctl/Settings.h"
+#include "configctl/Params.h"
 #include "configctl/SettingsWriter.h"
 #include "programs/Text.h"
 

@@ -1,6 +1,6 @@
 #include "configctl/Command.h"
 #include "configctl/Connection.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/ValueParser.h"
 
 using programs::ParamName;

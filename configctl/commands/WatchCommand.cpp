@@ -8,9 +8,9 @@
 #include "configctl/Command.h"
 #include "configctl/Connection.h"
 #include "configctl/EventQueue.h"
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 #include "configctl/Proxies.h"
-#include "programs/Clock.h"
+#include "programs/Text.h"
 
 using programs::Value;
 

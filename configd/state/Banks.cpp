@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "configd/LineWriter.h"
-#include "configd/state/StateFiles.h"
+#include "configd/state/StateFolder.h"
 
 namespace {
 

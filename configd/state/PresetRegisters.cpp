@@ -7,10 +7,9 @@
 #include <new>
 
 #include "configd/LineWriter.h"
-#include "configd/state/SettingValue.h"
-#include "configd/state/StateFiles.h"
+#include "configd/state/StateFolder.h"
 #include "configd/state/StoredConfig.h"
-#include "programs/SelectorsFirst.h"
+#include "programs/Params.h"
 #include "programs/ValueText.h"
 
 using qel::config::MutexLock;
@@ -111,8 +110,8 @@ void PresetRegisters::DoJobs() {
     }
     {
       MutexLock lock(_mutex);
-      // All presets share one result: a client that waits for another one must not take this success for
-      // its own.
+      // All presets share one result: a client that waits for another one must not take this
+      // success for its own.
       if (result != kComplete || !IsWaiting(*job.store, *job.command, std::nullopt)) {
         SetResult(*job.store, *job.command, result);
       }

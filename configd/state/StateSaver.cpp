@@ -26,8 +26,7 @@ std::shared_ptr<StoredConfig> StateSaver::Restore(ConfigManager& store) {
   std::string why;
   if (config->Restore(why)) return config;
   LineWriter::Instance().Write("configd: configuration " + std::to_string(store.GetConfigID()) +
-                               " is not served now, as " + why +
-                               "; fix this and connect again");
+                               " is not served now, as " + why + "; fix this and connect again");
   return nullptr;
 }
 

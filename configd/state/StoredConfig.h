@@ -10,6 +10,13 @@
 #include "configd/state/Banks.h"
 #include "libconfig/base/Mutex.h"
 
+// Sets the parameter of `value` to it. True when the store then holds exactly that: a value of
+// another kind, one that the catalogue does not allow and one that had to be clamped are not.
+bool GiveValue(Config& store, ConfigValue& value);
+
+// Whether the store holds exactly that already.
+bool HasValue(Config& store, ConfigValue& value);
+
 class StoredConfig {
  public:
   StoredConfig(ConfigManager& store, Banks banks);

@@ -1,4 +1,4 @@
-#include "configctl/ParamNames.h"
+#include "configctl/Params.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,6 +7,7 @@
 #include "configctl/Failure.h"
 #include "configctl/TextLayout.h"
 #include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/libconfig.h"
 #include "programs/Text.h"
 #include "programs/ValueText.h"
 
@@ -80,6 +81,10 @@ ParamDescriptor* FindByName(const std::string& name) {
   return nullptr;
 }
 
+bool IsReadOnly(const ParamDescriptor& param) {
+  return param.GetAccessType() == eAccess_ReadOnly || param.HasClassName("readonly");
+}
+
 }  // namespace
 
 ParamDescriptor& FindParam(const std::string& name) {
@@ -141,6 +146,31 @@ std::vector<std::string> Nearest(const std::string& word,
   nearest.reserve(ranked.size());
   for (auto& entry : ranked) nearest.push_back(std::move(entry.second));
   return nearest;
+}
+
+bool IsSetting(const ParamDescriptor& param) {
+  return param.GetPersistenceType() == ePersist && !IsReadOnly(param);
+}
+
+std::string WhyNoSetting(const ParamDescriptor& param) {
+  if (IsReadOnly(param)) return "is read-only: the device itself sets it";
+  return "is a command or a state of the device, and no setting; use configctl set for it";
+}
+
+std::vector<const ParamDescriptor*> SettingsInMenuOrder() {
+  std::vector<const ParamDescriptor*> settings;
+  for (const ParamDescriptor* const param : ParamsInMenuOrder()) {
+    if (IsSetting(*param)) settings.push_back(param);
+  }
+  return settings;
+}
+
+programs::Value FactoryDefault(const ParamDescriptor& param) {
+  if (const auto* const text = dynamic_cast<const StringDescriptor*>(&param)) {
+    return text->GetFactoryDefault();
+  }
+  const auto* const number = dynamic_cast<const IntegerDescriptor*>(&param);
+  return number == nullptr ? 0U : number->GetFactoryDefault();
 }
 
 }  // namespace configctl

@@ -7,6 +7,7 @@
 
 #include "libconfig/descriptors/ParamDescriptor.h"
 #include "libconfig/descriptors/ParamIDs.h"
+#include "programs/ValueText.h"
 
 namespace configctl {
 
@@ -27,5 +28,16 @@ bool IsHidden(const ParamDescriptor& param);
 // is alike.
 std::vector<std::string> Nearest(const std::string& word,
                                  const std::vector<std::string>& candidates);
+
+// Settings: the parameters that a technician carries from one recorder to another, or gives their
+// factory values again. They are those that the catalogue keeps over restarts and lets others set;
+// commands and what the device reports are none.
+bool IsSetting(const ParamDescriptor& param);
+// REQUIRES: `param` is none.
+std::string WhyNoSetting(const ParamDescriptor& param);
+
+std::vector<const ParamDescriptor*> SettingsInMenuOrder();
+
+programs::Value FactoryDefault(const ParamDescriptor& param);
 
 }  // namespace configctl
