@@ -22,7 +22,7 @@ const char* Advice(int error) {
     case ENOSYS:
       return "the kernel was built without them";
     default:
-      return "see to this";
+      return "fix this";
   }
 }
 

@@ -1,6 +1,5 @@
 // What is saved, and what is found again: after every call of a save that fails or is the last one,
 // and in files that something has happened to.
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -9,7 +8,6 @@
 #include <boost/crc.hpp>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,15 +17,12 @@
 #include "configd/state/StoredConfig.h"
 #include "tests/configd/FailingCalls.h"
 #include "tests/testing/Folder.h"
+#include "tests/testing/Names.h"
+
+using testing::AnyOf;
+namespace fs = std::filesystem;
 
 namespace {
-
-using ::testing::AnyOf;
-using ::testing::HasSubstr;
-using testing_support::FailCall;
-using testing_support::Failure;
-using testing_support::Folder;
-namespace fs = std::filesystem;
 
 Sector MakeSector(unsigned int number, const std::string& text) {
   Sector sector;
@@ -60,15 +55,6 @@ bool Save(const Folder& folder, Sector sector) {
   const bool saved = banks.Save(EncodeSector(std::move(sector)), why);
   EXPECT_EQ(saved, why.empty());
   return saved;
-}
-
-std::string Contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-void Overwrite(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 std::vector<std::string> Names(const Folder& folder) {
@@ -116,10 +102,10 @@ TEST(Banks, AreWrittenInTurn) {
   }
   EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
   // The one before is still there.
-  fs::remove(folder.GetPath() + "/s.a");
+  fs::remove(folder / "s.a");
   EXPECT_EQ("4 text", Load(folder));
   struct stat status;
-  ASSERT_EQ(0, ::stat((folder.GetPath() + "/s.b").c_str(), &status));
+  ASSERT_EQ(0, ::stat((folder / "s.b").c_str(), &status));
   EXPECT_EQ(0600U, status.st_mode & 0777);
 }
 
@@ -129,8 +115,7 @@ TEST(Banks, CountOnWhenTheOdometerTurnsOver) {
     Sector sector = MakeSector(odometer == 0 ? 2 : 1, "text");
     sector.odometer = odometer;
     const std::vector<char> bytes = EncodeSector(std::move(sector));
-    Overwrite(folder.GetPath() + (odometer == 0 ? "/s.b" : "/s.a"),
-              std::string(bytes.begin(), bytes.end()));
+    folder.Write(odometer == 0 ? "s.b" : "s.a", std::string(bytes.begin(), bytes.end()));
   }
   EXPECT_EQ("2 text", Load(folder));
   EXPECT_TRUE(Save(folder, MakeSector(3, "text")));
@@ -178,7 +163,7 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
 TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
   const Folder sample;
   ASSERT_TRUE(Save(sample, MakeSector(1, "whole")));
-  const std::string whole = Contents(sample.GetPath() + "/s.a");
+  const std::string whole = sample.Read("s.a");
   std::vector<std::string> wrecks = {"", whole.substr(0, 20), whole.substr(0, whole.size() - 1),
                                      whole + "x", std::string(whole.size(), '\0')};
   for (std::size_t i = 0; i < whole.size(); ++i) {
@@ -197,9 +182,9 @@ TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
     const Folder folder;
     ASSERT_TRUE(Save(folder, MakeSector(1, "other")));
     ASSERT_TRUE(Save(folder, MakeSector(2, "newer")));
-    Overwrite(folder.GetPath() + "/s.b", wreck);
+    folder.Write("s.b", wreck);
     EXPECT_EQ("1 other", Load(folder));
-    EXPECT_EQ(wreck, Contents(folder.GetPath() + "/s.b.damaged-1"));
+    EXPECT_EQ(wreck, folder.Read("s.b.damaged-1"));
     EXPECT_TRUE(Save(folder, MakeSector(3, "next")));
     EXPECT_EQ("3 next", Load(folder));
   }
@@ -229,10 +214,10 @@ TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
 TEST(Banks, SurviveFoldersAndLinksInTheirPlace) {
   const Folder folder;
   ASSERT_TRUE(Save(folder, MakeSector(1, "first")));
-  fs::create_directory(folder.GetPath() + "/s.b");
+  fs::create_directory(folder / "s.b");
   EXPECT_EQ("1 first", Load(folder));
-  fs::remove(folder.GetPath() + "/s.a");
-  fs::create_symlink("/etc/hostname", folder.GetPath() + "/s.a");
+  fs::remove(folder / "s.a");
+  fs::create_symlink("/etc/hostname", folder / "s.a");
   EXPECT_EQ("nothing", Load(folder));
   EXPECT_TRUE(Save(folder, MakeSector(2, "second")));
   EXPECT_EQ("2 second", Load(folder));
@@ -241,7 +226,7 @@ TEST(Banks, SurviveFoldersAndLinksInTheirPlace) {
 
 TEST(StateFolder, IsOneDaemonsAtATime) {
   const Folder parent;
-  const std::string path = parent.GetPath() + "/deep/folder";
+  const std::string path = parent / "deep/folder";
   std::string why;
   {
     StateFolder first;
@@ -254,8 +239,8 @@ TEST(StateFolder, IsOneDaemonsAtATime) {
   }
   StateFolder third;
   EXPECT_TRUE(third.Open(path, why));
-  Overwrite(parent.GetPath() + "/file", "x");
+  parent.Write("file", "x");
   StateFolder none;
-  EXPECT_FALSE(none.Open(parent.GetPath() + "/file", why));
+  EXPECT_FALSE(none.Open(parent / "file", why));
   EXPECT_THAT(why, HasSubstr("; choose another with --state"));
 }

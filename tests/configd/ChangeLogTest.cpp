@@ -1,6 +1,5 @@
 // The lines about changes: made beside the change, in its order, and written together.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -10,14 +9,12 @@
 #include <vector>
 
 #include "configd/ChangeLog.h"
+#include "tests/testing/Names.h"
 
 namespace {
 
 using qel::vorlane::config::access::NetworkConnection;
 using qel::vorlane::config::access::NetworkPeer;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 // Standard output in the place of the writer's: each read answers with one write.
 class Output {

@@ -1,5 +1,4 @@
 // The daemon that forgets nothing: killed, ended, without space, and told to keep nothing.
-#include <gmock/gmock.h>
 #include <signal.h>
 
 #include <filesystem>
@@ -10,15 +9,11 @@
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Folder.h"
+#include "tests/testing/Names.h"
+
+namespace fs = std::filesystem;
 
 namespace {
-
-using ::testing::HasSubstr;
-using ::testing::Not;
-using testing_support::Daemon;
-using testing_support::Eventually;
-using testing_support::Folder;
-namespace fs = std::filesystem;
 
 class Client {
  public:
@@ -45,9 +40,7 @@ class Client {
   Config* _config;
 };
 
-bool HasBank(const Folder& folder, const std::string& name) {
-  return fs::exists(folder.GetPath() + "/" + name);
-}
+bool HasBank(const Folder& folder, const std::string& name) { return fs::exists(folder / name); }
 
 }  // namespace
 
@@ -152,22 +145,22 @@ TEST(Persistence, StartsWhateverBecameOfItsFiles) {
     Client(daemon).Name(name);
     daemon.End(SIGTERM);
   }
-  fs::resize_file(folder.GetPath() + "/config-0.b", 100);
+  fs::resize_file(folder / "config-0.b", 100);
   {
     Daemon daemon({"--state", folder.GetPath()});
     EXPECT_EQ("one", Client(daemon).GetName());
     EXPECT_THAT(daemon.GetOutput(), HasSubstr("config-0.b is cut, or longer than it says; it is "
                                               "kept as " +
-                                              folder.GetPath() + "/config-0.b.damaged-1"));
+                                              folder / "config-0.b.damaged-1"));
   }
-  fs::resize_file(folder.GetPath() + "/config-0.a", 0);
+  fs::resize_file(folder / "config-0.a", 0);
   Daemon daemon({"--state", folder.GetPath()});
   EXPECT_EQ("Vantor Rack", Client(daemon).GetName());
 }
 
 TEST(Persistence, GoesOnWithoutItsFolderAndSavesWhenItIsBack) {
   const Folder folder;
-  const std::string path = folder.GetPath() + "/state";
+  const std::string path = folder / "state";
   Daemon daemon({"--state", path});
   fs::rename(path, path + ".away");
   Client client(daemon);

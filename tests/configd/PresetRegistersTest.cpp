@@ -1,5 +1,4 @@
 // Presets against the real daemon, as a client of the library sees them.
-#include <gmock/gmock.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -11,14 +10,11 @@
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Folder.h"
+#include "tests/testing/Names.h"
 
 namespace {
 
 using qel::config::values::PresetsParamVector;
-using testing_support::Daemon;
-using testing_support::Eventually;
-using testing_support::Folder;
-using testing_support::PresetFiles;
 
 enum Result : unsigned int { kBusy = 1, kComplete = 2, kFailed = 3, kEmpty = 4 };
 

@@ -1,15 +1,13 @@
 // What a store gets back of what was saved, and what becomes of that which it cannot take.
-#include <gmock/gmock.h>
 
 #include <string>
 
 #include "configd/state/StoredConfig.h"
 #include "tests/configd/FailingCalls.h"
 #include "tests/testing/Folder.h"
+#include "tests/testing/Names.h"
 
 namespace {
-
-using testing_support::Folder;
 
 constexpr auto kUnknown = static_cast<eParam_t>(0x71090000);
 

@@ -1,6 +1,4 @@
 // Settings carried in a file, compared with one, and given their factory values again.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -9,22 +7,10 @@
 
 #include "tests/programs/Programs.h"
 #include "tests/testing/Folder.h"
-#include "tests/testing/Wire.h"
+#include "tests/testing/Names.h"
+#include "tests/testing/PlayedServer.h"
 
 using nlohmann::json;
-using testing::AllOf;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
-using testing_support::Daemon;
-using testing_support::Folder;
-using testing_support::Outcome;
-using testing_support::Process;
-using testing_support::RunConfigctl;
-using testing_support::Wire;
-using testing_support::WireListener;
-using testing_support::Words;
 
 namespace {
 
@@ -103,16 +89,6 @@ TEST_F(ConfigctlSettings, ExportAllOfThemAndNoneOfTheCommands) {
   EXPECT_EQ(settings, json::parse(Run({"export", "--all"}).out).at("settings"));
 }
 
-TEST_F(ConfigctlSettings, ReachADeviceOverDatagramsToo) {
-  const std::string uri = "udp://127.0.0.1:" + _daemon.GetPort();
-  const std::string file = File(R"("IPConfig": "DHCP", "SysName": "Edit 7")");
-  EXPECT_EQ(0, Run({"--uri", uri, "import", file}).status);
-  EXPECT_EQ(0, Run({"--uri", uri, "diff", file}).status);
-  EXPECT_EQ("DHCP\n", Get("IPConfig"));
-  EXPECT_EQ(0, Run({"--uri", uri, "export", _folder / "b.json"}).status);
-  EXPECT_EQ(2U, Settings("b.json").size());
-}
-
 TEST_F(ConfigctlSettings, AreAllJudgedBeforeTheGoodOnesAreSet) {
   Set("IntervalTime", "20");
   const std::string file = File(
@@ -121,8 +97,8 @@ TEST_F(ConfigctlSettings, AreAllJudgedBeforeTheGoodOnesAreSet) {
          "IPAddress": "10.0.0.300", "AudioChannels": [2], "ReelName": 7, "PrerollPreset": -1,
          "TimecodeValue": "short", "MACAddress": "z", "DateSet": "2031-12-24",
          "TimecodeBurn": "Top", "TimecodeBurn": "Top", "\u001b[2J": 1, "Take": 99999999999)");
-  const std::string told =
-      R"(skipped      SysName stands there twice; keep one of the two
+  const std::string told = R"(
+skipped      SysName stands there twice; keep one of the two
 skipped      SysName stands there twice; keep one of the two
 unknown      there is no parameter "IPConfgi"; did you mean IPConfig?
 skipped      RecordType has no choice "Normla"; did you mean Normal?
@@ -136,31 +112,34 @@ skipped      MACAddress is read-only: the device itself sets it
 skipped      DateSet is a command or a state of the device, and no setting; use configctl set for it
 skipped      TimecodeBurn stands there twice; keep one of the two
 unknown      there is no parameter "\x1b[2J"; see configctl list --hidden
+skipped      Take takes a number, 1 to 999, and "99999999999" is none
 )";
   const Outcome dry = Run({"import", "--dry-run", file});
   EXPECT_EQ(1, dry.status);
-  EXPECT_THAT(dry.out, StartsWith(told));
-  EXPECT_THAT(dry.out,
-              EndsWith("would clamp  IntervalFrames: 1 frames -> 120 frames, as 500 frames "
-                       "is beyond the limits\n"
-                       "would set    IPConfig: Default Addr (0) -> DHCP (1)\n"
-                       "unchanged    IntervalTime: 20 s\n"
-                       "18 values: 1 would set, 1 unchanged, 1 would clamp, 13 skipped, 2 "
-                       "unknown\n"));
+  EXPECT_EQ(
+      "\n" + dry.out,
+      told +
+          R"(would clamp  IntervalFrames: 1 frames -> 120 frames, as 500 frames is beyond the limits
+would set    IPConfig: Default Addr (0) -> DHCP (1)
+unchanged    IntervalTime: 20 s
+18 values: 1 would set, 1 unchanged, 1 would clamp, 13 skipped, 2 unknown
+)");
   EXPECT_EQ("Default Addr\n", Get("IPConfig"));
-
-  const Outcome imported = Run({"import", file});
-  EXPECT_EQ(1, imported.status);
-  EXPECT_THAT(imported.out, StartsWith(told));
-  EXPECT_THAT(imported.out, HasSubstr("\nclamped      IntervalFrames: 1 frames -> 120 frames"));
-  EXPECT_EQ("configctl: 16 of 18 values of \"" + file +
-                "\" were not applied as they are written; mend those lines of the file and import "
-                "it again\n",
-            imported.err);
-  EXPECT_EQ("DHCP\n", Get("IPConfig"));
-  EXPECT_EQ("Vantor Rack\n", Get("SysName"));
-  EXPECT_EQ("Off\n", Get("TimecodeBurn"));
-
+  ExpectSession(
+      _daemon.GetURI(),
+      "1$ import " + file + told +
+          R"(clamped      IntervalFrames: 1 frames -> 120 frames, as 500 frames is beyond the limits
+set          IPConfig: Default Addr (0) -> DHCP (1)
+unchanged    IntervalTime: 20 s
+18 values: 1 set, 1 unchanged, 1 clamped, 13 skipped, 2 unknown
+configctl: 16 of 18 values of ")" +
+          file +
+          R"(" were not applied as they are written; mend those lines of the file and import it again
+$ get IPConfig SysName TimecodeBurn
+IPConfig = DHCP
+SysName = Vantor Rack
+TimecodeBurn = Off
+)");
   const json answer = json::parse(Run({"import", "--json", file}).out);
   EXPECT_EQ(1, answer.at("error").at("code"));
   EXPECT_EQ(18U, answer.at("result").at("values").size());
@@ -247,15 +226,11 @@ TEST_F(ConfigctlSettings, AreWrittenWholeOrNotAtAll) {
   EXPECT_EQ(json::object(), Settings("a.json"));
   EXPECT_EQ(0640U, Permissions(file));
 
-  EXPECT_EQ((Outcome{1, "",
-                     "configctl: \"/dev/null\" is no regular file, and nothing was written; "
-                     "name another file\n"}),
-            Run({"export", "/dev/null"}));
-  EXPECT_EQ((Outcome{1, "",
-                     "configctl: cannot write \"" + (_folder / "no/a.json") +
-                         "\": No such file or directory; fix this, or name another "
-                         "file\n"}),
-            Run({"export", _folder / "no/a.json"}));
+  ExpectSession(_daemon.GetURI(), R"(1$ export /dev/null
+configctl: "/dev/null" is no regular file, and nothing was written; name another file
+1$ export /nowhere/a.json
+configctl: cannot write "/nowhere/a.json": No such file or directory; fix this, or name another file
+)");
   // A disk that is full: nothing is put in the place, and nothing is left beside it.
   if (!testing_support::CanUseShell()) GTEST_SKIP() << "no shell here can start configctl";
   const std::string before = _folder.Read("a.json");
@@ -271,26 +246,26 @@ TEST_F(ConfigctlSettings, AreWrittenWholeOrNotAtAll) {
 TEST_F(ConfigctlSettings, GetTheirFactoryValuesAgain) {
   Set("IntervalFrames", "12");
   Set("SysName", "Edit 7");
-  EXPECT_EQ((Outcome{1,
-                     "skipped      SysName is no part of a factory reset; do it with configctl set "
-                     "SysName \"Vantor Rack\"\n"
-                     "skipped      TransportState is read-only: the device itself sets it\n"
-                     "set          IntervalFrames: 12 frames -> 1 frames\n"
-                     "3 values: 1 set, 2 skipped\n",
-                     "configctl: 2 of 3 settings did not get their factory values; the lines above "
-                     "tell why\n"}),
-            Run({"reset", "SysName", "intervalframes", "TransportState"}));
+  ExpectSession(_daemon.GetURI(), R"(1$ reset SysName intervalframes TransportState
+skipped      SysName is no part of a factory reset; do it with configctl set SysName "Vantor Rack"
+skipped      TransportState is read-only: the device itself sets it
+set          IntervalFrames: 12 frames -> 1 frames
+3 values: 1 set, 2 skipped
+configctl: 2 of 3 settings did not get their factory values; the lines above tell why
+$ set IntervalFrames 12
+IntervalFrames: stored 12
+$ reset --all --dry-run
+would set    IntervalFrames: 12 frames -> 1 frames
+67 values: 1 would set, 66 unchanged
+37 other settings are no part of a factory reset and stay as they are
+$ reset --all
+set          IntervalFrames: 12 frames -> 1 frames
+67 values: 1 set, 66 unchanged
+37 other settings are no part of a factory reset and stay as they are
+$ get SysName
+Edit 7
+)");
   EXPECT_EQ(1, Run({"reset", "IntervalTime", "Bogus"}).status);
-
-  Set("IntervalFrames", "12");
-  const std::string all =
-      "67 values: 1 set, 66 unchanged\n"
-      "37 other settings are no part of a factory reset and stay as they are\n";
-  EXPECT_THAT(Run({"reset", "--all", "--dry-run"}).out, StartsWith("would set    IntervalFrames"));
-  EXPECT_EQ("12\n", Get("IntervalFrames"));
-  EXPECT_EQ((Outcome{0, "set          IntervalFrames: 12 frames -> 1 frames\n" + all, ""}),
-            Run({"reset", "--all"}));
-  EXPECT_EQ("Edit 7\n", Get("SysName"));
   EXPECT_EQ(2, Run({"reset"}).status);
   EXPECT_EQ(2, Run({"reset", "--all", "SysName"}).status);
 }
@@ -302,11 +277,7 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
   } kFiles[] = {
       {"{\n  \"format\": \"configctl settings\",\n  \"version\": 1, }",
        "line 3, column 17: this is no JSON (syntax error while parsing object key - unexpected "
-       "'}'; "
-       "expected string literal); mend it there"},
-      {"",
-       "line 1, column 1: this is no JSON (syntax error while parsing value - unexpected end of "
-       "input; expected '[', '{', or a literal); mend it there"},
+       "'}'; expected string literal); mend it there"},
       {"[1]",
        "this is no file of settings, which begins with {\"format\": \"configctl settings\"; "
        "make one with configctl export"},
@@ -318,23 +289,23 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
       {R"({"format": "configctl settings", "version": 1, "settings": {}, "settings": {}})",
        "\"settings\" stands there twice; keep one of the two"},
   };
+  const std::string path = _folder / "bad.json";
   for (const auto& file : kFiles) {
-    const std::string path = _folder.Write("bad.json", file.text);
-    const std::string message = "configctl: \"" + path + "\": " + file.message + "\n";
-    EXPECT_EQ((Outcome{1, "", message}), Run({"import", path}));
-    EXPECT_EQ((Outcome{2, "", message}), Run({"diff", path}));
+    _folder.Write("bad.json", file.text);
+    const std::string message = "\nconfigctl: \"" + path + "\": " + file.message + "\n";
+    ExpectSession(_daemon.GetURI(), "1$ import " + path + message + "2$ diff " + path + message);
   }
-  const std::string deep = _folder.Write("deep.json", std::string(200000, '['));
-  EXPECT_THAT(Run({"import", deep}).err, HasSubstr("it is nested too deep"));
+  const auto import = [&](const std::string& file) { return Run({"import", file}); };
+  EXPECT_THAT(import(_folder.Write("deep.json", std::string(200000, '['))).err,
+              HasSubstr("it is nested too deep"));
   const std::string text(100000, 'x');
-  const std::string strange = _folder.Write(
-      "strange.json", R"({"format": "configctl settings", "version": ")" + text + "\"}");
-  EXPECT_GT(500U, Run({"import", strange}).err.size());
-  EXPECT_GT(
-      500U,
-      Run({"import", File("\"" + text + "\": 1, \"IPConfig\": \"" + text + "\"")}).out.size());
-  EXPECT_THAT(Run({"import", "/dev/zero"}).err, HasSubstr("has more than 262144 bytes"));
-  EXPECT_EQ(1, Run({"import", _folder / "none"}).status);
+  EXPECT_GT(500U,
+            import(_folder.Write("strange.json",
+                                 R"({"format": "configctl settings", "version": ")" + text + "\"}"))
+                .err.size());
+  EXPECT_GT(500U, import(File("\"" + text + "\": 1, \"IPConfig\": \"" + text + "\"")).out.size());
+  EXPECT_THAT(import("/dev/zero").err, HasSubstr("has more than 262144 bytes"));
+  EXPECT_EQ(1, import(_folder / "none").status);
   EXPECT_EQ(2, RunConfigctl("tcp://127.0.0.1:1", {"diff", File("\"Take\": 1")}).status);
   EXPECT_EQ(3, RunConfigctl("tcp://127.0.0.1:1", {"import", File("\"Take\": 1")}).status);
   EXPECT_THAT(Run({"--mapped", "export"}).err, HasSubstr("--mapped does not go with export"));
@@ -356,61 +327,40 @@ TEST(ConfigctlSettingsOfAnotherModel, AreToldToBeIncomplete) {
 
 // The first setting is there already; the second is taken, and then the device goes away.
 TEST_F(ConfigctlSettings, SayHowFarTheyCameWhenTheDeviceGoesAway) {
-  WireListener listener;
-  std::thread store([&] {
-    for (int connection = 0; connection < 2; ++connection) {
-      Wire peer(listener.Accept());
-      peer.Receive(24);
-      peer.Send(Words(std::array<uint32_t, 7>{32, 0, 0, 0, 0, 4096, 0}));
-      for (auto request = peer.Record(10); request.size() == 10 && request[0] == 80;
-           request = peer.Record(10)) {
-        peer.Send(Words(std::array<uint32_t, 11>{96, request[1], request[2], 0, 0, 4096, request[6],
-                                                 0, 1, 0, 0}));
-      }
-    }
-  });
-  const std::string lost = "configctl: the connection to " + listener.GetURI() +
-                           " was lost; see whether configd is still running there, and try again";
-  const Outcome imported = RunConfigctl(
-      listener.GetURI(), {"import", File(R"("IPConfig": 1, "Take": 2, "ClipNumber": 3)")});
-  const Outcome set = RunConfigctl(listener.GetURI(), {"set", "Take", "2"});
-  store.join();
-  EXPECT_EQ((Outcome{3,
-                     "unchanged    IPConfig: DHCP (1)\n"
-                     "sent         Take: 2 was sent and not read back; look with configctl get "
-                     "Take\n"
-                     "not tried    ClipNumber\n"
-                     "3 values: 1 not tried, 1 sent, 1 unchanged\n",
-                     lost + "\n"}),
-            imported);
-  EXPECT_EQ((Outcome{3, "", lost + "; it may have been stored: look with configctl get Take\n"}),
-            set);
+  PlayedServer store(
+      [](PlayedPeer& peer) {
+        auto request = peer.Request();
+        for (; !request.empty() && request[0] == 80; request = peer.Request()) {
+          peer.Answer(request, 1);
+        }
+      },
+      2);
+  const std::string file = File(R"("IPConfig": 1, "Take": 2, "ClipNumber": 3)");
+  ExpectSession(store.GetURI(), "3$ import " + file + R"(
+unchanged    IPConfig: DHCP (1)
+sent         Take: 2 was sent and not read back; look with configctl get Take
+not tried    ClipNumber
+3 values: 1 not tried, 1 sent, 1 unchanged
+configctl: the connection to URI was lost; see whether configd is still running there, and try again
+3$ set Take 2
+configctl: the connection to URI was lost; see whether configd is still running there, and try again; it may have been stored: look with configctl get Take
+)");
 }
 
 TEST_F(ConfigctlSettings, AreNotTakenForReadWhereAllReadingIsRefused) {
-  WireListener listener;
-  std::thread refusing([&] {
-    for (int connection = 0; connection < 2; ++connection) {
-      Wire peer(listener.Accept());
-      peer.Receive(24);
-      peer.Send(Words(std::array<uint32_t, 7>{32, 0, 0, 0, 0, 4096, 0}));
-      for (auto request = peer.Record(10); request.size() == 10; request = peer.Record(10)) {
-        peer.Send(Words(std::array<uint32_t, 11>{request[0] + 16, request[1], request[2], 0, 0,
-                                                 4096, request[6], 60, 0, 0, 0}));
-      }
-    }
-  });
+  PlayedServer refusing(
+      [](PlayedPeer& peer) {
+        for (auto request = peer.Request(); !request.empty(); request = peer.Request()) {
+          peer.Answer(request, 0, 60);
+        }
+      },
+      2);
   const std::string file = _folder.Write("a.json", "before");
-  const Outcome exported = RunConfigctl(listener.GetURI(), {"export", file});
-  const Outcome status = RunConfigctl(listener.GetURI(), {"status"});
-  refusing.join();
-  EXPECT_EQ((Outcome{1, "",
-                     "configctl: " + listener.GetURI() +
-                         " has no value for any of the settings, and nothing was written; see "
-                         "whether configd is well there, or name another place with --uri or "
-                         "--config\n"}),
-            exported);
+  ExpectSession(refusing.GetURI(), "1$ export " + file + R"(
+configctl: URI has no value for any of the settings, and nothing was written; see whether configd is well there, or name another place with --uri or --config
+)");
   EXPECT_EQ("before", _folder.Read("a.json"));
+  const Outcome status = RunConfigctl(refusing.GetURI(), {"status"});
   EXPECT_EQ(1, status.status);
   EXPECT_THAT(status.err, HasSubstr(" is there and refuses to be read; see whether configd"));
 }

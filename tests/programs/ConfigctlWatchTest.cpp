@@ -1,21 +1,12 @@
 // configctl watch: what it prints while others change things, come and go.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include "tests/programs/Programs.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Wire.h"
 
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing_support::Daemon;
-using testing_support::ParamRequest;
-using testing_support::Process;
-using testing_support::RunConfigctl;
-using testing_support::StartConfigctl;
-using testing_support::WirePeer;
 
 namespace {
 

@@ -1,6 +1,4 @@
 // configd as the service manager, a technician and its peers see it.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/un.h>
 
 #include <chrono>
@@ -10,19 +8,8 @@
 #include <vector>
 
 #include "tests/programs/Programs.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Wire.h"
-
-using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::Not;
-using testing_support::Bytes;
-using testing_support::Daemon;
-using testing_support::ListenerRequest;
-using testing_support::Outcome;
-using testing_support::ParamRequest;
-using testing_support::Process;
-using testing_support::RunConfigctl;
-using testing_support::WirePeer;
 
 namespace {
 
@@ -163,27 +150,6 @@ TEST(Configd, TellsTheServiceManager) {
   daemon.GetProcess().Kill(SIGTERM);
   EXPECT_EQ("STOPPING=1", manager.Receive());
   EXPECT_EQ(0, daemon.GetProcess().Wait());
-}
-
-TEST(Configd, GoesOnWhenAPeerIsKilled) {
-  Daemon daemon;
-  const auto watch = testing_support::StartConfigctl(daemon.GetURI(), {"watch", "IPConfig"});
-  watch->WaitForLine("IPConfig: ");
-  watch->Kill(SIGKILL);
-  EXPECT_EQ(128 + SIGKILL, watch->Wait());
-  EXPECT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "IPConfig", "DHCP"}).status);
-  EXPECT_EQ("DHCP\n", RunConfigctl(daemon.GetURI(), {"get", "IPConfig"}).out);
-  daemon.GetProcess().Kill(SIGKILL);
-  daemon.GetProcess().Wait();
-  EXPECT_EQ(3, RunConfigctl(daemon.GetURI(), {"get", "IPConfig"}).status);
-}
-
-TEST(Configd, KeepsWhatWasChangedWhenNobodyIsConnected) {
-  Daemon daemon;
-  const Process::Words set = {"--config", "5", "set", "SysName", "Edit 7"};
-  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), set).status);
-  EXPECT_EQ("Edit 7\n", RunConfigctl(daemon.GetURI(), {"--config", "5", "get", "SysName"}).out);
-  EXPECT_EQ("Vantor Rack\n", RunConfigctl(daemon.GetURI(), {"get", "SysName"}).out);
 }
 
 TEST(Configd, LeavesUdpAloneWhenToldTo) {

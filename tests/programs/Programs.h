@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "tests/testing/Daemon.h"
@@ -37,6 +39,42 @@ inline Outcome RunConfigctl(const std::string& uri, const Process::Words& argume
   const std::unique_ptr<Process> process = StartConfigctl(uri, arguments);
   const int status = process->Wait();
   return {status, process->GetOutput(), process->GetErrors()};
+}
+
+inline std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+// Words with blanks stand in single quotes.
+inline Process::Words WordsOf(const std::string& command) {
+  Process::Words words;
+  std::istringstream in(command);
+  for (std::string word; in >> std::quoted(word, '\'', '\0');) words.push_back(word);
+  return words;
+}
+
+// Runs the commands of a session with configctl and answers with the session as it reads then:
+// below each line that begins with a prompt what that command prints, its errors last; a status
+// other than 0 stands before the prompt. URI is `uri`.
+inline std::string Session(const std::string& uri, const std::string& session) {
+  std::string actual;
+  std::istringstream lines(session);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t prompt = line.find("$ ");
+    if (prompt > 1) continue;
+    const std::string command = line.substr(prompt + 2);
+    const Outcome outcome = RunConfigctl(uri, WordsOf(Replaced(command, "URI", uri)));
+    actual += (outcome.status == 0 ? "" : std::to_string(outcome.status)) + "$ " + command + "\n" +
+              Replaced(outcome.out + outcome.err, uri, "URI");
+  }
+  return actual;
+}
+
+inline void ExpectSession(const std::string& uri, const std::string& session) {
+  EXPECT_EQ(session, Session(uri, session));
 }
 
 }  // namespace testing_support
