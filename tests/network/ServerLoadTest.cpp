@@ -223,6 +223,8 @@ TEST(Server, BearsAThousandStartsAndStops) {
   const auto countThreads = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
   };
+  // Connections of earlier tests may still be ending.
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
   const auto before = countThreads();
   testing::internal::CaptureStderr();
   for (int i = 0; i < 1000; ++i) {
@@ -263,8 +265,9 @@ TEST(Server, WithoutASocketTellsItOnceAndWaits) {
       server->Stop();
       thread.join();
       const std::string words = testing::internal::GetCapturedStderr();
-      EXPECT_EQ(words.find("no socket to serve: "), words.rfind("no socket to serve: "));
-      EXPECT_THAT(words, testing::EndsWith("Init failed or was not called\n"));
+      EXPECT_THAT(words, testing::HasSubstr("no socket to serve: Init failed or was not called\n"));
+      EXPECT_EQ(words.find("no socket"), words.rfind("no socket"));
+      EXPECT_THAT(words, testing::Not(testing::HasSubstr("accept failed")));
     }
   }
 }
