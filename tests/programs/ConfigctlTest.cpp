@@ -239,7 +239,7 @@ TEST(Documentation, ShowsWhatConfigctlPrints) {
   int checked = 0;
   for (std::sregex_iterator found(all.begin(), all.end(), session), end; found != end; ++found) {
     const std::string text = Replaced((*found)[1], "$ configctl ", "$ ");
-    if (std::regex_search(text, std::regex("[$] (status|menu|preset|watch)|edit7"))) continue;
+    if (std::regex_search(text, std::regex("status|edit7|[$] (menu|preset|watch)"))) continue;
     ++checked;
     const Daemon daemon;
     const std::string got = Session(daemon.GetURI(), text);
