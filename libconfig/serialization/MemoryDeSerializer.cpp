@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
@@ -24,7 +25,7 @@ MemoryDeSerializer::~MemoryDeSerializer() = default;
 bool MemoryDeSerializer::Take(unsigned int count) {
   // No bytes at all, as an empty vector has them, are not the same as bytes without an end.
   if (_end == nullptr && _position != nullptr) return true;
-  if (!_overrun && _position <= _end && static_cast<size_t>(_end - _position) >= count) return true;
+  if (_position <= _end && static_cast<size_t>(_end - _position) >= count) return true;
   MarkOverrun();
   return false;
 }
@@ -73,34 +74,56 @@ void MemoryDeSerializer::Read(const char*, int& value) {
 
 void MemoryDeSerializer::Read(const char*, Serializable*& object) {
   object = nullptr;
-  ClassFactoryHeader header;
-  Read(header);
-  if (_overrun) return;
+  eClassID_t classID;
+  Serializable* const created = CreateNext(&ClassFactory::Create, classID);
+  if (created == nullptr) return;
+  if (Fill(*created)) {
+    object = created;
+  } else if (!ClassFactory::IsShared(classID)) {
+    delete created;
+  }
+}
+
+std::unique_ptr<Serializable> MemoryDeSerializer::ReadOwned() {
+  eClassID_t classID;
+  std::unique_ptr<Serializable> object(CreateNext(&ClassFactory::CreateOwned, classID));
+  if (object != nullptr && !Fill(*object)) object.reset();
+  return object;
+}
+
+// An object of the class that the stream names next, with its fields still to be read.
+Serializable* MemoryDeSerializer::CreateNext(Serializable* (*create)(eClassID_t),
+                                             eClassID_t& classID) {
+  unsigned int word;
+  if (!ReadWord(word)) return nullptr;
   if (_depth == qel::config::limits::kNesting) {
     MarkOverrun();
-    return;
+    return nullptr;
   }
-  Serializable* const created = ClassFactory::Create(header.classID);
-  if (created == nullptr) {
+  classID = static_cast<eClassID_t>(word);
+  Serializable* const object = create(classID);
+  if (object == nullptr) {
     Report("pValue == NULL after ClassFactory::Create() for classID = %d\n",
-           static_cast<int>(header.classID));
-    return;
+           static_cast<int>(classID));
   }
+  return object;
+}
+
+// Reads the fields of `object`. False when they were not all there.
+bool MemoryDeSerializer::Fill(Serializable& object) {
+  const bool overrunBefore = std::exchange(_overrun, false);
   bool whole = false;
   ++_depth;
   try {
-    created->Deserialize(this);
+    object.Deserialize(this);
     whole = !_overrun;
   } catch (abi::__forced_unwind&) {
     throw;  // the thread is being cancelled
   } catch (...) {
   }
   --_depth;
-  if (whole) {
-    object = created;
-  } else if (!ClassFactory::IsShared(header.classID)) {
-    delete created;
-  }
+  _overrun = _overrun || overrunBefore;
+  return whole;
 }
 
 void MemoryDeSerializer::Read(const char*, char* buffer, unsigned int capacity,
@@ -136,12 +159,7 @@ int MemoryDeSerializer::Read(Serializable*&) { return 0; }
 bool MemoryDeSerializer::IsEndOfStream() { return true; }
 
 char* MemoryDeSerializer::GetPos() { return _position; }
-
-void MemoryDeSerializer::SetPos(char* position) {
-  _position = position;
-  _overrun = false;
-}
-
+void MemoryDeSerializer::SetPos(char* position) { _position = position; }
 bool MemoryDeSerializer::IsEndOfSector() { return _position >= GetSectorEnd(); }
 char* MemoryDeSerializer::GetSectorStart() { return _start; }
 void MemoryDeSerializer::SetSectorStart(char* start) { _start = start; }

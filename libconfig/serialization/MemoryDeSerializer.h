@@ -1,10 +1,16 @@
 // Reads from a buffer that the caller owns; the layout is described at MemorySerializer.
 //
 // Reads are bounded. One that needs more bytes than are left, or a string without its zero, leaves
-// its target as it was, moves to the end and marks the stream as overrun; from then on every read
-// does the same until SetPos. An object read from an overrun stream is null. With a start and no
+// its target as it was, moves to the end and marks the stream as overrun. The mark stays, wherever
+// SetPos moves afterwards. An object is null when a read of its fields overran. With a start and no
 // end the caller vouches for the bytes and nothing is checked.
+//
+//   MemoryDeSerializer stream(eSerializationFormat_Network, bytes, bytes + size, false);
+//   const std::unique_ptr<Serializable> object = stream.ReadOwned();
+//   if (object == nullptr) ...  // unknown class or damaged bytes
 #pragma once
+
+#include <memory>
 
 #include "libconfig/serialization/ClassFactory.h"
 #include "libconfig/serialization/DeSerializer.h"
@@ -24,8 +30,8 @@ class LIBCONFIG_API MemoryDeSerializer : public DeSerializer {
   void Read(const char* key, unsigned int& value) override;
   void Read(const char* key, int& value) override;
   // Creates the object through ClassFactory, so that it may be a shared prototype that the next
-  // reader overwrites: see ClassFactory::IsShared, and clone it at once. Null, with a message, for
-  // an unknown class; null without one for a damaged object or one nested too deep.
+  // reader overwrites, on any thread: prefer ReadOwned. Null, with a message, for an unknown class;
+  // null without one for a damaged object or one nested too deep.
   void Read(const char* key, Serializable*& object) override;
   // A block longer than `capacity` gives length 0, and its bytes are the next to be read. An empty
   // block leaves `length` as it was.
@@ -46,13 +52,18 @@ class LIBCONFIG_API MemoryDeSerializer : public DeSerializer {
   virtual int Available();
   virtual void Read(ClassFactoryHeader& header);
 
-  // Whether a read asked for more than there was.
+  // The next object, as one of the caller's own that no other reader shares; null as above.
+  std::unique_ptr<Serializable> ReadOwned();
+
+  // Whether any read so far asked for more than there was.
   bool IsOverrun() const { return _overrun; }
 
  private:
   bool Take(unsigned int count);
   void MarkOverrun();
   bool ReadWord(unsigned int& value);
+  Serializable* CreateNext(Serializable* (*create)(eClassID_t), eClassID_t& classID);
+  bool Fill(Serializable& object);
 
   char* _position;
   char* _start;

@@ -33,3 +33,7 @@ class LIBCONFIG_API PackageHeader : public Serializable {
   unsigned int _unused1 = 0;
   unsigned int _unused2 = 0;
 };
+
+namespace qel::config::values {
+using ::PackageHeader;
+}

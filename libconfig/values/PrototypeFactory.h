@@ -1,5 +1,4 @@
-// A factory that hands out one object, its prototype, over and over. Whoever reads into the
-// prototype overwrites what the last reader left there: decode values with DecodeValue. Internal.
+// A factory that hands out one object, its prototype, over and over. Internal.
 #pragma once
 
 #include "libconfig/serialization/ClassFactory.h"
@@ -10,7 +9,6 @@ class PrototypeFactory : public ClassFactory {
   explicit PrototypeFactory(eClassID_t classID) : ClassFactory(classID) {}
 
   Serializable* Create() override { return &_prototype; }
-  bool IsShared() override { return true; }
 
  private:
   T _prototype;

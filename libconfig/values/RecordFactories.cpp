@@ -7,7 +7,7 @@
 #include "libconfig/values/Vector.h"
 
 Serializable* SectorHeaderFactory::Create() {
-  static auto* const header = new SectorHeader(0, 0, 0);
+  static auto* const header = new SectorHeader;
   return header;
 }
 

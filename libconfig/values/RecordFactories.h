@@ -11,7 +11,6 @@ class LIBCONFIG_API SectorHeaderFactory : public ClassFactory {
  public:
   SectorHeaderFactory() : ClassFactory(eClassID_SectorHeader) { Register(this); }
   Serializable* Create() override;
-  bool IsShared() override { return true; }
 };
 
 class LIBCONFIG_API CheckpointFactory : public PrototypeFactory<Checkpoint> {

@@ -3,6 +3,8 @@
 #include "libconfig/serialization/DeSerializer.h"
 #include "libconfig/serialization/Serializer.h"
 
+SectorHeader::SectorHeader() : SectorHeader(0, 0, 0) {}
+
 SectorHeader::SectorHeader(unsigned int odometer, unsigned int configVersion, unsigned int length)
     : Serializable(eClassID_SectorHeader),
       _odometer(odometer),

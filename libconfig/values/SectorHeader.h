@@ -10,6 +10,8 @@
 
 class LIBCONFIG_API SectorHeader : public Serializable {
  public:
+  // All fields 0.
+  SectorHeader();
   SectorHeader(unsigned int odometer, unsigned int configVersion, unsigned int length);
 
   // A new header that the caller owns.

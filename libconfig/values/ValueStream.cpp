@@ -1,39 +1,15 @@
 #include "libconfig/values/ValueStream.h"
 
-#include <mutex>
-
 #include "libconfig/serialization/ClassFactory.h"
 #include "libconfig/serialization/MemoryDeSerializer.h"
 #include "libconfig/serialization/MemorySerializer.h"
 #include "libconfig/serialization/MemorySerializerSizer.h"
-#include "libconfig/values/Checkpoint.h"
-#include "libconfig/values/SectorHeader.h"
 
 namespace qel::config {
 namespace {
 
-// Recursive, because an object may hold others.
-std::recursive_mutex& PrototypeMutex() {
-  static auto* const mutex = new std::recursive_mutex;
-  return *mutex;
-}
-
-Serializable* Copy(Serializable& shared) {
-  if (auto* const value = dynamic_cast<ConfigValue*>(&shared)) return value->Clone();
-  if (const auto* const header = dynamic_cast<SectorHeader*>(&shared)) {
-    return SectorHeader::Create(header->GetOdometer(), header->GetConfigVersion(),
-                                header->GetLength());
-  }
-  if (const auto* const checkpoint = dynamic_cast<Checkpoint*>(&shared)) {
-    auto* const copy = new Checkpoint(checkpoint->GetConfigID());
-    copy->SetOffset(checkpoint->GetOffset());
-    return copy;
-  }
-  return nullptr;
-}
-
-// Whether the bytes are an object of ours that is no value. One that holds others would keep the
-// prototypes for as long as a peer likes.
+// Whether the bytes are an object of ours that is no value: reading a list of objects takes time
+// and lines of the log for each.
 bool IsNoValue(char* data, unsigned int length) {
   if (length < sizeof(uint32_t)) return false;
   MemoryDeSerializer words(eSerializationFormat_Network, data, data + length, false);
@@ -54,18 +30,19 @@ bool IsNoValue(char* data, unsigned int length) {
 }  // namespace
 
 std::unique_ptr<Serializable> ReadObject(DeSerializer& deserializer, const char* key) {
-  const std::lock_guard<std::recursive_mutex> lock(PrototypeMutex());
+  if (auto* const memory = dynamic_cast<MemoryDeSerializer*>(&deserializer)) {
+    return memory->ReadOwned();
+  }
   Serializable* object = nullptr;
   deserializer.Read(key, object);
-  if (object == nullptr) return nullptr;
-  const bool shared = ClassFactory::IsShared(object->GetClassID());
-  return std::unique_ptr<Serializable>(shared ? Copy(*object) : object);
+  const bool shared = object != nullptr && ClassFactory::IsShared(object->GetClassID());
+  return std::unique_ptr<Serializable>(shared ? ClassFactory::Copy(*object) : object);
 }
 
 std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
                                            eSerializationFormat format) {
   MemoryDeSerializer deserializer(format, data, data + length, false);
-  return ReadObject(deserializer, "Serializable");
+  return deserializer.ReadOwned();
 }
 
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,

@@ -12,17 +12,15 @@ class DeSerializer;
 namespace qel::config {
 
 // The value that `length` bytes describe, as an object of the caller's own; null when they describe
-// none. Any thread: readers share the prototypes of ClassFactory, so that one value is read and
-// cloned at a time.
+// none. Any thread.
 std::unique_ptr<ConfigValue> DecodeValue(char* data, unsigned int length,
                                          eSerializationFormat format);
 
-// The same for any object. Null, too, for a shared one that cannot be copied.
+// The same for any object.
 std::unique_ptr<Serializable> DecodeObject(char* data, unsigned int length,
                                            eSerializationFormat format);
 
-// The object that `deserializer` holds next, as one of the caller's own: the way to read that
-// neither keeps a shared prototype nor meets another thread in it.
+// The object that `deserializer` holds next, as one of the caller's own.
 std::unique_ptr<Serializable> ReadObject(DeSerializer& deserializer, const char* key);
 
 // The bytes of `value` as it stands at the time of the call, behind `room` bytes left for a record.

@@ -7,8 +7,11 @@
 #include <algorithm>
 
 #include "libconfig/base/Limits.h"
+#include "libconfig/values/Checkpoint.h"
 #include "libconfig/values/IntegerValue.h"
+#include "libconfig/values/SectorHeader.h"
 #include "libconfig/values/StringValue.h"
+#include "libconfig/values/ValueStream.h"
 #include "tests/serialization/Record.h"
 #include "tests/testing/Emulator.h"
 #include "tests/testing/Threads.h"
@@ -33,6 +36,7 @@ class ClassFactoryTest : public ::testing::Test {
       },                                                \
       ::testing::ExitedWithCode(0), ::testing::Eq(std::string(messages)))
 
+constexpr auto kFormat = eSerializationFormat_Queue;
 constexpr auto kNoClass = static_cast<eClassID_t>(3);
 constexpr auto kOwnClass = static_cast<eClassID_t>(300);
 
@@ -125,11 +129,53 @@ TEST_F(ClassFactoryTest, LetsALaterFactoryTakeThePlaceOfAnEarlierOne) {
         new CountingFactory(eClassID_StringValue, &second);
         EXPECT_EQ(&second, ClassFactory::Create(eClassID_StringValue));
         EXPECT_EQ(eClassID_StringValue, second.GetClassID());
-        EXPECT_FALSE(ClassFactory::IsShared(eClassID_StringValue));
         EXPECT_EQ(size, ClassFactory::GetRegistrySize());
         EXPECT_EQ(0, g_deleted) << "the earlier one is forgotten, not deleted";
       },
       "");
+}
+
+// As a program writes one that knows nothing of IsShared.
+template <typename T>
+class PlainPrototypeFactory : public ClassFactory {
+ public:
+  explicit PlainPrototypeFactory(eClassID_t classID) : ClassFactory(classID) { Register(this); }
+  Serializable* Create() override { return &_prototype; }
+
+ private:
+  T _prototype;
+};
+
+void DecodeWithReplacements() {
+  ClassFactory::InitFactories();
+  new PlainPrototypeFactory<IntegerValue>(eClassID_IntegerValue);
+  new PlainPrototypeFactory<StringValue>(eClassID_StringValue);
+  new PlainPrototypeFactory<SectorHeader>(eClassID_SectorHeader);
+  new PlainPrototypeFactory<Checkpoint>(eClassID_Checkpoint);
+  for (char id :
+       {eClassID_IntegerValue, eClassID_StringValue, eClassID_SectorHeader, eClassID_Checkpoint}) {
+    const std::vector<char> body(id == eClassID_IntegerValue   ? 16
+                                 : id == eClassID_StringValue  ? 13
+                                 : id == eClassID_SectorHeader ? 12
+                                                               : 8);
+    std::vector<char> list = {0, 0, 0, eClassID_Vector, 0, 0, 0, 2};
+    for (int i = 0; i < 2; ++i) {
+      list.insert(list.end(), {0, 0, 0, id});
+      list.insert(list.end(), body.begin(), body.end());
+    }
+    for (std::size_t end = list.size(); end > 8; --end) {
+      qel::config::DecodeObject(list.data(), static_cast<unsigned>(end), kFormat);
+      MemoryDeSerializer stream(kFormat, list.data() + 8, list.data() + end, false);
+      Serializable* object = nullptr;
+      stream.Read("Object", object);
+    }
+    EXPECT_EQ(id, ClassFactory::Create(static_cast<eClassID_t>(id))->GetClassID());
+  }
+}
+
+TEST_F(ClassFactoryTest, KeepsThePrototypesOfReplacementFactories) {
+  EXPECT_EXIT((DecodeWithReplacements(), ::_exit(HasFailure() ? 1 : 0)),
+              ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ClassFactoryTest, MakesNothingAnyMoreOnceItsFactoriesAreDestroyed) {

@@ -285,7 +285,7 @@ TEST_F(StreamTest, ReadsNothingFromAFieldThatIsCut) {
       for (const Field& other : Fields()) EXPECT_TRUE(other.leavesTarget(in.stream));
       EXPECT_EQ(nullptr, in.ReadObject());
       in.stream.SetPos(in.stream.GetSectorStart());
-      EXPECT_FALSE(in.stream.IsOverrun()) << "a new position is a new start";
+      EXPECT_TRUE(in.stream.IsOverrun()) << "a new position does not make it whole";
     }
   }
 }
@@ -353,6 +353,30 @@ TEST_F(StreamTest, GivesNoObjectForAnUnknownClassOrAThrowingOne) {
     Reader shared(FromHex("000000ca"));
     EXPECT_EQ(nullptr, shared.ReadObject()) << "and the prototype lives on";
   }
+}
+
+// Steps over a char, as the reader of a char has to.
+class Stepper : public Serializable {
+ public:
+  void Deserialize(DeSerializer* deserializer) override {
+    unsigned int word = 0;
+    deserializer->Read("Word", word);
+    auto& stream = dynamic_cast<MemoryDeSerializer&>(*deserializer);
+    stream.SetPos(stream.GetPos() + 1);
+  }
+};
+
+TEST_F(StreamTest, GivesNoObjectThatWasCutWhereverItsReaderWent) {
+  constexpr auto kStepper = static_cast<eClassID_t>(203);
+  new NewFactory<Stepper>(kStepper);
+  Reader cut(FromHex("000000cb 0000"));
+  EXPECT_EQ(nullptr, cut.ReadObject());
+  Reader twice(FromHex("000000cb 00000000 00 000000cb"));
+  EXPECT_NE(nullptr, twice.ReadObject());
+  EXPECT_EQ(nullptr, twice.ReadObject());
+  twice.stream.SetPos(twice.stream.GetSectorStart());
+  EXPECT_NE(nullptr, twice.ReadObject()) << "an earlier overrun is not this object's";
+  EXPECT_TRUE(twice.stream.IsOverrun());
 }
 
 TEST_F(StreamTest, RefusesObjectsNestedDeeperThanItsLimit) {

@@ -125,7 +125,10 @@ TEST(Records, AreNothingWhenTheyAreCutAndSurviveDamage) {
 
 TEST(Records, CompareByWhatTheyAre) {
   SectorHeader header(1, 2, 3);
-  SectorHeader same(1, 2, 3);
+  SectorHeader same;
+  same.SetOdometer(1);
+  same.SetConfigVersion(2);
+  same.SetLength(3);
   same.SetDirty(true);
   EXPECT_TRUE(header.IsEqual(&same));
   for (const auto& change :
@@ -157,7 +160,7 @@ TEST(Records, CompareByWhatTheyAre) {
 }
 
 TEST(Records, DescribeAPackage) {
-  PackageHeader header;
+  qel::config::values::PackageHeader header;
   EXPECT_EQ(
       "class=PackageHeader, _packageHeaderVersion=0x1001, _productID=FFFFFFFF, _fileSize=0x0.",
       header.ToString());
