@@ -99,7 +99,7 @@ int Logger::Init() {
   return 1;
 }
 
-// Whoever finds another thread at it goes on: the check is nobody's business twice.
+// Skip if another thread is already checking.
 void Logger::Recheck() {
   if (!_checkMutex.try_lock()) return;
   if (IsDue(_sinceCheck)) {
@@ -115,8 +115,8 @@ void Logger::Recheck() {
 void Logger::Reload() {
   _sinceCheck.start();
   _modified = ModificationTime(_path);
-  SetWatchList({});
   _enabled = false;
+  SetWatchList(nullptr);
   if (_modified != -1) _enabled = ReadConfig(_path) != 0;
 }
 
@@ -132,26 +132,24 @@ int Logger::ReadConfig(std::string& path) {
   WatchList list = before != nullptr ? *before : WatchList();
   for (std::string line; std::getline(file, line);) {
     std::istringstream words(line);
-    std::string keyword;
-    std::string name;
-    std::string more;
-    if (!(words >> keyword)) continue;
-    if (keyword != "watch" || !(words >> name) || words >> more) {
-      errno = EINVAL;
-      ReportErrno("Logger::ReadLoggingConfig");
-      continue;
+    for (std::string keyword, name; words >> keyword;) {
+      if (keyword != "watch" || !(words >> name)) {
+        errno = EINVAL;
+        ReportErrno("Logger::ReadLoggingConfig");
+        break;  // the rest of the line means nothing either
+      }
+      const ParamDescriptor* const descriptor = GetDescriptor(name);
+      if (descriptor == nullptr) {
+        Report("%s [%s] Logger::ReadLoggingConfig - descriptor for %s not found\n",
+               TimeStamp().c_str(), _program.c_str(), name.c_str());
+        continue;
+      }
+      Report("%s [%s] Watching %s\n", TimeStamp().c_str(), _program.c_str(), name.c_str());
+      list.push_back(descriptor->GetParamID());
     }
-    const ParamDescriptor* const descriptor = GetDescriptor(name);
-    if (descriptor == nullptr) {
-      Report("%s [%s] Logger::ReadLoggingConfig - descriptor for %s not found\n",
-             TimeStamp().c_str(), _program.c_str(), name.c_str());
-      continue;
-    }
-    Report("%s [%s] Watching %s\n", TimeStamp().c_str(), _program.c_str(), name.c_str());
-    list.push_back(descriptor->GetParamID());
   }
   if (list.empty()) Report("%s [%s] Watching *\n", TimeStamp().c_str(), _program.c_str());
-  SetWatchList(std::move(list));
+  SetWatchList(std::make_shared<const WatchList>(std::move(list)));
   return 1;
 }
 
@@ -173,17 +171,18 @@ std::shared_ptr<const Logger::WatchList> Logger::GetWatchList() const {
   return _watch;
 }
 
-void Logger::SetWatchList(WatchList list) {
-  auto published = std::make_shared<const WatchList>(std::move(list));
+void Logger::SetWatchList(std::shared_ptr<const WatchList> list) {
   MutexLock lock(_watchMutex);
-  _watch = std::move(published);
+  _watch.swap(list);
 }
 
 bool Logger::IsWatching(unsigned int param) const {
   if (!IsEnabled()) return false;
   const std::shared_ptr<const WatchList> list = GetWatchList();
-  return list == nullptr || list->empty() ||
-         std::find(list->begin(), list->end(), static_cast<eParam_t>(param)) != list->end();
+  // There is none while it is replaced.
+  return list != nullptr &&
+         (list->empty() ||
+          std::find(list->begin(), list->end(), static_cast<eParam_t>(param)) != list->end());
 }
 
 std::string Logger::Prefix() const {

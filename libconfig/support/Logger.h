@@ -57,7 +57,7 @@ class LIBCONFIG_API Logger {
   void Recheck();
   void Reload() LIBCONFIG_REQUIRES(_checkMutex);
   std::shared_ptr<const WatchList> GetWatchList() const;
-  void SetWatchList(WatchList list);
+  void SetWatchList(std::shared_ptr<const WatchList> list);
   std::string Prefix() const;
 
   std::atomic<bool> _enabled{false};
@@ -65,12 +65,12 @@ class LIBCONFIG_API Logger {
   std::string _program;
   std::string _path;
 
-  // Who holds it looks after the control file.
+  // Held while the control file is checked and read.
   qel::config::Mutex _checkMutex;
   time_t _modified LIBCONFIG_GUARDED_BY(_checkMutex) = -1;
   CTimeVal _sinceCheck LIBCONFIG_GUARDED_BY(_checkMutex);
 
-  // Replaced as a whole, so that a trace call sees one list.
+  // Replaced as a whole, so that a trace call sees one list. Null while the logger is off.
   mutable qel::config::Mutex _watchMutex;
   std::shared_ptr<const WatchList> _watch LIBCONFIG_GUARDED_BY(_watchMutex);
 

@@ -1,6 +1,11 @@
-// A trace of time stamps to drop at interesting points of a program and print afterwards. Saving
-// reads the clock and stores two words, nothing more. One thread at a time; the trace holds 102400
-// entries and ignores what comes after.
+// A trace of time stamps to drop at interesting points of a program and print afterwards:
+//
+//   save_timeval("request read");
+//   save_timeval("answer sent");
+//   print_timevals();
+//
+// Saving reads the clock and stores two words, nothing more, on any thread. Print and clear while
+// nobody saves. The trace holds 102400 entries and ignores what comes after.
 #pragma once
 
 #include <sys/time.h>

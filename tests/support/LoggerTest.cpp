@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 
@@ -43,11 +44,13 @@ std::string Messages(Body body) {
 std::string ProgramName() { return "logger_test_" + std::to_string(::getpid()); }
 std::string ControlFile() { return kFolder + ProgramName() + ".log"; }
 
-// Writes the control file, with a time that differs from the last one's.
+// Replaces the control file at once, with a time that differs from the last one's.
 void WriteControlFile(const std::string& text, long modified) {
-  std::ofstream(ControlFile()) << text;
+  const std::string fresh = ControlFile() + ".new";
+  std::ofstream(fresh) << text;
   const timespec times[2] = {{modified, 0}, {modified, 0}};
-  ASSERT_EQ(0, ::utimensat(AT_FDCWD, ControlFile().c_str(), times, 0));
+  ASSERT_EQ(0, ::utimensat(AT_FDCWD, fresh.c_str(), times, 0));
+  ASSERT_EQ(0, ::rename(fresh.c_str(), ControlFile().c_str()));
 }
 
 // "12:34:56.789 [logger_test_1:1] ", the clock being the test's own.
@@ -130,14 +133,14 @@ TEST_F(LoggerTest, TracesTheParametersThatTheFileNames) {
   if (!InProgramOfItsOwn()) return;
   WriteControlFile(
       "watch eParamID_IPConfig\nnonsense\n\nwatch\nwatch eParamID_Nobody\n"
-      "  watch   eParamID_SysName",
+      "  watch   eParamID_SysName extra",
       1000);
   const std::string refused = "Logger::ReadLoggingConfig: Invalid argument\n";
   Logger* logger = nullptr;
   EXPECT_EQ(Stamp() + "Reading " + ControlFile() + "\n" + Stamp() + "Watching eParamID_IPConfig\n" +
                 refused + refused + Stamp() +
                 "Logger::ReadLoggingConfig - descriptor for eParamID_Nobody not found\n" + Stamp() +
-                "Watching eParamID_SysName\n",
+                "Watching eParamID_SysName\n" + refused,
             Messages([&] { logger = Logger::GetLogger(); }));
   EXPECT_TRUE(logger->IsWatching(eParamID_SysName));
   EXPECT_FALSE(logger->IsWatching(eParamID_GenLock));
@@ -214,17 +217,22 @@ TEST_F(LoggerTest, WritesALineAtATimeFromAnyThread) {
 TEST_F(LoggerTest, IsReadAnewWhileOthersTrace) {
   if (!InProgramOfItsOwn()) return;
   WriteControlFile("watch eParamID_IPConfig\n", 1000);
-  Messages([] {
+  std::atomic<int> wrong{0};
+  Messages([&] {
     Logger::GetLogger();
-    testing_support::OnThreads(4, [](int thread) {
-      for (int i = 0; i < 50; ++i) {
+    testing_support::OnThreads(4, [&](int thread) {
+      for (int i = 0; i < 200; ++i) {
         if (thread == 0) WriteControlFile("watch eParamID_IPConfig\n", 2000 + i);
         AdvanceClock(5001);
         Logger::GetLogger()->Log(eParamID_IPConfig, 1U, "thread %d\n", thread);
+        for (int look = 0; look < 200; ++look) {
+          if (Logger::GetLogger()->IsWatching(eParamID_SysName)) ++wrong;
+        }
       }
     });
   });
   EXPECT_TRUE(Logger::GetLogger()->IsWatching(eParamID_IPConfig));
+  EXPECT_EQ(0, wrong) << "a list that is replaced is never an empty one";
 }
 
 TEST_F(LoggerTest, NamesProgramsByTheirCommand) {

@@ -8,6 +8,7 @@
 #include "libconfig/support/CTimeVal.h"
 #include "libconfig/support/TimeTrace.h"
 #include "tests/support/TestClock.h"
+#include "tests/testing/Threads.h"
 
 namespace {
 
@@ -147,7 +148,7 @@ std::string Printed() {
 TEST(TimeTrace, PrintsElapsedTimeAndTheTimeSinceTheEntryBefore) {
   const std::string header = "=========== Printing timevals ===============\n";
   clear_timevals();
-  EXPECT_EQ(0U, Printed().find(header + "timeval: elapsed 0, delta 0 - "));
+  EXPECT_EQ(header + "timeval: elapsed 0, delta 0 - (null)\n", Printed());
   SetClock(1000, 0);
   save_timeval("begin");
   AdvanceClock(1500);
@@ -162,6 +163,16 @@ TEST(TimeTrace, PrintsElapsedTimeAndTheTimeSinceTheEntryBefore) {
   clear_timevals();
   save_timeval("anew");
   EXPECT_EQ(header + "timeval: elapsed 0, delta 0 - anew\n", Printed());
+}
+
+TEST(TimeTrace, KeepsAnEntryForEachCallOfEveryThread) {
+  clear_timevals();
+  testing_support::OnThreads(4, [](int) {
+    for (int i = 0; i < 10000; ++i) save_timeval("entry");
+  });
+  const std::string text = Printed();
+  EXPECT_EQ(40000 + 1, std::count(text.begin(), text.end(), '\n'));
+  EXPECT_EQ(std::string::npos, text.find("(null)"));
 }
 
 TEST(TimeTrace, IgnoresWhatDoesNotFit) {
