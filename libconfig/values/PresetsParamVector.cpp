@@ -114,8 +114,14 @@ bool PresetsParamVector::WaitForStates(Config* config, eParam_t param,
                                        std::vector<unsigned int>& okStates,
                                        std::vector<unsigned int>& errorStates, long timeoutMs) {
   Report("PresetsParamVector::WaitForStates - called\n");
-  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  while (std::chrono::steady_clock::now() < end) {
+  // No end is computed: with the longest time there is none that a clock can hold.
+  const auto start = std::chrono::steady_clock::now();
+  const auto elapsedMs = [start] {
+    using std::chrono::milliseconds;
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start)
+        .count();
+  };
+  while (elapsedMs() < timeoutMs) {
     const unsigned int state = config->Get(param);
     if (IsOneOf(state, okStates)) {
       Report("PresetsParamVector::WaitForStates - normal return state = %d\n",

@@ -11,12 +11,13 @@ Semaphore::Semaphore() { SemaphoreHelper::Init(&_semaphore); }
 Semaphore::~Semaphore() { SemaphoreHelper::Destroy(&_semaphore); }
 
 SemaphoreHelper::SemaphoreHelper(sem_t* semaphore) : _semaphore(semaphore) {
+  if (_semaphore == nullptr) return;
   Wait(_semaphore);
   _held = true;
 }
 
 SemaphoreHelper::~SemaphoreHelper() {
-  if (_semaphore != nullptr && _held) Post(_semaphore);
+  if (_held) Post(_semaphore);
 }
 
 void SemaphoreHelper::Init(sem_t* semaphore) {

@@ -21,7 +21,7 @@ class LIBCONFIG_API LIBCONFIG_CAPABILITY("semaphore") Semaphore {
   sem_t _semaphore;
 };
 
-// Holds a semaphore from construction to destruction.
+// Holds a semaphore from construction to destruction; a null one is nothing to hold.
 class LIBCONFIG_API LIBCONFIG_SCOPED_CAPABILITY SemaphoreHelper {
  public:
   explicit SemaphoreHelper(Semaphore& semaphore) LIBCONFIG_ACQUIRE(semaphore)

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -204,7 +205,7 @@ TEST_F(PresetsTest, TakeOnlyRegularFilesOfABearableSize) {
   EXPECT_EQ("", DataOf(presets));
 }
 
-TEST_F(PresetsTest, GiveUpWhenTheApplicationStaysSilent) {
+TEST_F(PresetsTest, WaitAsLongAsTheyAreTold) {
   PresetsParamVector presets;
   std::vector<unsigned int> ok = {7};
   std::vector<unsigned int> bad = {8};
@@ -214,4 +215,11 @@ TEST_F(PresetsTest, GiveUpWhenTheApplicationStaysSilent) {
       "PresetsParamVector::WaitForStates - called\n"
       "PresetsParamVector::WaitForStates - detected an error while waiting for preset 0\n",
       GetCapturedStderr());
+  ok = {_store.Get(eParamID_RegisterLoadResult)};
+  CaptureStderr();
+  for (const long forever : {LONG_MAX, LONG_MAX / 1000}) {
+    EXPECT_TRUE(presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, forever));
+  }
+  EXPECT_FALSE(presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, LONG_MIN));
+  GetCapturedStderr();
 }

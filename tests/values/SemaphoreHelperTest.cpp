@@ -71,6 +71,7 @@ TEST(SemaphoreHelper, ReportsAFailureAndGoesOn) {
       ": Value too large for defined data type\n",
       ::testing::internal::GetCapturedStderr());
   SemaphoreHelper::Destroy(&full);
+  const SemaphoreHelper none(nullptr);
 }
 
 }  // namespace
