@@ -30,13 +30,16 @@ class FileDescriptor {
   const int _fd;
 };
 
-// A descriptor of a regular file; -1 with errno set for anything else: no link is followed, and a
-// pipe or a device neither blocks nor is touched.
-inline int OpenRegular(const char* path, int flags, mode_t mode = 0) {
+enum class Links { kRefuse, kFollow };
+
+// A descriptor of a regular file; -1 with errno set for anything else, EINVAL for a pipe or a
+// device, which neither blocks nor is touched. Follow links only where nobody but root can put one.
+inline int OpenRegular(const char* path, int flags, mode_t mode = 0, Links links = Links::kRefuse) {
   // Truncated only once it is known for what it is.
+  const int safe = (flags & ~O_TRUNC) | (links == Links::kRefuse ? O_NOFOLLOW : 0);
   int fd;
   do {
-    fd = ::open(path, (flags & ~O_TRUNC) | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
+    fd = ::open(path, safe | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
   } while (fd < 0 && errno == EINTR);
   if (fd < 0) return -1;
   struct stat status;

@@ -57,6 +57,9 @@ constexpr int kQueueExchangeMs = 60000;
 constexpr std::size_t kQueueClients = 512;
 constexpr std::size_t kQueueConfigurations = 64;
 
+// The text of the flash update.
+constexpr std::size_t kFlashInfo = std::size_t{1024} * 1024;
+
 // Names of processes that are remembered.
 constexpr std::size_t kProcessNames = 1024;
 

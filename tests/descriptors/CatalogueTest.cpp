@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -200,8 +201,25 @@ TEST(FlashInfo, IsTheTextOfItsFileOrNothing) {
   EXPECT_EQ("", ::testing::internal::GetCapturedStderr()) << "a missing file is no failure";
   ::testing::internal::CaptureStderr();
   EXPECT_EQ("", qel::config::ReadFlashInfo("/tmp"));
-  EXPECT_EQ("::read_file - read failed to read enough data\n",
-            ::testing::internal::GetCapturedStderr());
+  EXPECT_EQ("", qel::config::ReadFlashInfo("/dev/zero"));
+  // Nobody writes into it, ever.
+  ASSERT_EQ(0, ::mkfifo(path, 0600));
+  EXPECT_EQ("", qel::config::ReadFlashInfo(path));
+  ::unlink(path);
+  const std::string failed = "::read_file - read failed to read enough data\n";
+  EXPECT_EQ(failed + failed + failed, ::testing::internal::GetCapturedStderr());
+  std::ofstream(path) << std::string(1024 * 1024, 'x');
+  EXPECT_EQ(1024U * 1024, qel::config::ReadFlashInfo(path).size());
+  std::ofstream(path, std::ios::app) << "x";
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ("", qel::config::ReadFlashInfo(path));
+  EXPECT_EQ("::read_file - malloc failed\n", ::testing::internal::GetCapturedStderr());
+  const std::string link = std::string(path) + ".link";
+  ASSERT_EQ(0, ::truncate(path, 1));
+  ASSERT_EQ(0, ::symlink(path, link.c_str()));
+  EXPECT_EQ("x", qel::config::ReadFlashInfo(link.c_str())) << "the device may keep it elsewhere";
+  ::unlink(link.c_str());
+  ::unlink(path);
 }
 
 }  // namespace
