@@ -27,6 +27,7 @@
 #include "libconfig/descriptors/IntegerDescriptor.h"
 #include "libconfig/descriptors/ParamDescriptor.h"
 #include "libconfig/descriptors/ParamIDs.h"
+#include "libconfig/descriptors/ProductIdentity.h"
 #include "libconfig/descriptors/StringDescriptor.h"
 #include "libconfig/legacy/CIsEncodeType.h"
 #include "libconfig/legacy/CParam.h"

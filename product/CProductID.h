@@ -2,7 +2,9 @@
 // this folder stands in for it on any other host.
 #pragma once
 
-class CProductID {
+#include "libconfig/base/Export.h"
+
+class LIBCONFIG_API CProductID {
  public:
   // Do not renumber: the device's other software reads these.
   enum eProductID_t : unsigned { eProduct_Quarn = 1, eProduct_Vimble = 2, eProduct_Crandle = 3 };

@@ -14,7 +14,9 @@
 using qel::config::CatalogueBuilder;
 using qel::config::DescriptorMap;
 using qel::config::DescriptorRegistry;
-using qel::config::productID;
+using qel::config::ForEachDescriptor;
+
+CProductID productID;
 
 namespace {
 
@@ -22,8 +24,8 @@ std::atomic<bool> g_encodeDescriptors{false};
 
 // Never destroyed: threads look parameters up until the process ends.
 DescriptorRegistry& MainRegistry() {
-  static auto* const g_paramDescriptors = new DescriptorRegistry;
-  return *g_paramDescriptors;
+  static auto* const registry = new DescriptorRegistry;
+  return *registry;
 }
 
 unsigned GroupOf(eParam_t id) { return id >> 24 & 0xff; }
@@ -85,24 +87,25 @@ void RunBuilders(CatalogueBuilder& builder) {
 // A row names the parameters that depend on it and those that enable it; the other end of each tie
 // follows from that.
 void LinkDependencies(const DescriptorMap& map) {
-  for (const auto& entry : map) {
-    for (const eParam_t dependent : entry.second->Dependents()) {
+  ForEachDescriptor(map, [&map](ParamDescriptor& descriptor) {
+    for (const eParam_t dependent : descriptor.Dependents()) {
       const auto found = map.find(dependent);
-      if (found != map.end()) found->second->AddDependsOnParamID(entry.first);
+      if (found != map.end()) found->second->AddDependsOnParamID(descriptor.GetParamID());
     }
-    for (const ParamDescriptor::Relation& relation : entry.second->GetRelation("enabled_by")) {
-      entry.second->AddDependsOnParamID(relation.paramID);
+    for (const ParamDescriptor::Relation& relation : descriptor.GetRelation("enabled_by")) {
+      descriptor.AddDependsOnParamID(relation.paramID);
     }
-  }
+  });
 }
 
 std::vector<eParam_t> GroupMembers(const DescriptorMap& map, int group, bool excludeHidden) {
   std::vector<eParam_t> ids;
   for (const auto& entry : map) {
     if (GroupOf(entry.first) != static_cast<unsigned>(group) || !IsTopLevel(entry.first)) continue;
-    const ParamDescriptor& descriptor = *entry.second;
+    const ParamDescriptor* const descriptor = entry.second;
+    if (descriptor == nullptr) continue;
     if (excludeHidden &&
-        (descriptor.HasClassName("panel_hidden") || descriptor.HasClassName("hidden_param"))) {
+        (descriptor->HasClassName("panel_hidden") || descriptor->HasClassName("hidden_param"))) {
       continue;
     }
     ids.push_back(entry.first);
@@ -138,13 +141,14 @@ void AddParamGroups(const DescriptorMap& map) {
 }
 
 void AddMenuNumbers(const DescriptorMap& map) {
-  for (const auto& entry : map) {
+  ForEachDescriptor(map, [](ParamDescriptor& descriptor) {
     std::string present;
-    if (entry.second->GetAttribute("menu_number", present)) continue;
+    if (descriptor.GetAttribute("menu_number", present)) return;
+    const eParam_t id = descriptor.GetParamID();
     char number[16];
-    std::snprintf(number, sizeof number, "%u.%u", GroupOf(entry.first), SubNumberOf(entry.first));
-    entry.second->AddAttribute("menu_number", std::string(number));
-  }
+    std::snprintf(number, sizeof number, "%u.%u", GroupOf(id), SubNumberOf(id));
+    descriptor.AddAttribute("menu_number", std::string(number));
+  });
 }
 
 std::vector<unsigned long> MenuNumberOf(eParam_t id) {
@@ -161,6 +165,8 @@ std::vector<unsigned long> MenuNumberOf(eParam_t id) {
 }
 
 }  // namespace
+
+DescriptorMap& g_paramDescriptors = MainRegistry().Map();
 
 void CreateDescriptors() {
   MainRegistry().Create([](DescriptorMap& map) {
@@ -209,7 +215,9 @@ std::vector<int> GetMediaParamGroups() {
 }
 
 std::vector<eParam_t> GetParamGroup(int group, bool excludeHidden) {
-  return GroupMembers(MainRegistry().Published(), group, excludeHidden);
+  return MainRegistry().Read([group, excludeHidden](const DescriptorMap& map) {
+    return GroupMembers(map, group, excludeHidden);
+  });
 }
 
 bool MenuNumberCompare(eParam_t a, eParam_t b) {

@@ -5,12 +5,21 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "libconfig/base/Export.h"
 #include "libconfig/descriptors/ParamDescriptor.h"
 #include "libconfig/descriptors/ParamIDs.h"
+
+namespace qel::config {
+using DescriptorMap = std::map<eParam_t, ParamDescriptor*>;
+}
+
+// The catalogue itself. Whoever changes it does so while no other thread uses the catalogue; what
+// is added is deleted with the rest. Names the same map for as long as the process lives.
+extern LIBCONFIG_API qel::config::DescriptorMap& g_paramDescriptors;
 
 // Builds the catalogue and the generic one. Later calls do nothing.
 LIBCONFIG_API void CreateDescriptors();

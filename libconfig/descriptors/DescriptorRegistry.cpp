@@ -6,39 +6,42 @@ namespace qel::config {
 
 void DescriptorRegistry::Create(const std::function<void(DescriptorMap&)>& build) {
   MutexLock lock(_mutex);
-  if (!Published().empty()) return;
-  auto map = std::make_unique<DescriptorMap>();
-  build(*map);
-  delete _published.exchange(map.release(), std::memory_order_acq_rel);
+  bool exists = false;
+  ForEachDescriptor(_map, [&](const ParamDescriptor&) { exists = true; });
+  if (!exists) {
+    DescriptorMap map;
+    build(map);
+    _map.swap(map);
+  }
+  _published.store(true, std::memory_order_release);
 }
 
 void DescriptorRegistry::Destroy() {
   MutexLock lock(_mutex);
-  delete _published.exchange(nullptr, std::memory_order_acq_rel);
+  _published.store(false, std::memory_order_release);
+  for (const auto& entry : _map) delete entry.second;
+  _map.clear();
 }
 
 void DescriptorRegistry::Amend(const std::function<void(const DescriptorMap&)>& pass) {
   MutexLock lock(_mutex);
-  pass(Published());
-}
-
-const DescriptorMap& DescriptorRegistry::Published() const {
-  static const auto* const none = new DescriptorMap;
-  const DescriptorMap* const map = _published.load(std::memory_order_acquire);
-  return map == nullptr ? *none : *map;
+  pass(_map);
 }
 
 ParamDescriptor* DescriptorRegistry::Find(eParam_t id) const {
-  const DescriptorMap& map = Published();
-  const auto found = map.find(id);
-  return found == map.end() ? nullptr : found->second.get();
+  return Read([id](const DescriptorMap& map) {
+    const auto found = map.find(id);
+    return found == map.end() ? nullptr : found->second;
+  });
 }
 
 ParamDescriptor* DescriptorRegistry::Find(const std::string& idName) const {
-  for (const auto& entry : Published()) {
-    if (entry.second->GetParamIDName() == idName) return entry.second.get();
-  }
-  return nullptr;
+  return Read([&idName](const DescriptorMap& map) -> ParamDescriptor* {
+    for (const auto& entry : map) {
+      if (entry.second != nullptr && entry.second->GetParamIDName() == idName) return entry.second;
+    }
+    return nullptr;
+  });
 }
 
 ParamDescriptor* DescriptorRegistry::FindOrMakePlaceholder(eParam_t id) const {
@@ -55,15 +58,23 @@ ParamDescriptor* DescriptorRegistry::FindOrMakePlaceholder(eParam_t id) const {
 
 std::vector<eParam_t> DescriptorRegistry::GetIDs() const {
   std::vector<eParam_t> ids;
-  ids.reserve(Published().size());
-  for (const auto& entry : Published()) ids.push_back(entry.first);
+  Read([&ids](const DescriptorMap& map) {
+    ids.reserve(map.size());
+    for (const auto& entry : map) {
+      if (entry.second != nullptr) ids.push_back(entry.first);
+    }
+  });
   return ids;
 }
 
 std::vector<std::string> DescriptorRegistry::GetIDNames() const {
   std::vector<std::string> names;
-  names.reserve(Published().size());
-  for (const auto& entry : Published()) names.push_back(entry.second->GetParamIDName());
+  Read([&names](const DescriptorMap& map) {
+    names.reserve(map.size());
+    ForEachDescriptor(map, [&names](const ParamDescriptor& descriptor) {
+      names.push_back(descriptor.GetParamIDName());
+    });
+  });
   return names;
 }
 

@@ -1,21 +1,18 @@
 // One catalogue: a map of descriptors that is built aside and published at once. Internal.
 //
-// The mutex serialises building and destroying; lookups only load the published pointer.
+// The map is one that programs may name. The mutex serialises building and destroying. Lookups take
+// no lock once the catalogue is published; before that they wait for whoever builds it.
 #pragma once
 
 #include <atomic>
 #include <functional>
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "libconfig/base/Mutex.h"
-#include "libconfig/descriptors/ParamDescriptor.h"
+#include "libconfig/descriptors/Catalogue.h"
 
 namespace qel::config {
-
-using DescriptorMap = std::map<eParam_t, std::unique_ptr<ParamDescriptor>>;
 
 class DescriptorRegistry {
  public:
@@ -23,7 +20,7 @@ class DescriptorRegistry {
   void Create(const std::function<void(DescriptorMap&)>& build);
   void Destroy();
 
-  // Runs `pass` on the published catalogue, one pass at a time.
+  // Runs `pass` on the catalogue, one pass at a time.
   void Amend(const std::function<void(const DescriptorMap&)>& pass);
 
   // Null when there is no such parameter.
@@ -34,12 +31,29 @@ class DescriptorRegistry {
   std::vector<eParam_t> GetIDs() const;
   std::vector<std::string> GetIDNames() const;
 
-  // The catalogue as it stands; empty before Create.
-  const DescriptorMap& Published() const;
+  // visit(map)
+  template <typename Visit>
+  auto Read(Visit visit) const {
+    if (_published.load(std::memory_order_acquire)) return visit(_map);
+    MutexLock lock(_mutex);
+    return visit(_map);
+  }
+
+  DescriptorMap& Map() { return _map; }
 
  private:
-  Mutex _mutex;
-  std::atomic<const DescriptorMap*> _published{nullptr};
+  mutable Mutex _mutex;
+  std::atomic<bool> _published{false};
+  DescriptorMap _map;
 };
+
+// visit(descriptor) for each, in the order of the identifiers. A program that subscripts the map
+// with an unknown identifier leaves a null behind, which is no descriptor.
+template <typename Visit>
+void ForEachDescriptor(const DescriptorMap& map, Visit visit) {
+  for (const auto& entry : map) {
+    if (entry.second != nullptr) visit(*entry.second);
+  }
+}
 
 }  // namespace qel::config

@@ -7,11 +7,13 @@ namespace qel::config::generic {
 namespace {
 
 DescriptorRegistry& Registry() {
-  static auto* const g_paramDescriptors = new DescriptorRegistry;
-  return *g_paramDescriptors;
+  static auto* const registry = new DescriptorRegistry;
+  return *registry;
 }
 
 }  // namespace
+
+DescriptorMap& g_paramDescriptors = Registry().Map();
 
 void CreateDescriptors() {
   Registry().Create([](DescriptorMap& map) {

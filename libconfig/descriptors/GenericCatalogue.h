@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "libconfig/base/Export.h"
-#include "libconfig/descriptors/ParamDescriptor.h"
-#include "libconfig/descriptors/ParamIDs.h"
+#include "libconfig/descriptors/Catalogue.h"
 
 namespace qel::config::generic {
+
+extern LIBCONFIG_API DescriptorMap& g_paramDescriptors;
 
 LIBCONFIG_API void CreateDescriptors();
 LIBCONFIG_API void DestroyDescriptors();

@@ -1,10 +1,8 @@
-// The product that this process runs on. Internal.
+// The product that this process runs on. A program that calls its operations links the device's
+// product library, where that is a shared one.
 #pragma once
 
+#include "libconfig/base/Export.h"
 #include "product/CProductID.h"
 
-namespace qel::config {
-
-inline const CProductID productID;
-
-}  // namespace qel::config
+extern LIBCONFIG_API CProductID productID;

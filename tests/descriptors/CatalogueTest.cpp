@@ -178,6 +178,28 @@ TEST_F(CatalogueTest, KeepsTheGenericParametersToThemselves) {
   EXPECT_EQ(ids, generic::GetParamIDs());
 }
 
+TEST_F(CatalogueTest, IsAMapThatAProgramMayChange) {
+  EXPECT_EQ(GetParamIDs().size(), g_paramDescriptors.size());
+  EXPECT_EQ(FindDescriptor(eParamID_GenLock), g_paramDescriptors.at(eParamID_GenLock));
+  EXPECT_EQ(nullptr, g_paramDescriptors[kUnknown]) << "and the null that this leaves is nobody";
+  EXPECT_FALSE(IsValidParamID(kUnknown));
+  EXPECT_EQ(nullptr, GetDescriptor("1.2.3.4"));
+  EXPECT_THAT(GetParamIDs(), Not(::testing::Contains(kUnknown)));
+  EXPECT_EQ(GetParamIDs().size(), GetParamIDNames().size());
+  EXPECT_THAT(GetParamGroup(1, false), Not(::testing::Contains(kUnknown)));
+  auto* const own = new ParamDescriptor;
+  own->SetParamID(kUnknown);
+  own->SetParamIDName("own");
+  g_paramDescriptors[kUnknown] = own;
+  AddMenuNumberAttribute();
+  EXPECT_EQ(own, GetDescriptor("own"));
+  DestroyDescriptors();
+  EXPECT_TRUE(g_paramDescriptors.empty());
+  g_paramDescriptors[kUnknown] = nullptr;
+  CreateDescriptors();
+  EXPECT_TRUE(IsValidParamID(eParamID_GenLock));
+}
+
 template <typename Key>
 using Lookup = decltype(GetDescriptor(std::declval<Key>()));
 template <typename Key, typename = void>

@@ -114,7 +114,9 @@ std::unique_ptr<ParamDescriptor> Make(const ParamRow& row) {
 void CatalogueBuilder::Add(const ParamRow& row) {
   std::unique_ptr<ParamDescriptor> descriptor = Make(row);
   SetCommon(row, *descriptor);
-  _map[row.id] = std::move(descriptor);
+  ParamDescriptor*& place = _map[row.id];
+  delete place;
+  place = descriptor.release();
 }
 
 void CatalogueBuilder::Add(const ParamRow& row, const std::string& factoryDefault) {
