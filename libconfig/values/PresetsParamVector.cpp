@@ -4,14 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <cstring>
 #include <new>
-#include <thread>
 
-#include "libconfig/access/Config.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/FileIO.h"
 #include "libconfig/base/Limits.h"
@@ -19,35 +14,25 @@
 #include "libconfig/serialization/Serializer.h"
 
 namespace qel::config::values {
-namespace {
 
-// The states of the result parameters. Do not renumber.
-enum State : unsigned { kExporting = 1, kComplete = 2, kFailed = 3, kEmpty = 4 };
+Presets::Presets(eClassID_t classID) : Serializable(classID) {}
 
-constexpr long kWaitMs = 30000;
-constexpr std::chrono::milliseconds kPoll(100);
+Presets::~Presets() = default;
 
-bool IsOneOf(unsigned int state, const std::vector<unsigned int>& states) {
-  return std::find(states.begin(), states.end(), state) != states.end();
+bool Presets::IsEqual(Serializable* other) {
+  const auto* const presets = dynamic_cast<Presets*>(other);
+  return presets != nullptr && presets->_name == _name && presets->_registerID == _registerID;
 }
 
-// Without permission bits. A file that could not be written whole is removed.
-bool WriteFile(const std::string& path, const char* data, unsigned int length) {
-  const FileDescriptor file(OpenRegular(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0));
-  if (file.Get() < 0) {
-    ReportErrno("open failed");
-    Report("File::write_file - open %s failed\n", path.c_str());
-    return false;
-  }
-  if (WriteWhole(file.Get(), data, length)) return true;
-  const int error = errno;
-  Report("File::write_file - write failed to write enough data\n");
-  ::unlink(path.c_str());
-  errno = error;
-  return false;
+void Presets::Serialize(Serializer* serializer) {
+  serializer->Write("RegisterID", _registerID);
+  serializer->Write("Name", _name);
 }
 
-}  // namespace
+void Presets::Deserialize(DeSerializer* deserializer) {
+  deserializer->Read("RegisterID", _registerID);
+  deserializer->Read("Name", _name);
+}
 
 PresetsParamVector::PresetsParamVector() : Presets(eClassID_Presets) {}
 
@@ -81,6 +66,21 @@ std::string PresetsParamVector::GetPath(eConfigID_t reg) {
   return "/var/tmp/preset_" + std::to_string(static_cast<unsigned int>(reg)) + ".bin";
 }
 
+bool PresetsParamVector::Spill(const std::string& path) {
+  const FileDescriptor file(OpenRegular(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0));
+  if (file.Get() < 0) {
+    ReportErrno("open failed");
+    Report("File::write_file - open %s failed\n", path.c_str());
+    return false;
+  }
+  if (WriteWhole(file.Get(), _data, _length)) return true;
+  const int error = errno;
+  Report("File::write_file - write failed to write enough data\n");
+  ::unlink(path.c_str());
+  errno = error;
+  return false;
+}
+
 bool PresetsParamVector::Slurp(std::string path) {
   const FileDescriptor file(OpenRegular(path.c_str(), O_RDONLY));
   if (file.Get() < 0) {
@@ -107,89 +107,6 @@ bool PresetsParamVector::Slurp(std::string path) {
     Report("PresetsParamVector::Slurp - read failed to read enough data\n");
     return false;
   }
-  return true;
-}
-
-bool PresetsParamVector::WaitForStates(Config* config, eParam_t param,
-                                       std::vector<unsigned int>& okStates,
-                                       std::vector<unsigned int>& errorStates, long timeoutMs) {
-  Report("PresetsParamVector::WaitForStates - called\n");
-  // No end is computed: with the longest time there is none that a clock can hold.
-  const auto start = std::chrono::steady_clock::now();
-  const auto elapsedMs = [start] {
-    using std::chrono::milliseconds;
-    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start)
-        .count();
-  };
-  while (elapsedMs() < timeoutMs) {
-    const unsigned int state = config->Get(param);
-    if (IsOneOf(state, okStates)) {
-      Report("PresetsParamVector::WaitForStates - normal return state = %d\n",
-             static_cast<int>(state));
-      return true;
-    }
-    if (IsOneOf(state, errorStates)) {
-      Report(
-          "PresetsParamVector::WaitForStates - detected an error state while waiting for preset "
-          "%d\n",
-          static_cast<int>(config->GetConfigID()));
-      return false;
-    }
-    std::this_thread::sleep_for(kPoll);
-  }
-  Report("PresetsParamVector::WaitForStates - detected an error while waiting for preset %d\n",
-         static_cast<int>(config->GetConfigID()));
-  return false;
-}
-
-bool PresetsParamVector::Store(eConfigID_t reg, Config* config) {
-  if (_data == nullptr || _length == 0) return false;
-  const std::string path = GetPath(reg);
-  if (!WriteFile(path, _data, _length)) {
-    ReportErrno("PresetsParamVector::Save");
-    return false;
-  }
-  if (config == nullptr) {
-    Report("PresetsParamVector::Store - failed to get current config\n");
-    return false;
-  }
-  config->Set(eParamID_RegisterStoreResult, kExporting);
-  config->Set(eParamID_RegisterStore, static_cast<unsigned int>(reg));
-  std::vector<unsigned int> okStates = {kComplete, kEmpty};
-  std::vector<unsigned int> errorStates = {kFailed};
-  const bool stored =
-      WaitForStates(config, eParamID_RegisterStoreResult, okStates, errorStates, kWaitMs);
-  if (!stored) Report("PresetsParamVector::Store - WaitForState failed\n");
-  ::unlink(path.c_str());
-  return stored;
-}
-
-bool PresetsParamVector::Load(eConfigID_t reg, Config* config) {
-  if (config == nullptr) {
-    Report("PresetsParamVector::Load - failed to get current config\n");
-    return false;
-  }
-  config->Set(eParamID_RegisterLoadResult, kExporting);
-  config->Set(eParamID_RegisterLoad, static_cast<unsigned int>(reg));
-  std::vector<unsigned int> okStates = {kComplete};
-  std::vector<unsigned int> errorStates = {kFailed, kEmpty};
-  if (!WaitForStates(config, eParamID_RegisterLoadResult, okStates, errorStates, kWaitMs)) {
-    Report("PresetsParamVector::Load - error/empty/timeout waiting for load\n");
-    return false;
-  }
-  const unsigned int result = config->Get(eParamID_RegisterLoadResult);
-  if (result == kEmpty) return false;
-  if (result != kComplete) {
-    Report("PresetsParamVector::Load - unknown result %d\n", static_cast<int>(result));
-    return false;
-  }
-  const std::string path = GetPath(reg);
-  if (!Slurp(path)) {
-    ReportErrno("PresetsParamVector::Load");
-    FreeData();
-    return false;
-  }
-  ::unlink(path.c_str());
   return true;
 }
 

@@ -52,6 +52,8 @@ class LIBCONFIG_API PresetsParamVector : public Presets {
 
  private:
   void FreeData();
+  // Writes the data to a file without permission bits, or leaves none.
+  bool Spill(const std::string& path);
 
   char* _data = nullptr;
   unsigned int _length = 0;

@@ -4,7 +4,7 @@
 
 #include "libconfig/base/Export.h"
 #include "libconfig/values/Checkpoint.h"
-#include "libconfig/values/PrototypeFactory.h"
+#include "libconfig/values/ValueFactories.h"
 
 // Shares one header, made on the first call, whose fields are zero until a reader fills them.
 class LIBCONFIG_API SectorHeaderFactory : public ClassFactory {

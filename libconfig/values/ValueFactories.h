@@ -3,9 +3,21 @@
 #pragma once
 
 #include "libconfig/base/Export.h"
+#include "libconfig/serialization/ClassFactory.h"
 #include "libconfig/values/IntegerValue.h"
-#include "libconfig/values/PrototypeFactory.h"
 #include "libconfig/values/StringValue.h"
+
+// Hands out one object, its prototype, over and over.
+template <typename T>
+class PrototypeFactory : public ClassFactory {
+ public:
+  explicit PrototypeFactory(eClassID_t classID) : ClassFactory(classID) {}
+
+  Serializable* Create() override { return &_prototype; }
+
+ private:
+  T _prototype;
+};
 
 class LIBCONFIG_API IntegerFactory : public PrototypeFactory<IntegerValue> {
  public:
