@@ -1,6 +1,13 @@
 #include "libconfig/descriptors/ParamDescriptor.h"
 
 #include <algorithm>
+#include <cstdio>
+
+#include "libconfig/descriptors/EnumDescriptor.h"
+#include "libconfig/descriptors/IntegerDescriptor.h"
+#include "libconfig/descriptors/StringDescriptor.h"
+
+using qel::config::MutexLock;
 
 namespace {
 
@@ -145,4 +152,97 @@ void ParamDescriptor::AddAttribute(std::string key, unsigned int value) {
 
 void ParamDescriptor::AddAttribute(std::string key, std::string value) {
   _texts[std::move(key)] = std::move(value);
+}
+
+IntegerDescriptor::~IntegerDescriptor() = default;
+
+unsigned int IntegerDescriptor::GetMinValue() const { return _minValue; }
+void IntegerDescriptor::SetMinValue(unsigned int value) { _minValue = value; }
+
+unsigned int IntegerDescriptor::GetMaxValue() const { return _maxValue; }
+void IntegerDescriptor::SetMaxValue(unsigned int value) { _maxValue = value; }
+
+unsigned int IntegerDescriptor::GetFactoryDefault() const { return _factoryDefault; }
+void IntegerDescriptor::SetFactoryDefault(unsigned int value) { _factoryDefault = value; }
+
+unsigned int IntegerDescriptor::GetAdjustBy() const { return _adjustBy; }
+void IntegerDescriptor::SetAdjustBy(unsigned int value) { _adjustBy = value; }
+
+unsigned int IntegerDescriptor::GetScaleBy() const { return _scaleBy; }
+void IntegerDescriptor::SetScaleBy(unsigned int value) { _scaleBy = value; }
+
+unsigned int IntegerDescriptor::GetOffsetBy() const { return _offsetBy; }
+void IntegerDescriptor::SetOffsetBy(unsigned int value) { _offsetBy = value; }
+
+unsigned int IntegerDescriptor::GetDisplayPrecision() const { return _displayPrecision; }
+void IntegerDescriptor::SetDisplayPrecision(unsigned int digits) { _displayPrecision = digits; }
+
+std::string IntegerDescriptor::GetUnits() const { return _units; }
+void IntegerDescriptor::SetUnits(std::string units) { _units = std::move(units); }
+
+std::string IntegerDescriptor::GetUnits2() const { return _units2; }
+void IntegerDescriptor::SetUnits2(std::string units) { _units2 = std::move(units); }
+
+StringDescriptor::~StringDescriptor() = default;
+
+unsigned int StringDescriptor::GetMinLength() const { return _minLength; }
+void StringDescriptor::SetMinLength(unsigned int length) { _minLength = length; }
+
+unsigned int StringDescriptor::GetMaxLength() const { return _maxLength; }
+void StringDescriptor::SetMaxLength(unsigned int length) { _maxLength = length; }
+
+std::string StringDescriptor::GetFactoryDefault() const { return _factoryDefault; }
+void StringDescriptor::SetFactoryDefault(std::string value) { _factoryDefault = std::move(value); }
+
+EnumDescriptor::~EnumDescriptor() = default;
+
+std::map<unsigned int, EnumValueDescriptor> EnumDescriptor::GetEnumValueDescriptors() const {
+  MutexLock lock(_mutex);
+  return _values;
+}
+
+std::vector<EnumValueDescriptor> EnumDescriptor::GetOrderedEnumValueDescriptors() {
+  MutexLock lock(_mutex);
+  std::vector<EnumValueDescriptor> ordered;
+  ordered.reserve(_order.size());
+  for (const unsigned int value : _order) ordered.push_back(_values[value]);
+  return ordered;
+}
+
+EnumValueDescriptor EnumDescriptor::GetEnumValueDescriptor(unsigned int value) const {
+  MutexLock lock(_mutex);
+  const auto found = _values.find(value);
+  return found == _values.end() ? EnumValueDescriptor() : found->second;
+}
+
+void EnumDescriptor::SetEnumValueDescriptors(std::map<unsigned int, EnumValueDescriptor> values) {
+  MutexLock lock(_mutex);
+  _values = std::move(values);
+}
+
+void EnumDescriptor::AddNameValuePair(unsigned int value, std::string name) {
+  AddNameValuePair(value, name, name);
+}
+
+void EnumDescriptor::AddNameValuePair(unsigned int value, std::string name, std::string shortName) {
+  MutexLock lock(_mutex);
+  _values[value] = {value, std::move(name), std::move(shortName)};
+  _order.push_back(value);
+}
+
+std::string EnumDescriptor::GetEnumValue(unsigned int value) const {
+  {
+    MutexLock lock(_mutex);
+    const auto found = _values.find(value);
+    if (found != _values.end()) return found->second.name;
+  }
+  if (value == 0) return "(nil)";
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%x", value);
+  return text;
+}
+
+bool EnumDescriptor::HasValue(unsigned int value) const {
+  MutexLock lock(_mutex);
+  return _values.count(value) != 0;
 }

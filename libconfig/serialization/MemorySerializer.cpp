@@ -3,7 +3,16 @@
 #include <cstring>
 
 #include "libconfig/serialization/ByteOrder.h"
+#include "libconfig/serialization/MemorySerializerSizer.h"
 #include "libconfig/serialization/Serializable.h"
+
+Serializer::~Serializer() = default;
+
+void Serializer::Write(ClassFactoryHeader& header) {
+  Write("ClassID", static_cast<unsigned int>(header.classID));
+}
+
+void Serializer::Wrote(unsigned int count) { _byteCount += count; }
 
 MemorySerializer::MemorySerializer(eSerializationFormat format, char* start, char* end, bool flag)
     : Serializer(format), _position(start), _start(start), _end(end), _flag(flag) {
@@ -71,3 +80,30 @@ void MemorySerializer::SetBufferStart(char* start) { _start = start; }
 char* MemorySerializer::GetBufferEnd() { return _end; }
 void MemorySerializer::SetBufferEnd(char* end) { _end = end; }
 int MemorySerializer::Available() { return static_cast<int>(GetBufferEnd() - GetPos()); }
+
+MemorySerializerSizer::MemorySerializerSizer(eSerializationFormat format) : Serializer(format) {}
+
+MemorySerializerSizer::~MemorySerializerSizer() = default;
+
+unsigned int MemorySerializerSizer::GetSize(Serializable* object, MemorySerializer* serializer) {
+  MemorySerializerSizer sizer(serializer->GetFormat());
+  sizer.Write("Serializable", object);
+  return sizer.GetByteCount();
+}
+
+void MemorySerializerSizer::Write(std::string, unsigned char) { Wrote(1); }
+void MemorySerializerSizer::Write(std::string, long) { Wrote(4); }
+void MemorySerializerSizer::Write(std::string, bool) { Wrote(4); }
+void MemorySerializerSizer::Write(std::string, std::string value) {
+  Wrote(static_cast<unsigned int>(value.size()) + 1);
+}
+void MemorySerializerSizer::Write(std::string, unsigned int) { Wrote(4); }
+void MemorySerializerSizer::Write(std::string, int) { Wrote(4); }
+void MemorySerializerSizer::Write(std::string, Serializable* object) {
+  if (object == nullptr) return;
+  ClassFactoryHeader header{object->GetClassID()};
+  Write(header);
+  object->Serialize(this);
+}
+void MemorySerializerSizer::Write(std::string, char*, unsigned int length) { Wrote(4 + length); }
+void MemorySerializerSizer::Write(ClassFactoryHeader&) { Wrote(4); }
