@@ -18,6 +18,7 @@
 #include "libconfig/access/queue/PosixMQClient.h"
 #include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/access/queue/PosixMQServer.h"
+#include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Export.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"

@@ -2,9 +2,9 @@
 // LIBCONFIG_PRODUCT (quarn, vimble or crandle; quarn when unset) chooses the model.
 #include <strings.h>
 
-#include <cstdio>
 #include <cstdlib>
 
+#include "libconfig/base/Diagnostics.h"
 #include "product/CProductID.h"
 #include "product/SerialNumber_Quarn.h"
 
@@ -16,9 +16,8 @@ CProductID::eProductID_t ChosenProduct() {
   if (::strcasecmp(name, "vimble") == 0) return CProductID::eProduct_Vimble;
   if (::strcasecmp(name, "crandle") == 0) return CProductID::eProduct_Crandle;
   if (::strcasecmp(name, "quarn") != 0) {
-    std::fprintf(stderr,
-                 "LIBCONFIG_PRODUCT is \"%s\"; use quarn, vimble or crandle. Going on as quarn.\n",
-                 name);
+    qel::config::Report(
+        "LIBCONFIG_PRODUCT is \"%s\"; use quarn, vimble or crandle. Going on as quarn.\n", name);
   }
   return CProductID::eProduct_Quarn;
 }

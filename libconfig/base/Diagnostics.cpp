@@ -1,16 +1,20 @@
 #include "libconfig/base/Diagnostics.h"
 
+#include <sched.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "libconfig/base/Mutex.h"
+
 namespace qel::config {
 namespace {
 
-void WriteAll(const char* text, size_t length) {
+void WriteToStandardError(void*, const char* text, std::size_t length) {
   while (length > 0) {
     const ssize_t written = ::write(STDERR_FILENO, text, length);
     if (written < 0) {
@@ -18,11 +22,64 @@ void WriteAll(const char* text, size_t length) {
       return;  // nowhere is left to complain
     }
     text += written;
-    length -= static_cast<size_t>(written);
+    length -= static_cast<std::size_t>(written);
   }
 }
 
+// Where messages go. There are two: one in force, and one that the next SetMessageHandler fills
+// when nobody is left in it.
+struct Route {
+  MessageHandler handler = &WriteToStandardError;
+  void* context = nullptr;
+  std::atomic<int> users{0};
+};
+
+Route g_routes[2];
+std::atomic<Route*> g_route{&g_routes[0]};
+
+// Keeps the route in force from being filled anew.
+class RouteInUse {
+ public:
+  RouteInUse() {
+    for (;;) {
+      _route = g_route.load();
+      ++_route->users;
+      // Otherwise it may be filled at this moment.
+      if (_route == g_route.load()) return;
+      --_route->users;
+    }
+  }
+  ~RouteInUse() { --_route->users; }
+  RouteInUse(const RouteInUse&) = delete;
+  RouteInUse& operator=(const RouteInUse&) = delete;
+
+  const Route& operator*() const { return *_route; }
+
+ private:
+  Route* _route;
+};
+
+void AwaitUnused(const Route& route) {
+  while (route.users.load() != 0) ::sched_yield();
+}
+
 }  // namespace
+
+void SetMessageHandler(MessageHandler handler, void* context) {
+  static auto* const mutex = new Mutex;  // outlives the threads
+  MutexLock lock(*mutex);
+  Route* const before = g_route.load();
+  Route& next = g_routes[before == &g_routes[0] ? 1 : 0];
+  AwaitUnused(next);
+  next.handler = handler != nullptr ? handler : &WriteToStandardError;
+  next.context = context;
+  g_route.store(&next);
+  AwaitUnused(*before);
+}
+
+void SilenceMessages() {
+  SetMessageHandler([](void*, const char*, std::size_t) {}, nullptr);
+}
 
 void ReportV(const char* format, va_list arguments) {
   const int saved = errno;
@@ -30,12 +87,17 @@ void ReportV(const char* format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
   const int length = std::vsnprintf(line, sizeof line, format, arguments);
-  if (length >= 0 && static_cast<size_t>(length) < sizeof line) {
-    WriteAll(line, static_cast<size_t>(length));
-  } else if (length >= 0) {
-    std::string longLine(static_cast<size_t>(length) + 1, '\0');
-    std::vsnprintf(longLine.data(), longLine.size(), format, again);
-    WriteAll(longLine.data(), static_cast<size_t>(length));
+  if (length >= 0) {
+    const char* text = line;
+    const auto size = static_cast<std::size_t>(length);
+    std::string longLine;
+    if (size >= sizeof line) {
+      longLine.resize(size);
+      std::vsnprintf(longLine.data(), size + 1, format, again);
+      text = longLine.data();
+    }
+    const RouteInUse route;
+    (*route).handler((*route).context, text, size);
   }
   va_end(again);
   errno = saved;

@@ -1,5 +1,13 @@
 // A mutex, its scoped lock and its condition variable, annotated so that clang checks who holds
-// what. Internal to the library; public classes show SemaphoreHelper instead.
+// what.
+//
+// The library has two kinds of lock. Neither is recursive, and no listener, handler or factory is
+// called with one held unless its interface says so.
+//
+//   Mutex      everywhere: the cheapest lock, which a Condition can wait with.
+//   Semaphore  (values/SemaphoreHelper.h) where a class shows its lock to programs, which take it
+//   by
+//              SemaphoreHelper, and where another thread than the one that took it gives it back.
 #pragma once
 
 #include <chrono>
