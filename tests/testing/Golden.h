@@ -83,6 +83,12 @@ class Golden {
     }
   }
 
+  std::vector<std::string> GetObjectNames() const {
+    std::vector<std::string> names;
+    for (const auto& entry : _entries.at("object")) names.push_back(entry.first);
+    return names;
+  }
+
   Bytes GetObject(const std::string& name) const {
     std::string text;
     for (const std::string& word : _entries.at("object").at(name)) {
