@@ -1,7 +1,11 @@
-// The process-wide catalogue: one descriptor for each parameter of the device. CreateDescriptors
-// builds it once at start-up; it lives until DestroyDescriptors. The descriptors belong to the
-// catalogue, callers only read them. Building and destroying are safe from any thread; lookups take
-// no lock and may run on any thread while the catalogue exists.
+// The process-wide catalogue: one descriptor for each parameter of the device.
+//
+//   CreateDescriptors();
+//   if (const ParamDescriptor* found = FindDescriptor(id)) std::puts(found->GetName().c_str());
+//
+// CreateDescriptors builds it once at start-up; it lives until DestroyDescriptors. The descriptors
+// belong to the catalogue, callers only read them. Building and lookups are safe from any thread;
+// lookups take no lock while the catalogue exists.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,7 @@
-// Describes a parameter whose values are named choices.
+// Describes a parameter whose values are named choices. Any thread may call any operation.
+//
+//   if (const auto* choices = dynamic_cast<EnumDescriptor*>(FindDescriptor(id)))
+//     std::puts(choices->GetEnumValue(value).c_str());
 #pragma once
 
 #include "libconfig/base/Mutex.h"

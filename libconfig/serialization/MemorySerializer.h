@@ -10,8 +10,13 @@
 //
 // The bytes are the same on every host.
 //
+//   MemorySerializer serializer(eSerializationFormat_Network, nullptr, nullptr, false);
+//   std::vector<char> bytes(MemorySerializerSizer::GetSize(object, &serializer));
+//   serializer.SetPos(bytes.data());
+//   serializer.Write("Object", object);
+//
 // REQUIRES: room for all that is written, which GetSize of MemorySerializerSizer tells beforehand.
-// No write checks it.
+// No write checks it. One thread at a time.
 #pragma once
 
 #include "libconfig/serialization/Serializer.h"

@@ -1,7 +1,12 @@
 // Base of everything that crosses a process or storage boundary: it knows its class identifier and
 // writes and reads its own fields. Whoever creates an object owns it, except for the prototypes
 // that ClassFactory shares. The identifier and the dirty flag may be read and written from any
-// thread; what a subclass guards is its own business.
+// thread; each subclass says what else it guards.
+//
+//   class Mine : public Serializable {
+//     void Serialize(Serializer* out) override { out->Write("Number", _number); }
+//     void Deserialize(DeSerializer* in) override { in->Read("Number", _number); }
+//   };
 #pragma once
 
 #include <atomic>

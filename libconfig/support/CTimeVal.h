@@ -1,5 +1,9 @@
 // A stopwatch on the wall clock, and arithmetic on timeval. Times are seconds and microseconds. No
-// locks: one thread at a time.
+// locks: one thread at a time. The wall clock may be set back, and a time is then negative.
+//
+//   CTimeVal watch;
+//   watch.start();
+//   const int milliseconds = watch.get_elapsed_ms();
 #pragma once
 
 #include <sys/time.h>

@@ -3,7 +3,11 @@
 // trace, and an empty file means all of them. The file is looked at again at most every five
 // seconds, when somebody asks for the logger, so that tracing can be switched on a running device.
 //
-// One for the process, never destroyed. Any thread may call. A line of the trace is one write.
+//   Logger* const logger = Logger::GetLogger();
+//   logger->Log(eParamID_IPConfig, value, "set by %s\n", peer);
+//
+// One for the process, never destroyed. Any thread may call. A line of the trace is one message,
+// which base/Diagnostics.h sends elsewhere or silences with all others.
 #pragma once
 
 #include <atomic>

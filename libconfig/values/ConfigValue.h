@@ -1,6 +1,13 @@
-// The value of one parameter in one store. The store owns its values; everybody else works on
-// clones. Any thread may call any operation: the payload has a guard of its own, the identifiers
-// and the dirty flag are plain words that are read and written as a whole.
+// The value of one parameter in one store: an IntegerValue or a StringValue. The store owns its
+// values; everybody else works on clones.
+//
+//   const std::unique_ptr<IntegerValue> value(IntegerValue::Create(id, eParamType_Enum, 2));
+//   value->Set(3);
+//   if (value->IsDirty()) ...  // 3 was a change
+//
+// Any thread may call any operation: the payload has a semaphore of its own, the identifiers and
+// the dirty flag are plain words that are read and written as a whole. Nothing that is called while
+// a value is serialized may call Get or Set of the same value: its semaphore is held.
 #pragma once
 
 #include <atomic>

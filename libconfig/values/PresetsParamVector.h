@@ -3,11 +3,15 @@
 // and four register parameters say what is to be done and how it went. Serialized, behind its class
 // header: what Presets writes, then the block.
 //
+//   PresetsParamVector presets;
+//   if (presets.Load(static_cast<eConfigID_t>(3), config)) Keep(presets);  // register 3
+//
 // Store creates the temporary file without any permission bits, so that nobody but root can read
 // it: the application has to run as root to take in what a client stores. Load needs the permission
 // to read and remove the file that the application wrote.
 //
-// One thread at a time; Store and Load block the calling thread for up to 30 seconds.
+// One thread at a time. Store and Load block the calling thread for up to 30 seconds, and only
+// borrow the configuration.
 #pragma once
 
 #include <string>

@@ -1,5 +1,8 @@
-// Semaphores used as mutexes. A failure of the system's semaphore operations is reported on
-// standard error, and the operation goes on as if it had succeeded.
+// Semaphores used as mutexes. A failure of the system's semaphore operations is reported, and the
+// operation goes on as if it had succeeded.
+//
+//   Semaphore semaphore;
+//   const SemaphoreHelper guard(semaphore);  // held until the end of the block
 #pragma once
 
 #include <semaphore.h>

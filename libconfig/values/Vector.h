@@ -1,5 +1,8 @@
 // A list of serializable objects, which it owns. Serialized, behind its class header: the number of
 // items in a word, then each item with its own class header. One thread at a time.
+//
+//   Vector vector;
+//   vector.Add(IntegerValue::Create(id, eParamType_Enum, 2));  // the vector's from now on
 #pragma once
 
 #include <vector>
@@ -17,9 +20,8 @@ class LIBCONFIG_API Vector : public Serializable {
   // The same objects in the same order, not objects that are equal.
   bool IsEqual(Serializable* other) override;
   void Serialize(Serializer* serializer) override;
-  // Appends what it reads: copies of shared prototypes, and the objects themselves of all other
-  // classes. An item of no known class is left out. Ends when the stream does, whatever number of
-  // items it promised.
+  // Appends what it reads. An item of no known class is left out. Ends when the stream does,
+  // whatever number of items it promised.
   void Deserialize(DeSerializer* deserializer) override;
 
   // Takes ownership; null is left out.
