@@ -4,7 +4,7 @@
 
 namespace qel::config {
 
-void DescriptorRegistry::Create(const std::function<void(DescriptorMap&)>& build) {
+void DescriptorRegistry::Create(void (*build)(DescriptorMap&)) {
   MutexLock lock(_mutex);
   bool exists = false;
   ForEachDescriptor(_map, [&](const ParamDescriptor&) { exists = true; });
@@ -23,7 +23,7 @@ void DescriptorRegistry::Destroy() {
   _map.clear();
 }
 
-void DescriptorRegistry::Amend(const std::function<void(const DescriptorMap&)>& pass) {
+void DescriptorRegistry::Amend(void (*pass)(const DescriptorMap&)) {
   MutexLock lock(_mutex);
   pass(_map);
 }

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,11 +16,11 @@ namespace qel::config {
 class DescriptorRegistry {
  public:
   // Runs `build` on an empty map and publishes it, unless the catalogue exists already.
-  void Create(const std::function<void(DescriptorMap&)>& build);
+  void Create(void (*build)(DescriptorMap&));
   void Destroy();
 
   // Runs `pass` on the catalogue, one pass at a time.
-  void Amend(const std::function<void(const DescriptorMap&)>& pass);
+  void Amend(void (*pass)(const DescriptorMap&));
 
   // Null when there is no such parameter.
   ParamDescriptor* Find(eParam_t id) const;

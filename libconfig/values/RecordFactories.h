@@ -11,6 +11,7 @@ class LIBCONFIG_API SectorHeaderFactory : public ClassFactory {
  public:
   SectorHeaderFactory() : ClassFactory(eClassID_SectorHeader) { Register(this); }
   Serializable* Create() override;
+  bool IsShared() override { return true; }
 };
 
 class LIBCONFIG_API CheckpointFactory : public PrototypeFactory<Checkpoint> {

@@ -14,6 +14,7 @@ class PrototypeFactory : public ClassFactory {
   explicit PrototypeFactory(eClassID_t classID) : ClassFactory(classID) {}
 
   Serializable* Create() override { return &_prototype; }
+  bool IsShared() override { return true; }
 
  private:
   T _prototype;
