@@ -19,15 +19,15 @@ void WriteToStandardError(void*, const char* text, std::size_t length) {
     const ssize_t written = ::write(STDERR_FILENO, text, length);
     if (written < 0) {
       if (errno == EINTR) continue;
-      return;  // nowhere is left to complain
+      return;  // the failure cannot be reported either
     }
     text += written;
     length -= static_cast<std::size_t>(written);
   }
 }
 
-// Where messages go. There are two: one in force, and one that the next SetMessageHandler fills
-// when nobody is left in it.
+// Where messages go. One of the two routes is in force. SetMessageHandler fills the other one, once
+// no thread uses it any more, and then switches.
 struct Route {
   MessageHandler handler = &WriteToStandardError;
   void* context = nullptr;
@@ -37,14 +37,14 @@ struct Route {
 Route g_routes[2];
 std::atomic<Route*> g_route{&g_routes[0]};
 
-// Keeps the route in force from being filled anew.
+// Holds the route in force, so that it is not filled meanwhile.
 class RouteInUse {
  public:
   RouteInUse() {
     for (;;) {
       _route = g_route.load();
       ++_route->users;
-      // Otherwise it may be filled at this moment.
+      // If the route is not in force any more, it may be about to be filled: do not read it.
       if (_route == g_route.load()) return;
       --_route->users;
     }

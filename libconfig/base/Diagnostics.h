@@ -1,12 +1,11 @@
 // The library's messages: lines of text on what failed and why, and the traces of qel::logging.
-// They go to standard error, each message in one write, until a program sends them elsewhere:
+// They go to standard error, each message in one write, until a program redirects them:
 //
-//   qel::config::SilenceMessages();                         // nowhere
-//   qel::config::SetMessageHandler(&WriteToSyslog, &log);   // void WriteToSyslog(void*, const
-//   char*, size_t) qel::config::SetMessageHandler(nullptr, nullptr);       // to standard error
-//   again
+//   qel::config::SilenceMessages();                     // drop them
+//   qel::config::SetMessageHandler(&ToSyslog, &log);    // see MessageHandler
+//   qel::config::SetMessageHandler(nullptr, nullptr);   // standard error again
 //
-// Any thread may set a handler. A message neither waits for a lock nor allocates, unless it is
+// Any thread may set a handler. Reporting a message takes no lock, and allocates only for a message
 // longer than 511 bytes.
 #pragma once
 
@@ -17,13 +16,13 @@
 
 namespace qel::config {
 
-// Gets a message of `length` bytes, line end included, with a zero behind them; the text is gone
-// when the call returns. Called on any thread, on several at once, and with locks of the library
+// Receives one message: `length` bytes, line end included, followed by a zero. The text is valid
+// during the call only. Called on any thread, on several at once, and with locks of the library
 // held: it must neither block nor call the library.
 using MessageHandler = void (*)(void* context, const char* text, std::size_t length);
 
-// Sends all messages to `handler` from now on; null stands for standard error. On return the
-// handler before is called no more, so that its context may be freed.
+// Sends all messages to `handler` from now on; null stands for standard error. After the return the
+// previous handler is not called any more, and its context may be freed.
 LIBCONFIG_API void SetMessageHandler(MessageHandler handler, void* context);
 
 LIBCONFIG_API void SilenceMessages();

@@ -9,7 +9,7 @@ namespace qel::config {
 
 enum class ThreadKind { kJoinable, kDetached };
 
-// Runs `entry(argument)` on a new thread that takes no signals: those are the program's business. A
+// Runs `entry(argument)` on a new thread that blocks all signals: the program handles them. A
 // stack of 0 is the system's default. Returns 0, or the error number of pthread_create, which is in
 // errno too; `thread` may be null for a detached one.
 int StartThread(pthread_t* thread, ThreadKind kind, std::size_t stackSize, void* (*entry)(void*),

@@ -22,7 +22,7 @@ namespace {
 
 std::atomic<bool> g_encodeDescriptors{false};
 
-// Never destroyed: threads look parameters up until the process ends.
+// Never destroyed: threads may look up parameters until the process ends.
 DescriptorRegistry& MainRegistry() {
   static auto* const registry = new DescriptorRegistry;
   return *registry;

@@ -21,14 +21,14 @@ namespace qel::config {
 using DescriptorMap = std::map<eParam_t, ParamDescriptor*>;
 }
 
-// The catalogue itself. Whoever changes it does so while no other thread uses the catalogue; what
+// The catalogue itself. Change it only while no other thread uses the catalogue; what
 // is added is deleted with the rest. Names the same map for as long as the process lives.
 extern LIBCONFIG_API qel::config::DescriptorMap& g_paramDescriptors;
 
 // Builds the catalogue and the generic one. Later calls do nothing.
 LIBCONFIG_API void CreateDescriptors();
 
-// Deletes all descriptors, at shutdown. REQUIRES: nobody uses one any more.
+// Deletes all descriptors, at shutdown. REQUIRES: no descriptor is used any more.
 LIBCONFIG_API void DestroyDescriptors();
 
 // Builds the generic catalogue alone; see GenericCatalogue.h.
@@ -44,7 +44,7 @@ LIBCONFIG_API bool IsValidParamID(eParam_t id);
 LIBCONFIG_API ParamDescriptor* FindDescriptor(eParam_t id);
 
 // Never null: an identifier that is not in the catalogue gets a new placeholder, named by its four
-// bytes ("1.2.3.4"), which nobody frees. Ask FindDescriptor where identifiers come from a peer.
+// bytes ("1.2.3.4"), which is never freed. Use FindDescriptor where identifiers come from a peer.
 LIBCONFIG_API ParamDescriptor* GetDescriptor(eParam_t id);
 // By symbolic identifier ("eParamID_IPConfig"); null when no parameter bears it.
 LIBCONFIG_API ParamDescriptor* GetDescriptor(std::string idName);

@@ -1,7 +1,7 @@
 // One catalogue: a map of descriptors that is built aside and published at once. Internal.
 //
 // The map is one that programs may name. The mutex serialises building and destroying. Lookups take
-// no lock once the catalogue is published; before that they wait for whoever builds it.
+// no lock once the catalogue is published; before that they wait for a build in progress.
 #pragma once
 
 #include <atomic>
@@ -25,7 +25,7 @@ class DescriptorRegistry {
   // Null when there is no such parameter.
   ParamDescriptor* Find(eParam_t id) const;
   ParamDescriptor* Find(const std::string& idName) const;
-  // Find, or a new placeholder that nobody owns.
+  // Find, or a new placeholder without an owner.
   ParamDescriptor* FindOrMakePlaceholder(eParam_t id) const;
   std::vector<eParam_t> GetIDs() const;
   std::vector<std::string> GetIDNames() const;

@@ -35,9 +35,9 @@ class LIBCONFIG_API ClassFactory {
   // An object of the factory's class: a new one that the caller owns, or the shared prototype of a
   // factory whose IsShared is true. Null when none can be made.
   virtual Serializable* Create() = 0;
-  // True when every Create returns the same object, which nobody deletes or keeps. Unless it is
+  // True when every Create returns the same object, which must not be deleted or kept. Unless it is
   // overridden, that follows from GetClassID: a factory for one of the classes 0, 1, 6 and 7 that
-  // makes new objects has to say so here, or nobody frees them.
+  // makes new objects has to return false here, or the objects leak.
   virtual bool IsShared();
 
   // Enters `factory` under its identifier and takes ownership. A factory that held the place before

@@ -1,5 +1,5 @@
 // Base of everything that crosses a process or storage boundary: it knows its class identifier and
-// writes and reads its own fields. Whoever creates an object owns it, except for the prototypes
+// writes and reads its own fields. The creator of an object owns it, except for the prototypes
 // that ClassFactory shares. The identifier and the dirty flag may be read and written from any
 // thread; each subclass says what else it guards.
 //

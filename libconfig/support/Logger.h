@@ -1,7 +1,7 @@
 // Traces the traffic of parameters to standard error. It is off unless the control file
 // /usr/local/bin/PROGRAM.log exists; each line "watch NAME" of the file names one parameter to
-// trace, and an empty file means all of them. The file is looked at again at most every five
-// seconds, when somebody asks for the logger, so that tracing can be switched on a running device.
+// trace, and an empty file means all of them. GetLogger checks the file again at most every
+// five seconds, so that tracing can be switched on a running device.
 //
 //   Logger* const logger = Logger::GetLogger();
 //   logger->Log(eParamID_IPConfig, value, "set by %s\n", peer);
@@ -65,7 +65,7 @@ class LIBCONFIG_API Logger {
   std::string Prefix() const;
 
   std::atomic<bool> _enabled{false};
-  // Set by Init, before anybody else has the logger.
+  // Set by Init, before the logger is published.
   std::string _program;
   std::string _path;
 

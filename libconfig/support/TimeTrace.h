@@ -5,7 +5,7 @@
 //   print_timevals();
 //
 // Saving reads the clock and stores two words, nothing more, on any thread. Print and clear while
-// nobody saves. The trace holds 102400 entries and ignores what comes after.
+// no thread saves. The trace holds 102400 entries and ignores what comes after.
 #pragma once
 
 #include <sys/time.h>

@@ -18,7 +18,7 @@
 
 class LIBCONFIG_API ConfigValue : public Serializable {
  public:
-  // Of no class and no parameter, until it is told or deserialized.
+  // Of no class and no parameter, until these are set or deserialized.
   ConfigValue();
   ConfigValue(eClassID_t classID, eConfigID_t configID, eParam_t paramID, eParamType_t paramType);
 

@@ -29,13 +29,13 @@ class LIBCONFIG_API PresetsParamVector : public Presets {
   ~PresetsParamVector() override;
   bool IsEqual(Serializable* other) override;
   void Serialize(Serializer* serializer) override;
-  // What it held before is gone, whether or not the stream holds a block.
+  // Drops the former data, whether or not the stream holds a block.
   void Deserialize(DeSerializer* deserializer) override;
   // False, with a message, when the application does not answer that it is done, and when the file
   // cannot be read; there are then no data, or those from before the call.
   bool Load(eConfigID_t reg, Config* config) override;
   // False, with a message, when there are no data, the file cannot be written, or the application
-  // does not answer that it is done. The file is gone afterwards, unless `config` is null.
+  // does not answer that it is done. The file is removed, unless `config` is null.
   bool Store(eConfigID_t reg, Config* config) override;
 
   // The block, which stays this object's, and its length in bytes; null and 0 when there is none.

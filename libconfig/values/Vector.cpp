@@ -9,7 +9,7 @@
 namespace qel::config::values {
 namespace {
 
-// What the number of items is taken for when it cannot be read.
+// The assumed number of items when it cannot be read.
 constexpr unsigned int kUnknownSize = 65535;
 
 constexpr int kClassHeader = 4;

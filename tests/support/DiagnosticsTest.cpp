@@ -52,6 +52,7 @@ void Count(void* context, const char*, std::size_t) {
 TEST(Diagnostics, CallNoHandlerThatHasBeenReplaced) {
   Listener listeners[300];
   std::atomic<bool> done{false};
+  qel::config::SilenceMessages();
   testing_support::OnThreads(4, [&](int thread) {
     while (thread != 0 && !done) Report("message %d\n", thread);
     if (thread != 0) return;

@@ -3,7 +3,7 @@
 #include "libconfig/descriptors/groups/Groups.h"
 #include "product/SerialNumber_Quarn.h"
 
-// The build gives the release. Without one it is somebody's own build.
+// The build gives the release. Without one it is a developer's build.
 #ifndef LIBCONFIG_VERSION
 #define LIBCONFIG_VERSION "development"
 #endif
