@@ -1,9 +1,6 @@
 // Measures what the library is held to, and prints each figure beside its limit. A figure that
 // falls short is for people to weigh, as machines differ and others use them too: the program only
 // fails when it could not measure.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -12,6 +9,7 @@
 #include "bench/Figure.h"
 #include "bench/Machine.h"
 #include "bench/Report.h"
+#include "libconfig/libconfig.h"
 
 namespace {
 
@@ -64,12 +62,6 @@ constexpr char kUsage[] =
     "  --only NAME  the figures whose names contain NAME\n"
     "  --verbose    what the library has to say, too\n";
 
-// The library tells on standard error what its servers and stores do.
-void SilenceLibrary() {
-  const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-  if (nowhere >= 0) ::dup2(nowhere, STDERR_FILENO);
-}
-
 bool MeasureAndPrint(const bench::Figure& figure) {
   try {
     bench::PrintLine(figure, figure.measure());
@@ -111,7 +103,7 @@ int main(int argc, char** argv) {
       return help ? 0 : 2;
     }
   }
-  if (!verbose) SilenceLibrary();
+  if (!verbose) qel::config::SilenceMessages();
   std::printf("%s\n\n", bench::DescribeMachine().c_str());
   bench::PrintHead();
   bool measured = true;

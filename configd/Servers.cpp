@@ -7,8 +7,6 @@
 #include <cstring>
 #include <memory>
 
-#include "configd/SilentStderr.h"
-
 namespace {
 
 // Ports that are tried when the system chooses: one that is free for TCP may be taken for UDP.
@@ -62,7 +60,7 @@ bool Servers::Open(const std::string& address, int port, bool udp) {
   _port = port;
   int error = 0;
   {
-    const SilentStderr silent;
+    const Silence silence;
     for (int i = 0; i < kAttempts; ++i) {
       if (StartAll(address, port, udp, error)) return true;
       if (port != 0 || error != EADDRINUSE) break;

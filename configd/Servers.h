@@ -1,4 +1,4 @@
-// The network servers of the daemon: TCP, and UDP on the same port. One thread.
+// What the daemon serves over the network.
 #pragma once
 
 #include <string>
@@ -6,6 +6,17 @@
 
 #include "libconfig/libconfig.h"
 
+// Drops the library's messages while it exists: where a line of the daemon's says it better, or
+// says all there is to say.
+class Silence {
+ public:
+  Silence() { qel::config::SilenceMessages(); }
+  ~Silence() { qel::config::SetMessageHandler(nullptr, nullptr); }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+};
+
+// TCP, and UDP on the same port. One thread.
 class Servers {
  public:
   // All of them or none: false after one line on standard error that says what to do. Port 0 lets

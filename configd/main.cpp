@@ -18,7 +18,6 @@
 #include "configd/QueueService.h"
 #include "configd/Servers.h"
 #include "configd/ServiceManager.h"
-#include "configd/SilentStderr.h"
 #include "configd/StoreKeeper.h"
 #include "libconfig/libconfig.h"
 
@@ -104,7 +103,7 @@ std::string DescribeState(const StateFolder& folder) {
 
 // Held until the process ends.
 bool OpenStore() {
-  const SilentStderr silent;
+  const Silence silence;
   return ConfigFactoryImpl::GetInstance()->Connect("local:configid=0") != nullptr;
 }
 
@@ -167,7 +166,7 @@ int Serve(const Options& options) {
   while (::sigwait(&ending, &signal) != 0) {
   }
   service_manager::Notify("STOPPING=1");
-  SilentStderr::ToTheEnd();  // the servers' threads have their last words after this
+  qel::config::SilenceMessages();  // what the servers' threads report from here on helps nobody
   servers.Stop();
   queue.reset();
   const bool saved = keeper->Stop();
