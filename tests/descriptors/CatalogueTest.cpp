@@ -133,35 +133,6 @@ TEST_F(CatalogueTest, OrdersMenuNumbersStrictlyAndWeakly) {
   EXPECT_FALSE(MenuNumberCompare(ids[0], ids[2]));
   EXPECT_FALSE(MenuNumberCompare(ids[0], ids[0]));
   EXPECT_TRUE(MenuNumberCompare(kUnknown, ids[0])) << "no number at all comes first";
-
-  const char* const texts[] = {"",
-                               "1",
-                               ".",
-                               "01.0",
-                               "1.0",
-                               "1.0.0",
-                               "a.b",
-                               "-1",
-                               "2..3",
-                               "2.3",
-                               "0.1",
-                               " 7",
-                               "99999999999999999999"};
-  const std::size_t count = std::size(texts);
-  for (std::size_t i = 0; i < count; ++i) number(i, texts[i]);
-  const auto before = [&](std::size_t i, std::size_t j) {
-    return MenuNumberCompare(ids[i], ids[j]);
-  };
-  const auto same = [&](std::size_t i, std::size_t j) { return !before(i, j) && !before(j, i); };
-  for (std::size_t i = 0; i < count; ++i) {
-    for (std::size_t j = 0; j < count; ++j) {
-      EXPECT_FALSE(before(i, j) && before(j, i)) << texts[i] << " " << texts[j];
-      for (std::size_t k = 0; k < count; ++k) {
-        EXPECT_TRUE(!before(i, j) || !before(j, k) || before(i, k));
-        EXPECT_TRUE(!same(i, j) || !same(j, k) || same(i, k));
-      }
-    }
-  }
 }
 
 TEST_F(CatalogueTest, KeepsTheGenericParametersToThemselves) {

@@ -7,12 +7,12 @@
 #include <algorithm>
 
 #include "libconfig/base/Limits.h"
+#include "libconfig/serialization/MemoryDeSerializer.h"
 #include "libconfig/values/Checkpoint.h"
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/SectorHeader.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
-#include "tests/serialization/Record.h"
 #include "tests/testing/Emulator.h"
 #include "tests/testing/Threads.h"
 

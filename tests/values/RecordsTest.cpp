@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "libconfig/serialization/MemorySerializer.h"
@@ -136,23 +135,6 @@ TEST(Records, DescribeAPackage) {
   EXPECT_EQ(
       "class=PackageHeader, _packageHeaderVersion=0x1001, _productID=FFFFFFFF, _fileSize=0x0.",
       header.ToString());
-}
-
-TEST(Vector, OwnsCopiesOfWhatReadersShare) {
-  Vector vector;
-  for (unsigned int i = 0; i < 3; ++i) {
-    vector.Add(IntegerValue::Create(eParamID_IPConfig, eParamType_Enum, i));
-    vector.Add(SectorHeader::Create(i, 0, 0));
-    auto* const checkpoint = new Checkpoint(static_cast<eConfigID_t>(i));
-    checkpoint->SetOffset(i);
-    vector.Add(checkpoint);
-  }
-  const Object read = Read(Written(vector));
-  ASSERT_NE(nullptr, read);
-  EXPECT_EQ(Hex(Written(vector)), Hex(Written(*read)));
-  const auto& items = dynamic_cast<Vector&>(*read).GetItems();
-  const std::set<Serializable*> distinct(items.begin(), items.end());
-  EXPECT_EQ(items.size(), distinct.size());
 }
 
 TEST(Vector, EndsWithItsStreamWhateverItPromises) {
