@@ -27,6 +27,8 @@ class ListenerList {
   // Removes the first entry of `listener`, and tells whether there was one.
   bool Remove(ConfigEventListener* listener);
   void RemoveAll();
+  // From now on no listener is called, but for the call that goes on. Does not wait for that.
+  void Close() { _closed = true; }
   // Ends the calling thread's delivery, if it is inside one: it reaches no further listener, and
   // the list is unlocked. For a caller that is about to wait for a thread which may want the list.
   void QuitDelivery();
@@ -96,11 +98,14 @@ class ListenerList {
   bool IsMine() const {
     return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
   }
-  ConfigEventListener* Next() { return _next < _end ? _listeners[_next++] : nullptr; }
+  ConfigEventListener* Next() {
+    return _next < _end && !_closed ? _listeners[_next++] : nullptr;
+  }
 
   Semaphore _lock;
   std::atomic<std::thread::id> _owner{};
   std::atomic<std::size_t> _count{0};  // of _listeners
+  std::atomic<bool> _closed{false};
   // The rest is only touched by the owner.
   std::vector<ConfigEventListener*> _listeners;
   std::size_t _next = 0;

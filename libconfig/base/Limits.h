@@ -49,6 +49,10 @@ constexpr std::size_t kPeerThreadStack = std::size_t{1024} * 1024;
 // Requests of one client that were given up and whose late answers are still recognised.
 constexpr std::size_t kAbandonedRequests = 1024;
 
+// How long a network client waits for an answer, and for that to the setting of a number over UDP.
+constexpr int kAnswerMs = 12000;
+constexpr int kUdpSetMs = 6000;
+
 // One message of a queue, and how long an exchange over queues may take.
 constexpr std::size_t kQueueRecord = std::size_t{64} * 1024;
 constexpr int kQueueExchangeMs = 60000;

@@ -8,13 +8,12 @@
 
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Thread.h"
 #include "libconfig/descriptors/Catalogue.h"
-#include "libconfig/network/ClientEvents.h"
 #include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
-#include "libconfig/network/RecordRouter.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/support/Logger.h"
 #include "libconfig/values/StringValue.h"
@@ -25,45 +24,46 @@ namespace qel::vorlane::config::access {
 using qel::config::ListenerList;
 using qel::config::LiveConfigs;
 using qel::config::MutexLock;
+using qel::config::Outcome;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
 using qel::config::Report;
 using qel::config::ReportErrno;
+using qel::config::SetOutcome;
 using qel::logging::Logger;
 
 namespace {
 
-constexpr int kAnswerMs = 12000;
-constexpr int kDisconnectMs = 1000;
+constexpr std::chrono::milliseconds kDisconnectTime(1000);
 constexpr std::size_t kLargestSetStream = 8192;
+
+bool IsAccepted(const XCONFIGMGR_CONNECTION_RESPONSE_T& answer, uint32_t type, const char* what) {
+  if (answer.msgtype == type && answer.error == 0) return true;
+  SetOutcome(Outcome::kRefused);
+  if (answer.msgtype != type) {
+    Report("NetworkClient::%s: unexpected msgtype == %d\n", what,
+           static_cast<int>(answer.msgtype));
+  } else {
+    Report("NetworkClient::%s: server responded with error %d\n", what,
+           static_cast<int>(answer.error));
+  }
+  return false;
+}
 
 }  // namespace
 
 NetworkClient::NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID,
-                             std::shared_ptr<RecordRouter> router)
+                             std::unique_ptr<qel::config::RecordReader> reader)
     : _socket(socket),
       _connectionID(connectionID),
       _configID(configID),
-      _events(std::make_shared<Events>()),
-      _router(std::move(router)) {
+      _events(std::make_shared<Events>(std::move(reader))) {
   LiveConfigs<NetworkClient>::Instance().Add(this);
 }
 
 NetworkClient::~NetworkClient() {
   LiveConfigs<NetworkClient>::Instance().Remove(this);
-  LeaveEventsThread();
-  _events->listeners.RemoveAll();
-}
-
-// The events thread must not wait for an exchange whose answer it has to read itself.
-void NetworkClient::TakeRequestLock() {
-  if (!_router->IsReader()) {
-    _router->LetReaderGoFirst();
-    SemaphoreHelper::Wait(_requestLock.Get());
-    return;
-  }
-  if (::sem_trywait(_requestLock.Get()) == 0) return;
-  _router->SetReaderQueues(true);
-  while (::sem_trywait(_requestLock.Get()) != 0) _router->ServeExchange();
-  _router->SetReaderQueues(false);
+  Leave();
 }
 
 bool NetworkClient::ReceiveStream(unsigned int, std::vector<char>&) { return false; }
@@ -101,10 +101,9 @@ bool NetworkClient::ConfirmConnection() {
   Exchange exchange(*this);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {
       XCFG_CONNECT_REQUEST, _connectionID, 0, static_cast<uint32_t>(_configID), 0, kResultWord};
-  ReceivedRecord answer;
-  switch (
-      exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kAnswerMs, answer)) {
-    case Received::kAnswer:
+  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
+  switch (exchange.Ask(request, answer)) {
+    case Received::kRecord:
       break;
     case Received::kNotSent:
       Report("NetworkClient::ConfirmConnection: send failed\n");
@@ -116,49 +115,26 @@ bool NetworkClient::ConfirmConnection() {
       Report("NetworkClient::ConfirmConnection - receive failed\n");
       return false;
   }
-  if (answer.header.msgtype != XCFG_CONNECT_RESPONSE) {
-    Report("NetworkClient::ConfirmConnection: unexpected msgtype == %d\n",
-           static_cast<int>(answer.header.msgtype));
-    return false;
-  }
-  const uint32_t error = Exchange::ConnectionError(answer);
-  if (error != 0) {
-    Report("NetworkClient::ConfirmConnection: server responded with error %d\n",
-           static_cast<int>(error));
-    return false;
-  }
-  return true;
+  return IsAccepted(answer, XCFG_CONNECT_RESPONSE, "ConfirmConnection");
 }
 
 bool NetworkClient::ConfirmDisconnect() {
-  Exchange exchange(*this);
+  Exchange exchange(*this, kDisconnectTime);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST,
                                                    _connectionID,
                                                    exchange.NextRequestID(),
                                                    static_cast<uint32_t>(_configID),
                                                    0,
                                                    kResultWord};
-  ReceivedRecord answer;
-  const Received received =
-      exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kDisconnectMs, answer);
-  if (received != Received::kAnswer) {
+  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
+  const Received received = exchange.Ask(request, answer);
+  if (received != Received::kRecord) {
     if (received != Received::kTimeout && received != Received::kNotSent) {
       ReportErrno("NetworkClient::ConfirmDisconnect - recv failed");
     }
     return false;
   }
-  if (answer.header.msgtype != XCFG_DISCONNECT_RESPONSE) {
-    Report("NetworkClient::ConfirmDisconnect: unexpected msgtype == %d\n",
-           static_cast<int>(answer.header.msgtype));
-    return false;
-  }
-  const uint32_t error = Exchange::ConnectionError(answer);
-  if (error != 0) {
-    Report("NetworkClient::ConfirmDisconnect: server responded with error %d\n",
-           static_cast<int>(error));
-    return false;
-  }
-  return true;
+  return IsAccepted(answer, XCFG_DISCONNECT_RESPONSE, "ConfirmDisconnect");
 }
 
 unsigned int NetworkClient::Get(eParam_t param) {
@@ -172,8 +148,8 @@ int NetworkClient::Get(eParam_t param, unsigned int& value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
   ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof answer.header, false, kAnswerMs, answer)) {
-    case Received::kAnswer:
+  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), false, answer)) {
+    case Received::kRecord:
       break;
     case Received::kNotSent:
       ReportErrno("NetworkClient::Get");
@@ -187,13 +163,22 @@ int NetworkClient::Get(eParam_t param, unsigned int& value) {
       Report("NetworkClient::Get: receive return != sizeof(XCONFIGMGR_RESPONSE_T), FAILED");
       return 0;
   }
-  ConnectionUtilities::Dump(&answer.header);
-  if (answer.header.error != 0) {
+  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
+  ConnectionUtilities::Dump(&header);
+  if (header.error != 0) {
+    SetOutcome(Outcome::kRefused);
     Report("NetworkClient::Get - response message indicated an error\n");
     return 0;
   }
-  value = answer.header.value;
+  value = header.value;
   return 1;
+}
+
+// The system would take the request even though nobody is there to read it.
+bool NetworkClient::SendChange(Exchange& exchange, const void* request, std::size_t length) {
+  if (IsConnected()) return exchange.Send(request, length);
+  SetOutcome(Outcome::kNoConnection);
+  return false;
 }
 
 int NetworkClient::Set(eParam_t param, unsigned int value) {
@@ -201,8 +186,7 @@ int NetworkClient::Set(eParam_t param, unsigned int value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_PARAM_REQUEST, param);
   request.value = value;
   ConnectionUtilities::Dump(&request);
-  // The system would take the request even though nobody is there to read it.
-  if (!IsConnected() || !exchange.Send(request)) {
+  if (!SendChange(exchange, &request, sizeof request)) {
     Report("NetworkClient::Set - send failed\n");
     return 0;
   }
@@ -214,8 +198,8 @@ int NetworkClient::Get(eParam_t param, std::string& value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
   ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof answer.header, true, kAnswerMs, answer)) {
-    case Received::kAnswer:
+  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), true, answer)) {
+    case Received::kRecord:
       break;
     case Received::kNotSent:
       ReportErrno("NetworkClient::Get - socket send failed");
@@ -230,12 +214,14 @@ int NetworkClient::Get(eParam_t param, std::string& value) {
     case Received::kStreamCut:
       Report("NetworkClient::Get - bytes read do not equal streamLength\n");
       return 0;
-    case Received::kFailed:
+    default:
       ReportErrno("NetworkClient::Get - socket recv failed");
       return 0;
   }
-  ConnectionUtilities::Dump(&answer.header);
-  if (answer.header.error != 0) {
+  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
+  ConnectionUtilities::Dump(&header);
+  SetOutcome(Outcome::kRefused);
+  if (header.error != 0) {
     Report("NetworkClient::Get - response error != 0\n");
     return 0;
   }
@@ -252,6 +238,7 @@ int NetworkClient::Get(eParam_t param, std::string& value) {
     return 0;
   }
   text->Get(value);
+  SetOutcome(Outcome::kDone);
   return 1;
 }
 
@@ -262,6 +249,7 @@ int NetworkClient::Set(eParam_t param, std::string value) {
   std::vector<char> bytes =
       qel::config::EncodeValue(text, eSerializationFormat_Network, sizeof request);
   if (bytes.size() > kLargestSetStream) {
+    SetOutcome(Outcome::kTooLong);
     Report("NetworkClient::Set: The string value exceeds the buffer length (Max:%d Len:%d)\n",
            static_cast<int>(kLargestSetStream), static_cast<int>(bytes.size()));
     return 0;
@@ -270,7 +258,7 @@ int NetworkClient::Set(eParam_t param, std::string value) {
   request.streamFormat = eSerializationFormat_Network;
   ConnectionUtilities::Dump(&request);
   std::memcpy(bytes.data(), &request, sizeof request);
-  if (!IsConnected() || !SendRequest(bytes.data(), bytes.size())) {
+  if (!SendChange(exchange, bytes.data(), bytes.size())) {
     Report("NetworkClient::Set: socket send failed (stream data)\n");
     return 0;
   }
@@ -299,16 +287,18 @@ int NetworkClient::IsDirty(eParam_t, eConfigID_t) { return 0; }
 bool NetworkClient::IsConnected() { return _socket->is_open() && !_socket->is_peer_gone(); }
 
 int NetworkClient::AddConfigEventListener(ConfigEventListener* listener) {
+  if (listener == nullptr) return 0;
   // With the listeners held, so that a change that comes at once is told to this one too. They come
   // ahead of the mutex, which a listener that runs now may want.
   const ListenerList::Delivery hold(_events->listeners);
   MutexLock lock(_registrationMutex);
   if (_ending || !_socket->is_open()) return 0;
   if (!_registered) {
+    _events->records.KeepEvents(true);
     const bool stream = _socket->get_type() == SOCK_STREAM;
     if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) return 0;
-    if (!StartEventsThread()) {
-      _router->Abort();  // as nobody reads the answers
+    if (!StartThread()) {
+      _events->records.Stop();  // as nobody would be told
       return 0;
     }
     _registered = true;
@@ -345,6 +335,12 @@ bool NetworkClient::UnregisterForEvents() { return false; }
 void NetworkClient::ProcessEvents() {}
 
 bool NetworkClient::StartEventsThread() {
+  MutexLock lock(_registrationMutex);
+  return StartThread();
+}
+
+bool NetworkClient::StartThread() {
+  if (_hasThread || _ending) return false;
   const int error = qel::config::StartThread(&_eventsThread, qel::config::ThreadKind::kJoinable, 0,
                                              thread_start, this);
   if (error != 0) {
@@ -357,15 +353,14 @@ bool NetworkClient::StartEventsThread() {
 
 void* NetworkClient::thread_start(void* argument) {
   auto* const client = static_cast<NetworkClient*>(argument);
-  const std::shared_ptr<RecordRouter> router = client->_router;
   const std::shared_ptr<Events> events = client->_events;
   try {
     client->ProcessEvents();
   } catch (abi::__forced_unwind&) {
     throw;
   } catch (...) {
-    // A listener's exception, or no memory. Nobody would read the answers to requests any more.
-    if (!events->clientGone) router->Abort();
+    // A listener's exception, or no memory: what follows would not be told, which misleads.
+    events->records.Stop();
   }
   return nullptr;
 }
@@ -375,7 +370,7 @@ void NetworkClient::StopEventsThread() {
     Report("NetworkClient::StopEventsThread - NULL socket");
     return;
   }
-  _socket->close();
+  _events->records.Stop();
   pthread_t thread;
   {
     MutexLock lock(_registrationMutex);
@@ -391,8 +386,10 @@ void NetworkClient::StopEventsThread() {
   }
 }
 
-void NetworkClient::LeaveEventsThread() {
+void NetworkClient::Leave() {
+  _events->listeners.Close();
   StopEventsThread();
+  _events->records.Close();
   MutexLock lock(_registrationMutex);
   if (!_hasThread) return;
   // This is the events thread, inside a listener's call: it ends when the call returns.

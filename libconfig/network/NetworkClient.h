@@ -1,13 +1,20 @@
 // A configuration behind a network: the Config whose operations travel as records to a
 // NetworkServer. NetworkFactory makes the clients and takes them back.
 //
-// Any thread may call. Exchanges are one at a time; one that gets no answer ends after 12 seconds.
-// A change is sent without waiting for an answer: a later read on the same client sees it, unless
-// the store refused it. The first listener starts the events thread, on which all listeners are
-// called; removing the last one ends it, and with it the connection.
+// Any thread may call. Exchanges are one at a time; a call without an answer ends after 12 seconds,
+// the wait for its turn included. A change is sent without waiting for an answer: a later read on
+// the same client sees it, unless the store refused it. The first listener starts the events thread,
+// on which all listeners are called; removing the last one ends it, and with it the connection.
+//
+//   NetworkFactory factory;
+//   NetworkClient* const client = factory.Connect("tcp://127.0.0.1:43110");
+//   if (client != nullptr) client->Set(eParamID_IPConfig, 1U);
+//   factory.Disconnect(client);
 //
 // From inside a listener's call everything is allowed: reading and setting on this client, adding
-// and removing listeners, handing the client back.
+// and removing listeners, handing the client back. A listener that blocks holds up other listeners,
+// not other threads' reads. Once the client is being handed back no listener is called any more,
+// but for the call that goes on; handing back waits for that, and ends what other threads do.
 #pragma once
 
 #include <pthread.h>
@@ -20,13 +27,14 @@
 #include "libconfig/base/Export.h"
 #include "libconfig/base/Mutex.h"
 #include "libconfig/network/NetworkRecords.h"
-#include "libconfig/values/SemaphoreHelper.h"
 
 class Socket;
 
-namespace qel::vorlane::config::access {
+namespace qel::config {
+class RecordReader;
+}
 
-class RecordRouter;
+namespace qel::vorlane::config::access {
 
 class LIBCONFIG_API NetworkClient : public Config {
  public:
@@ -47,7 +55,7 @@ class LIBCONFIG_API NetworkClient : public Config {
   // A text whose record would exceed 8192 bytes is not sent.
   int Set(eParam_t param, std::string value) override;
   int Get(eParam_t param, std::string& value) override;
-  // Each listener is kept once. 0 when the connection has ended.
+  // Each listener is kept once. 0 for null, and when the connection has ended.
   int AddConfigEventListener(ConfigEventListener* listener) override;
   int RemoveConfigEventListener(ConfigEventListener* listener) override;
 
@@ -64,8 +72,13 @@ class LIBCONFIG_API NetworkClient : public Config {
   // Whether the connection still lives, as far as this side knows.
   virtual bool IsConnected();
 
-  // Closes the socket and waits for the events thread, unless called by it.
+  // A thread that runs ProcessEvents, and its end: closes the socket and waits for the thread, unless
+  // called by it. AddConfigEventListener and RemoveConfigEventListener call them. False when there is
+  // such a thread already, or can be none.
+  bool StartEventsThread();
   void StopEventsThread();
+  // `client` is a NetworkClient. Runs its ProcessEvents.
+  static void* thread_start(void* client);
 
   // Tells the listeners of a change, or fills `event` instead when it is given.
   int ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* record, ConfigEvent* event);
@@ -76,29 +89,29 @@ class LIBCONFIG_API NetworkClient : public Config {
  protected:
   class Exchange;
   struct Events;
+  friend class NetworkFactory;
 
-  // Takes over `socket`. `router` reads it.
+  // Takes over `socket`. `reader` reads it.
   NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID,
-                std::shared_ptr<RecordRouter> router);
+                std::unique_ptr<qel::config::RecordReader> reader);
 
   // The bytes behind the record that ProcessEvents is working on; none unless overridden.
   virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream);
 
-  // For the destructor of each derived class, whose operations the events thread uses.
-  void LeaveEventsThread();
+  // For the destructor of each derived class, whose operations the events thread uses: from now on no
+  // listener is called, the connection has ended, and no other thread is inside this client.
+  void Leave();
 
   bool SendRequest(const void* record, std::size_t length);
   XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
 
   Socket& GetSocket() { return *_socket; }
   const std::shared_ptr<Events>& GetEvents() const { return _events; }
-  const std::shared_ptr<RecordRouter>& GetRouter() const { return _router; }
   unsigned int GetConnectionID() const { return _connectionID; }
 
  private:
-  static void* thread_start(void* argument);
-  bool StartEventsThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  void TakeRequestLock();
+  bool StartThread() LIBCONFIG_REQUIRES(_registrationMutex);
+  bool SendChange(Exchange& exchange, const void* request, std::size_t length);
   int Deliver(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
   timeval NoteUpdate();
@@ -106,13 +119,8 @@ class LIBCONFIG_API NetworkClient : public Config {
   const std::unique_ptr<Socket> _socket;
   const unsigned int _connectionID;
   const eConfigID_t _configID;
-  // What the events thread needs although the client may be gone: the listeners, and the reader.
   const std::shared_ptr<Events> _events;
-  const std::shared_ptr<RecordRouter> _router;
-
-  // Held for an exchange.
-  Semaphore _requestLock;
-  uint32_t _requestCounter = 1;
+  uint32_t _requestCounter = 1;  // of whose turn it is
 
   // Guards the coming and going of the events thread. Never held while a listener is waited for.
   qel::config::Mutex _registrationMutex;

@@ -10,6 +10,7 @@
 #include "libconfig/access/LiveConfigs.h"
 #include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
 #include "libconfig/network/NetworkTCPClient.h"
 #include "libconfig/network/NetworkUDPClient.h"
@@ -49,7 +50,7 @@ NetworkClient* NetworkFactory::Connect(std::string uri) {
   const unsigned int connectionID = ConnectionUtilities::GetConnectionID();
   const url::URL url = url::parse(uri);
   if (url.port.empty()) return nullptr;
-  const int port = static_cast<int>(std::strtol(url.port.c_str(), nullptr, 10));
+  const long number = std::strtol(url.port.c_str(), nullptr, 10);
   const eConfigID_t configID = ReadConfigID(uri);
   const bool stream = Contains(uri, "tcp");
   const bool multicast = Contains(uri, "multicast");
@@ -62,13 +63,13 @@ NetworkClient* NetworkFactory::Connect(std::string uri) {
     Report("NetworkFactory::Connect - failed to create socket\n");
     return nullptr;
   }
-  if (multicast) {
-    socket->bind(port);
-  } else if (!socket->connect(url.host, port)) {
+  const bool isPort = number >= 1 && number <= 65535;
+  if (!isPort || (!multicast && !socket->connect(url.host, static_cast<int>(number)))) {
     Report("NetworkFactory::Connect - failed to connect to host %s, port %d\n", url.host.c_str(),
-           port);
+           static_cast<int>(number));
     return nullptr;
   }
+  if (multicast) socket->bind(static_cast<int>(number));
   std::unique_ptr<NetworkClient> client;
   if (stream) {
     client = std::make_unique<NetworkTCPClient>(connectionID, socket.release(), configID);
@@ -87,6 +88,8 @@ void NetworkFactory::Disconnect(NetworkClient* client) {
   if (client == nullptr || !qel::config::LiveConfigs<NetworkClient>::Instance().Contains(client)) {
     return;
   }
+  // What has not been told yet is told to nobody any more.
+  client->_events->listeners.Close();
   client->ConfirmDisconnect();
   client->StopEventsThread();
   delete client;

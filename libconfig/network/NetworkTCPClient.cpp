@@ -3,34 +3,37 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "libconfig/base/Diagnostics.h"
-#include "libconfig/network/ClientEvents.h"
 #include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/RecordReaders.h"
 #include "libconfig/network/Socket.h"
-#include "libconfig/network/StreamRouter.h"
 
 namespace qel::vorlane::config::access {
 
+using qel::config::Received;
+using qel::config::ReceivedRecord;
+using qel::config::RecordExchange;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
 namespace {
 
 constexpr int kSocketBuffer = 108544;
-constexpr unsigned kSendMs = 12000;
-constexpr int kUnregisterMs = 12000;
 
 }  // namespace
 
 NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
-    : NetworkClient(connectionID, socket, configID, std::make_shared<StreamRouter>(*socket)) {
+    : NetworkClient(connectionID, socket, configID, std::make_unique<StreamRecordReader>(*socket, kAnswerTime)) {
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
-  socket->set_send_timeout(kSendMs);
+  socket->set_send_timeout(kAnswerTime.count());
+  socket->set_receive_timeout(kAnswerTime.count());
 }
 
-NetworkTCPClient::~NetworkTCPClient() { LeaveEventsThread(); }
+NetworkTCPClient::~NetworkTCPClient() { Leave(); }
 
 bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& stream) {
   stream = std::move(_eventStream);
@@ -40,14 +43,11 @@ bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& str
 
 bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
   Exchange exchange(*this);
-  if (!IsConnected() || !exchange.Send(MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST,
-                                                           exchange.NextRequestID(), param))) {
-    ReportErrno("NetworkTCPClient::RegisterForEvents");
-    return false;
-  }
-  // Whoever has the next exchange leaves the reading to the events thread.
-  GetRouter()->ExpectReader();
-  return true;
+  const auto request = MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST,
+                                           exchange.NextRequestID(), param);
+  if (IsConnected() && exchange.Send(&request, sizeof request)) return true;
+  ReportErrno("NetworkTCPClient::RegisterForEvents");
+  return false;
 }
 
 bool NetworkTCPClient::RegisterForEvents() { return RegisterForEvents(eParamID_None); }
@@ -56,10 +56,9 @@ bool NetworkTCPClient::UnregisterForEvents() {
   Exchange exchange(*this);
   const auto request = MakeListenerRequest(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST,
                                            exchange.NextRequestID(), eParamID_None);
-  ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T), false, kUnregisterMs,
-                       answer)) {
-    case Received::kAnswer:
+  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
+  switch (exchange.Ask(request, answer)) {
+    case Received::kRecord:
       break;
     case Received::kNotSent:
       ReportErrno("NetworkTCPClient::UnregisterForEvents");
@@ -68,15 +67,14 @@ bool NetworkTCPClient::UnregisterForEvents() {
     default:
       return false;
   }
-  if (answer.header.msgtype != XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE) {
+  if (answer.msgtype != XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE) {
     Report(
         "NetworkTCPClient::UnregisterForEvents - msgtype != "
         "XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE\n");
     return false;
   }
-  const uint32_t error = Exchange::ConnectionError(answer);
-  if (error != 0) {
-    Report("NetworkTCPClient::UnregisterForEvents - error = %d\n", static_cast<int>(error));
+  if (answer.error != 0) {
+    Report("NetworkTCPClient::UnregisterForEvents - error = %d\n", static_cast<int>(answer.error));
     return false;
   }
   return true;
@@ -94,26 +92,29 @@ XCONFIGMGR_EVENT_HANDLER_REQUEST_T NetworkTCPClient::MakeListenerRequest(uint32_
 
 // A listener may delete this client: the thread holds what it needs to find that out.
 void NetworkTCPClient::ProcessEvents() {
-  const std::shared_ptr<RecordRouter> router = GetRouter();
   const std::shared_ptr<Events> events = GetEvents();
-  router->BecomeReader();
-  ReceivedRecord record;
-  int result = 0;
-  while (router->NextEvent(record, result)) {
-    switch (record.header.msgtype) {
-      case XCFG_PARAM_CHANGED_EVENT:
-        ProcessConfigParamEvent(&record.header, nullptr);
-        break;
-      case XCFG_PARAM_STREAM_CHANGED_EVENT:
-        _eventStream = std::move(record.stream);
-        ProcessConfigStreamParamEvent(&record.header, nullptr);
-        break;
-      default:
-        Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n",
-               static_cast<int>(record.header.msgtype));
+  RecordExchange& records = events->records;
+  records.KeepEvents(true);
+  const RecordExchange::EventWait wait(records);
+  uint32_t type = 0;
+  Received received;
+  while ((received = records.AwaitEvent(type)) < Received::kEnded) {
+    if (received == Received::kUnknown) {
+      Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n",
+             static_cast<int>(type));
+    }
+    ReceivedRecord record;
+    if (received != Received::kRecord || !records.TakeAwaitedEvent(record)) continue;
+    auto header = record.As<XCONFIGMGR_RESPONSE_T>();
+    if (header.msgtype == XCFG_PARAM_CHANGED_EVENT) {
+      ProcessConfigParamEvent(&header, nullptr);
+    } else {
+      _eventStream = std::move(record.stream);
+      ProcessConfigStreamParamEvent(&header, nullptr);
     }
     if (events->clientGone) return;
   }
+  const int result = errno == 0 ? 0 : -1;
   ReportErrno("NetworkTCPClient::ProcessEvents");
   Report("NetworkTCPClient::ProcessEvents - recv error (%d) in process ID %d\n", result,
          static_cast<int>(::getpid()));

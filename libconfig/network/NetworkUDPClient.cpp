@@ -11,11 +11,10 @@
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
 #include "libconfig/base/Thread.h"
-#include "libconfig/network/ClientEvents.h"
 #include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
-#include "libconfig/network/DatagramRouter.h"
 #include "libconfig/network/Multicast.h"
+#include "libconfig/network/RecordReaders.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/support/Logger.h"
 #include "libconfig/values/StringValue.h"
@@ -24,15 +23,19 @@
 namespace qel::vorlane::config::access {
 
 using qel::config::MutexLock;
+using qel::config::Outcome;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
+using qel::config::RecordExchange;
 using qel::config::Report;
 using qel::config::ReportErrno;
+using qel::config::SetOutcome;
 using qel::logging::Logger;
 
 namespace {
 
 constexpr int kSocketBuffer = 108544;
-constexpr int kSetMs = 6000;
-constexpr int kGetMs = 12000;
+constexpr std::chrono::milliseconds kSetTime(qel::config::limits::kUdpSetMs);
 
 // Servers whose event numbers are remembered.
 constexpr std::size_t kMostSenders = 64;
@@ -47,14 +50,15 @@ struct NetworkUDPClient::Responses {
   bool stop LIBCONFIG_GUARDED_BY(mutex) = false;
   bool hasThread = false;
   pthread_t thread = {};
-  std::atomic<bool> tookLeave{false};  // of the server
+  std::atomic<bool> disconnected{false};  // the server was told
 };
 
 NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
-    : NetworkClient(connectionID, socket, configID, std::make_shared<DatagramRouter>(*socket)),
+    : NetworkClient(connectionID, socket, configID, std::make_unique<DatagramRecordReader>(*socket, kAnswerTime)),
       _responses(std::make_shared<Responses>()) {
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
+  socket->set_receive_timeout(kAnswerTime.count());
   _responses->hasThread =
       qel::config::StartThread(&_responses->thread, qel::config::ThreadKind::kJoinable, 0,
                                ResponseThreadHandler, this) == 0;
@@ -62,9 +66,10 @@ NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eC
 
 // Either thread may be the one that runs this, inside a listener's call.
 NetworkUDPClient::~NetworkUDPClient() {
+  GetEvents()->listeners.Close();  // ahead of letting the other thread go on
   UnregisterForEvents();
-  if (!_responses->tookLeave && GetSocket().get_port() != multicast::kPort) {
-    // The server remembers who has not taken leave. Its answer is nobody's business.
+  if (!_responses->disconnected && GetSocket().get_port() != multicast::kPort) {
+    // Say goodbye, or the server keeps our entry; ignore its reply.
     const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST,
                                                      GetConnectionID(),
                                                      0,
@@ -73,7 +78,7 @@ NetworkUDPClient::~NetworkUDPClient() {
                                                      kResultWord};
     GetSocket().send_some(&request, sizeof request, false);
   }
-  LeaveEventsThread();
+  Leave();
   {
     MutexLock lock(_responses->mutex);
     _responses->stop = true;
@@ -120,9 +125,7 @@ void NetworkUDPClient::ResponseQueueHandler() {
 }
 
 bool NetworkUDPClient::RegisterForEvents() {
-  if (GetSocket().add_membership(multicast::kGroup, multicast::kInterface) == 0) return false;
-  GetRouter()->ExpectReader();
-  return true;
+  return GetSocket().add_membership(multicast::kGroup, multicast::kInterface) != 0;
 }
 
 bool NetworkUDPClient::UnregisterForEvents() {
@@ -130,7 +133,7 @@ bool NetworkUDPClient::UnregisterForEvents() {
 }
 
 bool NetworkUDPClient::ConfirmDisconnect() {
-  _responses->tookLeave = true;
+  _responses->disconnected = true;
   return GetSocket().get_port() == multicast::kPort || NetworkClient::ConfirmDisconnect();
 }
 
@@ -144,45 +147,25 @@ void NetworkUDPClient::NoteSequence(uint64_t sender, uint32_t number) {
 }
 
 void NetworkUDPClient::ProcessEvents() {
-  const std::shared_ptr<RecordRouter> router = GetRouter();
   const std::shared_ptr<Events> events = GetEvents();
-  const std::shared_ptr<Responses> responses = _responses;
+  RecordExchange& records = events->records;
   Logger* const logger = Logger::GetLogger();
   logger->Log("NetworkUDPClient::ProcessEvents enter\n");
-  router->BecomeReader();
-  ReceivedRecord record;
-  int result = 0;
-  while (router->NextEvent(record, result)) {
-    const XCONFIGMGR_RESPONSE_T& header = record.header;
-    if (record.size < sizeof header) continue;
-    if (header.msgtype == XCFG_PARAM_CHANGED_EVENT) NoteSequence(record.sender, header.requestID);
-    if (header.configID != static_cast<uint32_t>(GetConfigID())) {
-      logger->Log("NetworkUDPClient::ProcessEvents - ConfigID:%d  Inbound ConfigID:%d\n",
-                  static_cast<int>(GetConfigID()), static_cast<int>(header.configID));
-      continue;
+  records.KeepEvents(true);
+  const RecordExchange::EventWait wait(records);
+  uint32_t type = 0;
+  Received received;
+  while ((received = records.AwaitEvent(type)) < Received::kEnded) {
+    if (received == Received::kUnknown) {
+      logger->Log("NetworkUDPClient::ProcessEvents - Unknown message type %d\n",
+                  static_cast<int>(type));
     }
-    switch (header.msgtype) {
-      case XCFG_PARAM_CHANGED_EVENT: {
-        MutexLock lock(responses->mutex);
-        if (responses->queue.size() >= qel::config::limits::kKeptEvents) {
-          responses->queue.pop_front();
-          ++_missedEvents;
-        }
-        responses->queue.push_back(header);
-        responses->changed.Signal();
-        break;
-      }
-      case XCFG_PARAM_STREAM_CHANGED_EVENT:
-        if (header.streamLength > record.stream.size()) break;
-        ProcessConfigStreamParamEvent(static_cast<eParam_t>(header.paramID), record.stream.data(),
-                                      header.streamLength);
-        break;
-      default:
-        logger->Log("NetworkUDPClient::ProcessEvents - Unknown message type %d\n",
-                    static_cast<int>(header.msgtype));
-    }
+    ReceivedRecord record;
+    if (received != Received::kRecord || !records.TakeAwaitedEvent(record)) continue;
+    ProcessEvent(record);
     if (events->clientGone) return;
   }
+  const int result = errno == 0 ? 0 : -1;
   if (result == 0) {
     logger->Log("NetworkUDPClient::ProcessEvents - ret == 0\n");
   } else {
@@ -191,14 +174,38 @@ void NetworkUDPClient::ProcessEvents() {
   logger->Log("NetworkUDPClient::ProcessEvents exit\n");
 }
 
+// A listener may delete this client: nothing of it is touched after the call.
+void NetworkUDPClient::ProcessEvent(ReceivedRecord& record) {
+  const auto header = record.As<XCONFIGMGR_RESPONSE_T>();
+  const bool isNumber = header.msgtype == XCFG_PARAM_CHANGED_EVENT;
+  if (isNumber) NoteSequence(record.sender, header.requestID);
+  if (header.configID != static_cast<uint32_t>(GetConfigID())) {
+    Logger::GetLogger()->Log("NetworkUDPClient::ProcessEvents - ConfigID:%d  Inbound ConfigID:%d\n",
+                             static_cast<int>(GetConfigID()), static_cast<int>(header.configID));
+    return;
+  }
+  if (isNumber) {
+    MutexLock lock(_responses->mutex);
+    if (_responses->queue.size() >= qel::config::limits::kKeptEvents) {
+      _responses->queue.pop_front();
+      ++_missedEvents;
+    }
+    _responses->queue.push_back(header);
+    _responses->changed.Signal();
+  } else if (header.streamLength <= record.stream.size()) {
+    ProcessConfigStreamParamEvent(static_cast<eParam_t>(header.paramID), record.stream.data(),
+                                  header.streamLength);
+  }
+}
+
 int NetworkUDPClient::Set(eParam_t param, unsigned int value) {
-  Exchange exchange(*this);
+  Exchange exchange(*this, kSetTime);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_PARAM_REQUEST, param);
   request.value = value;
   ConnectionUtilities::Dump(&request);
   ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof answer.header, false, kSetMs, answer)) {
-    case Received::kAnswer:
+  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), false, answer)) {
+    case Received::kRecord:
       break;
     case Received::kNotSent:
       Report("NetworkClient::Set - send failed\n");
@@ -211,8 +218,10 @@ int NetworkUDPClient::Set(eParam_t param, unsigned int value) {
       ReportErrno("NetworkUDPClient::Set - recvfrom failed");
       return 0;
   }
-  if (answer.header.error != 0) {
-    Report("NetworkUDPClient::Set - response error:%d\n", static_cast<int>(answer.header.error));
+  const auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
+  if (header.error != 0) {
+    SetOutcome(Outcome::kRefused);
+    Report("NetworkUDPClient::Set - response error:%d\n", static_cast<int>(header.error));
     return 0;
   }
   return 1;
@@ -222,7 +231,7 @@ int NetworkUDPClient::Get(eParam_t param, std::string& value) {
   Exchange exchange(*this);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
-  if (!exchange.Request(request, sizeof(XCONFIGMGR_RESPONSE_T), true, kGetMs)) {
+  if (!exchange.Request(request, sizeof(XCONFIGMGR_RESPONSE_T), true)) {
     ReportErrno("NetworkUDPClient::Get");
     Report("NetworkUDPClient::Get - socket send failed\n");
     return 0;
@@ -233,7 +242,7 @@ int NetworkUDPClient::Get(eParam_t param, std::string& value) {
 int NetworkUDPClient::Get(std::string& value) {
   ReceivedRecord answer;
   switch (Exchange::Receive(*this, answer)) {
-    case Received::kAnswer:
+    case Received::kRecord:
       break;
     case Received::kTimeout:
       Report("NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
@@ -243,12 +252,14 @@ int NetworkUDPClient::Get(std::string& value) {
       ReportErrno("NetworkUDPClient::Get - recvfrom failed");
       return 0;
   }
-  ConnectionUtilities::Dump(&answer.header);
-  if (answer.header.error != 0) {
+  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
+  ConnectionUtilities::Dump(&header);
+  SetOutcome(Outcome::kRefused);
+  if (header.error != 0) {
     Report("NetworkUDPClient::Get - response error != 0\n");
     return 0;
   }
-  const uint32_t length = answer.header.streamLength;
+  const uint32_t length = header.streamLength;
   if (length == 0 || length > answer.stream.size()) {
     Report("NetworkUDPClient::Get - invalid streamLength (PID:%d)\n", static_cast<int>(::getpid()));
     return 0;
@@ -262,6 +273,7 @@ int NetworkUDPClient::Get(std::string& value) {
     return 0;
   }
   text->Get(value);
+  SetOutcome(Outcome::kDone);
   return 1;
 }
 

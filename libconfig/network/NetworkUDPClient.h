@@ -17,6 +17,10 @@
 #include "libconfig/base/Export.h"
 #include "libconfig/network/NetworkClient.h"
 
+namespace qel::config {
+struct ReceivedRecord;
+}
+
 namespace qel::vorlane::config::access {
 
 class LIBCONFIG_API NetworkUDPClient : public NetworkClient {
@@ -30,7 +34,7 @@ class LIBCONFIG_API NetworkUDPClient : public NetworkClient {
   // Waits for the server's answer, at most 6 seconds: 1 says that the store took the value.
   int Set(eParam_t param, unsigned int value) override;
   int Get(eParam_t param, std::string& value) override;
-  // A multicast listener has nobody to take leave of.
+  // A multicast listener has no server to disconnect from, and succeeds.
   bool ConfirmDisconnect() override;
   // Join and leave the multicast group on the loopback interface.
   bool RegisterForEvents() override;
@@ -41,12 +45,14 @@ class LIBCONFIG_API NetworkUDPClient : public NetworkClient {
   // numbers are counted by servers, and those of all configurations together.
   unsigned int GetMissedEvents() const { return _missedEvents; }
 
-  // Receives the answer to the text that was asked for. `value` is left alone on failure.
+  // Receives the answer to the text that was asked for; fails at once when none was. `value` is left
+  // alone on failure.
   virtual int Get(std::string& value);
 
  private:
   struct Responses;
 
+  void ProcessEvent(qel::config::ReceivedRecord& record);
   void NoteSequence(uint64_t sender, uint32_t number);
   static void* ResponseThreadHandler(void* client);
   void ResponseQueueHandler();

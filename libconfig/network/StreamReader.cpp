@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "libconfig/base/Limits.h"
@@ -10,18 +11,36 @@
 namespace qel::vorlane::config::access {
 namespace {
 
+using qel::config::Deadline;
+using qel::config::kForever;
+using std::chrono::milliseconds;
+
 constexpr std::size_t kBufferSize = std::size_t{16} * 1024;
 
-using Clock = std::chrono::steady_clock;
+// By how much the socket's own time-out may exceed a deadline.
+constexpr milliseconds kSlack(50);
 
 }  // namespace
 
-StreamReader::StreamReader(Socket& socket, std::function<void()> beforeWait)
-    : _socket(socket), _beforeWait(std::move(beforeWait)), _buffer(new char[kBufferSize]) {}
+int AwaitReadable(Socket& socket, Deadline deadline, milliseconds socketTimeout) {
+  if (deadline == kForever) return socketTimeout.count() == 0 ? 1 : socket.wait_readable(-1);
+  const auto left =
+      std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+  if (left.count() <= 0) return 0;
+  const bool begins = left <= socketTimeout && left + kSlack > socketTimeout;
+  return begins ? 1 : socket.wait_readable(static_cast<int>(std::min<milliseconds::rep>(left.count(), INT_MAX)));
+}
+
+StreamReader::StreamReader(Socket& socket, std::function<void()> beforeWait,
+                           milliseconds socketTimeout)
+    : _socket(socket),
+      _beforeWait(std::move(beforeWait)),
+      _socketTimeout(socketTimeout),
+      _buffer(new char[kBufferSize]) {}
 
 void StreamReader::BeginRecord() {
   _insideRecord = false;
-  _limited = false;
+  _recordEnd = kForever;
 }
 
 void StreamReader::Take(void* data, std::size_t length) {
@@ -30,27 +49,22 @@ void StreamReader::Take(void* data, std::size_t length) {
   if (length > 0) _insideRecord = true;
 }
 
-// Half a record is in. The clock starts the first time that more has to be waited for.
-StreamReader::Result StreamReader::WaitInsideRecord() {
-  const auto now = Clock::now();
-  if (!_limited) {
-    _limited = true;
-    _deadline = now + std::chrono::milliseconds(qel::config::limits::kHalfRecordMs);
+// The clock for the rest of a record starts the first time that more has to be waited for.
+StreamReader::Result StreamReader::AwaitMore(Deadline deadline) {
+  if (_insideRecord && _recordEnd == kForever) {
+    _recordEnd = qel::config::After(milliseconds(qel::config::limits::kHalfRecordMs));
   }
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(_deadline - now).count();
-  if (left <= 0) return Result::kStalled;
-  const int ready = _socket.wait_readable(static_cast<int>(left));
-  if (ready < 0) return Result::kError;
-  return ready == 0 ? Result::kStalled : Result::kWhole;
+  const int ready = AwaitReadable(_socket, std::min(deadline, _recordEnd), _socketTimeout);
+  if (ready != 0) return ready < 0 ? Result::kError : Result::kWhole;
+  return deadline < _recordEnd ? Result::kTimeout : Result::kStalled;
 }
 
 // One receive of at most `room` bytes.
-StreamReader::Result StreamReader::Fill(char* data, std::size_t room, std::size_t& got) {
+StreamReader::Result StreamReader::Fill(char* data, std::size_t room, std::size_t& got,
+                                        Deadline deadline) {
   if (_beforeWait) _beforeWait();
-  if (_insideRecord) {
-    const Result waited = WaitInsideRecord();
-    if (waited != Result::kWhole) return waited;
-  }
+  const Result waited = AwaitMore(deadline);
+  if (waited != Result::kWhole) return waited;
   const ssize_t count = _socket.recv_some(data, room);
   if (count < 0) return errno == EAGAIN ? Result::kTimeout : Result::kError;
   if (count == 0) return _insideRecord ? Result::kCut : Result::kClosed;
@@ -59,22 +73,28 @@ StreamReader::Result StreamReader::Fill(char* data, std::size_t room, std::size_
 }
 
 StreamReader::Result StreamReader::recv_exact(void* data, std::size_t length) {
-  char* out = static_cast<char*>(data);
-  while (length > 0) {
-    const std::size_t ready = std::min(length, Buffered());
-    Take(out, ready);
-    out += ready;
-    length -= ready;
-    if (length == 0) break;
+  std::size_t done = 0;
+  return Read(data, length, done, kForever);
+}
+
+StreamReader::Result StreamReader::Read(void* data, std::size_t length, std::size_t& done,
+                                        Deadline deadline) {
+  char* const out = static_cast<char*>(data);
+  while (done < length) {
+    const std::size_t ready = std::min(length - done, Buffered());
+    Take(out + done, ready);
+    done += ready;
+    if (done == length) break;
 
     // The buffer is empty. What is larger than it goes straight to its place.
     std::size_t got = 0;
-    const bool direct = length >= kBufferSize;
-    const Result filled = direct ? Fill(out, length, got) : Fill(_buffer.get(), kBufferSize, got);
+    const std::size_t left = length - done;
+    const bool direct = left >= kBufferSize;
+    const Result filled = direct ? Fill(out + done, left, got, deadline)
+                                 : Fill(_buffer.get(), kBufferSize, got, deadline);
     if (filled != Result::kWhole) return filled;
     if (direct) {
-      out += got;
-      length -= got;
+      done += got;
       _insideRecord = true;
     } else {
       _begin = 0;

@@ -1,10 +1,8 @@
-// Reads records from a stream socket through a buffer of its own, so that a peer's requests are
-// taken from the system by the dozen and handed on one by one, wherever the stream was cut. One
-// thread at a time. Internal.
+// Reads records from a stream socket through a buffer of its own, so that one recv() serves many
+// records, wherever the stream was cut. One thread at a time. Internal.
 //
-// A record begins with the first byte read after BeginRecord. Waiting for that byte takes as long
-// as the socket's own time-out says; the rest of the record has to be there within the limit for
-// half records.
+// A record begins with the first byte read after BeginRecord. The rest of it has to be there within
+// the limit for half records.
 #pragma once
 
 #include <chrono>
@@ -12,9 +10,17 @@
 #include <functional>
 #include <memory>
 
+#include "libconfig/access/RecordExchange.h"
+
 class Socket;
 
 namespace qel::vorlane::config::access {
+
+// Waits until a socket may be received from: 1, 0 when `deadline` came first, or -1 with errno. A
+// socket with a receive time-out of its own saves the call where that time is about to begin: its
+// receive then waits.
+int AwaitReadable(Socket& socket, qel::config::Deadline deadline,
+                  std::chrono::milliseconds socketTimeout);
 
 class StreamReader {
  public:
@@ -22,37 +28,42 @@ class StreamReader {
     kWhole,
     kClosed,   // the peer closed before the first byte of the record
     kCut,      // the peer closed in the middle of it
-    kTimeout,  // nothing came within the socket's time-out
+    kTimeout,  // in time not all of it came
     kStalled,  // half a record came, and nothing more for too long
     kError,    // errno tells
   };
 
   // `beforeWait` runs whenever the reader is about to ask the system for more, and may be empty.
-  StreamReader(Socket& socket, std::function<void()> beforeWait);
+  // `socketTimeout` is the socket's own receive time-out, 0 where it has none.
+  StreamReader(Socket& socket, std::function<void()> beforeWait,
+               std::chrono::milliseconds socketTimeout = std::chrono::milliseconds(0));
 
   void BeginRecord();
   // Exactly `length` bytes. In the record's middle a failure is final: the stream has lost its
   // place.
   Result recv_exact(void* data, std::size_t length);
+  // The same until `deadline`. `done` bytes of it are there already: after kTimeout the next call
+  // goes on where this one ended.
+  Result Read(void* data, std::size_t length, std::size_t& done, qel::config::Deadline deadline);
   // Whether something is at hand that was received already.
   bool HasBuffered() const { return Buffered() > 0; }
   // Reads `length` bytes and drops them.
   Result Skip(std::size_t length);
 
  private:
-  Result Fill(char* data, std::size_t room, std::size_t& got);
-  Result WaitInsideRecord();
+  Result Fill(char* data, std::size_t room, std::size_t& got, qel::config::Deadline deadline);
+  Result AwaitMore(qel::config::Deadline deadline);
   std::size_t Buffered() const { return _end - _begin; }
   void Take(void* data, std::size_t length);
 
   Socket& _socket;
   const std::function<void()> _beforeWait;
+  const std::chrono::milliseconds _socketTimeout;
   const std::unique_ptr<char[]> _buffer;
   std::size_t _begin = 0;
   std::size_t _end = 0;
   bool _insideRecord = false;
-  bool _limited = false;  // _deadline is set
-  std::chrono::steady_clock::time_point _deadline;
+  qel::config::Deadline _recordEnd = qel::config::kForever;  // once more has to be waited for
 };
 
 }  // namespace qel::vorlane::config::access

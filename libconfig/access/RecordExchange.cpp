@@ -1,0 +1,363 @@
+#include "libconfig/access/RecordExchange.h"
+
+#include <cerrno>
+#include <new>
+
+#include "libconfig/access/MessageRecords.h"
+#include "libconfig/base/Limits.h"
+
+namespace qel::config {
+
+bool ReceivedRecord::IsEvent() const {
+  return GetType() == XCFG_PARAM_CHANGED_EVENT || GetType() == XCFG_PARAM_STREAM_CHANGED_EVENT;
+}
+
+RecordReader::~RecordReader() = default;
+
+RecordExchange::RecordExchange(std::unique_ptr<RecordReader> reader) : _reader(std::move(reader)) {}
+
+RecordExchange::~RecordExchange() = default;
+
+// False when `deadline` passed first.
+bool RecordExchange::Wait(Deadline deadline) {
+  struct Sleeper {
+    explicit Sleeper(unsigned& sleepers) : count(sleepers) { ++count; }
+    ~Sleeper() { --count; }
+    unsigned& count;
+  };
+  const Sleeper sleeper(_sleepers);
+  if (deadline != kForever) return _changed.WaitUntil(_mutex, deadline);
+  _changed.Wait(_mutex);
+  return true;
+}
+
+void RecordExchange::Wake() {
+  if (_sleepers > 0) _changed.Broadcast();
+}
+
+RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline)
+    : _records(records), _deadline(deadline) {
+  MutexLock lock(records._mutex);
+  ++records._turns;
+  if (records._ended) {
+    errno = ECANCELED;
+    return;
+  }
+  if (!records._exchanging) {
+    records._exchanging = _granted = true;
+    return;
+  }
+  Turn** last = &records._firstTurn;
+  while (*last != nullptr) last = &(*last)->_next;
+  *last = this;
+  while (!_granted && !records._ended && records.Wait(deadline)) {
+  }
+  if (_granted) return;
+  for (Turn** turn = &records._firstTurn; *turn != nullptr; turn = &(*turn)->_next) {
+    if (*turn != this) continue;
+    *turn = _next;
+    break;
+  }
+  errno = records._ended ? ECANCELED : ETIMEDOUT;
+}
+
+RecordExchange::Turn::~Turn() { _records.Leave(*this); }
+
+void RecordExchange::Leave(Turn& turn) {
+  MutexLock lock(_mutex);
+  --_turns;
+  if (turn._granted) {
+    if (_waiting) AbandonLocked(_expected.requestID);
+    _waiting = false;
+    Turn* const next = _firstTurn;
+    _exchanging = next != nullptr;
+    if (next != nullptr) {
+      _firstTurn = next->_next;
+      next->_granted = true;
+    }
+  }
+  Wake();
+}
+
+void RecordExchange::Expect(const ExpectedAnswer& expected, Deadline deadline) {
+  MutexLock lock(_mutex);
+  _waiting = true;
+  _answered = false;
+  _expected = expected;
+  _deadline = deadline;
+}
+
+void RecordExchange::ExpectNothing() {
+  MutexLock lock(_mutex);
+  _waiting = false;
+}
+
+bool RecordExchange::GetExpected(ExpectedAnswer& expected) {
+  MutexLock lock(_mutex);
+  if (_waiting) expected = _expected;
+  return _waiting;
+}
+
+void RecordExchange::Abandon(uint32_t requestID) {
+  MutexLock lock(_mutex);
+  AbandonLocked(requestID);
+}
+
+void RecordExchange::AbandonLocked(uint32_t requestID) {
+  // The numbers ascend, so that the first is the oldest.
+  if (_abandoned.size() >= limits::kAbandonedRequests) _abandoned.erase(_abandoned.begin());
+  _abandoned.insert(requestID);
+}
+
+// The only reader, with the lock released while it exists. A reader may be cancelled, and may run
+// out of memory.
+class RecordExchange::Reading {
+ public:
+  explicit Reading(RecordExchange& records) LIBCONFIG_NO_THREAD_SAFETY_ANALYSIS
+      : _records(records) {
+    _records._reading = true;
+    _records._mutex.unlock();
+  }
+  ~Reading() LIBCONFIG_NO_THREAD_SAFETY_ANALYSIS {
+    _records._mutex.lock();
+    _records._reading = false;
+    _records.Wake();
+  }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  RecordExchange& _records;
+};
+
+// Leaves what it read where it belongs.
+Received RecordExchange::ReadOne(Deadline deadline, uint32_t& type) {
+  ReceivedRecord record;
+  Received read = Received::kFailed;
+  int error = ENOMEM;
+  try {
+    {
+      const Reading reading(*this);
+      read = _reader->Read(record, deadline, *this);
+      error = errno;
+    }
+    if (read == Received::kRecord) return Sort(record, type);
+  } catch (const std::bad_alloc&) {
+    read = _reader->IsReliable() ? Received::kEnded : Received::kFailed;
+  }
+  if (read >= Received::kEnded) {
+    End(read, error);
+  } else if (read == Received::kFailed && _waiting && !_answered) {
+    _answered = true;
+    _outcome = read;
+    _error = error;
+  }
+  errno = error;
+  return read;
+}
+
+Received RecordExchange::Sort(ReceivedRecord& record, uint32_t& type) {
+  if (record.IsEvent()) return Keep(record);
+  if (_abandoned.erase(record.GetRequestID()) != 0) return Received::kIgnored;
+  type = record.GetType();
+  if (!_waiting || _answered) return Received::kUnknown;
+  _answer = std::move(record);
+  _answered = true;
+  _outcome = Received::kRecord;
+  return Received::kRecord;
+}
+
+Received RecordExchange::Keep(ReceivedRecord& event) {
+  if (!_keepEvents || _ended) return Received::kIgnored;
+  const std::size_t bytes = event.stream.size();
+  if (_events.size() >= limits::kKeptEvents || _eventBytes + bytes > limits::kKeptBytes) {
+    if (!_reader->IsReliable()) return Received::kIgnored;
+    End(Received::kEnded, ENOBUFS);
+    return Received::kEnded;
+  }
+  _events.push_back(std::move(event));
+  _eventBytes += bytes;
+  return Received::kRecord;
+}
+
+Received RecordExchange::Await(ReceivedRecord& answer) {
+  MutexLock lock(_mutex);
+  Received outcome = Received::kTimeout;
+  errno = ETIMEDOUT;
+  while (_waiting && !_answered) {
+    if (_ended) {
+      outcome = _ending;
+      errno = _endError;
+      break;
+    }
+    if (_reading) {
+      if (Wait(_deadline)) continue;
+      outcome = Received::kTimeout;
+      errno = ETIMEDOUT;
+      break;
+    }
+    uint32_t type;
+    outcome = ReadOne(_deadline, type);
+    if (_answered || outcome >= Received::kEnded) continue;
+    if (outcome == Received::kTimeout) break;
+    // However much comes: it is not the answer.
+    if (std::chrono::steady_clock::now() < _deadline) continue;
+    outcome = Received::kTimeout;
+    errno = ETIMEDOUT;
+    break;
+  }
+  if (_waiting && _answered) {
+    outcome = _outcome;
+    errno = _error;
+    answer = std::move(_answer);
+    if (outcome == Received::kRecord && answer.size < _expected.size) outcome = Received::kFailed;
+  } else if (_waiting) {
+    AbandonLocked(_expected.requestID);
+  }
+  _waiting = false;
+  SetOutcome(outcome == Received::kRecord    ? Outcome::kDone
+             : outcome == Received::kTimeout ? Outcome::kNoAnswer
+                                             : Outcome::kNoConnection);
+  return outcome;
+}
+
+void RecordExchange::KeepEvents(bool keep) {
+  MutexLock lock(_mutex);
+  _keepEvents = keep;
+  if (keep) return;
+  _events.clear();
+  _eventBytes = 0;
+}
+
+bool RecordExchange::HasEvents() {
+  MutexLock lock(_mutex);
+  return !_events.empty();
+}
+
+bool RecordExchange::TakeFirst(ReceivedRecord& event) {
+  if (_events.empty()) return false;
+  event = std::move(_events.front());
+  _events.pop_front();
+  _eventBytes -= event.stream.size();
+  return true;
+}
+
+RecordExchange::EventWait::EventWait(RecordExchange& records) : _records(records) {
+  MutexLock lock(records._mutex);
+  ++records._eventWaiters;
+}
+
+RecordExchange::EventWait::~EventWait() {
+  MutexLock lock(_records._mutex);
+  --_records._eventWaiters;
+  _records.Wake();
+}
+
+Received RecordExchange::AwaitEvent(uint32_t& type) {
+  MutexLock lock(_mutex);
+  while (_events.empty()) {
+    if (_ended) {
+      errno = _endError;
+      return _ending;
+    }
+    if (_reading) {
+      Wait(kForever);
+      continue;
+    }
+    const Received read = ReadOne(kForever, type);
+    if (read == Received::kUnknown || read == Received::kFailed) return read;
+  }
+  return Received::kRecord;
+}
+
+bool RecordExchange::TakeAwaitedEvent(ReceivedRecord& event) {
+  MutexLock lock(_mutex);
+  return TakeFirst(event);
+}
+
+bool RecordExchange::BeginDrain() {
+  MutexLock lock(_mutex);
+  _drainClaimed = false;
+  if (_draining) {
+    _drainAgain = true;
+    return false;
+  }
+  _draining = true;
+  return true;
+}
+
+Received RecordExchange::NextToDrain(uint32_t& type) {
+  MutexLock lock(_mutex);
+  const Received outcome = WaitToDrain(type);
+  if (outcome != Received::kRecord && outcome != Received::kUnknown) _draining = false;
+  return outcome;
+}
+
+Received RecordExchange::WaitToDrain(uint32_t& type) {
+  for (;;) {
+    if (_ended) return _ending;
+    if (_eventWaiters > 0 || (_events.empty() && _reading)) {
+      Wait(kForever);
+      continue;
+    }
+    if (!_events.empty()) return Received::kRecord;
+    const Received read = ReadOne(kNoWait, type);
+    if (read == Received::kRecord || read == Received::kIgnored) continue;
+    if (read != Received::kTimeout || !_drainAgain) return read;
+    _drainAgain = false;
+  }
+}
+
+bool RecordExchange::TakeEvent(ReceivedRecord& event) {
+  MutexLock lock(_mutex);
+  return _eventWaiters == 0 && TakeFirst(event);
+}
+
+bool RecordExchange::EndDrain() {
+  MutexLock lock(_mutex);
+  _draining = _drainAgain;
+  _drainAgain = false;
+  return !_draining;
+}
+
+bool RecordExchange::ClaimDrain() {
+  MutexLock lock(_mutex);
+  if (_events.empty() || _draining || _drainClaimed || _eventWaiters > 0 || _ended) return false;
+  _drainClaimed = true;
+  return true;
+}
+
+void RecordExchange::DisclaimDrain() {
+  MutexLock lock(_mutex);
+  _drainClaimed = false;
+}
+
+void RecordExchange::End(Received how, int error) {
+  if (_ended) return;
+  _ended = true;
+  _ending = how;
+  _endError = error;
+  _reader->Interrupt(_reading);
+  Wake();
+}
+
+void RecordExchange::Stop() {
+  MutexLock lock(_mutex);
+  End(Received::kEnded, ECANCELED);
+  _keepEvents = false;
+  _events.clear();
+  _eventBytes = 0;
+}
+
+void RecordExchange::Close() {
+  Stop();
+  MutexLock lock(_mutex);
+  while (_turns > 0) Wait(kForever);
+}
+
+bool RecordExchange::IsEnded() {
+  MutexLock lock(_mutex);
+  return _ended;
+}
+
+}  // namespace qel::config

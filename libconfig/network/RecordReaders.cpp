@@ -1,0 +1,167 @@
+#include "libconfig/network/RecordReaders.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "libconfig/base/Limits.h"
+#include "libconfig/network/NetworkRecords.h"
+#include "libconfig/network/Socket.h"
+
+namespace qel::vorlane::config::access {
+
+using qel::config::Deadline;
+using qel::config::ExpectedAnswer;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
+using qel::config::RecordExchange;
+using qel::config::limits::kDatagram;
+using qel::config::limits::kStreamPayload;
+
+namespace {
+
+// The size of a record by its first word; 0 for a word that is no response.
+std::size_t SizeOf(uint32_t type) {
+  switch (type) {
+    case XCFG_CONNECT_RESPONSE:
+    case XCFG_DISCONNECT_RESPONSE:
+    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE:
+      return sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T);
+    case XCFG_GET_PARAM_RESPONSE:
+    case XCFG_SET_PARAM_RESPONSE:
+    case XCFG_GET_STREAM_PARAM_RESPONSE:
+    case XCFG_SET_STREAM_PARAM_RESPONSE:
+    case XCFG_PARAM_CHANGED_EVENT:
+    case XCFG_PARAM_STREAM_CHANGED_EVENT:
+      return sizeof(XCONFIGMGR_RESPONSE_T);
+    default:
+      return 0;
+  }
+}
+
+bool CarriesStream(uint32_t type) {
+  return type == XCFG_GET_STREAM_PARAM_RESPONSE || type == XCFG_SET_STREAM_PARAM_RESPONSE ||
+         type == XCFG_PARAM_STREAM_CHANGED_EVENT;
+}
+
+// A string is only answered when it was refused, and nobody waits for that.
+Received Sorted(const ReceivedRecord& record) {
+  return record.GetType() == XCFG_SET_STREAM_PARAM_RESPONSE ? Received::kIgnored
+                                                            : Received::kRecord;
+}
+
+bool IsOfThisDevice(const sockaddr_in& from) {
+  return from.sin_family == AF_INET && ntohl(from.sin_addr.s_addr) >> 24 == IN_LOOPBACKNET;
+}
+
+}  // namespace
+
+StreamRecordReader::StreamRecordReader(Socket& socket, std::chrono::milliseconds socketTimeout)
+    : _socket(socket), _reader(socket, nullptr, socketTimeout) {}
+
+void StreamRecordReader::Interrupt(bool) { _socket.close(); }
+
+Received StreamRecordReader::Read(ReceivedRecord& record, Deadline deadline,
+                                  RecordExchange& exchange) {
+  Result read = ReadHeader(deadline, exchange);
+  const bool inStream = read == Result::kWhole && _streamFollows;
+  if (inStream) {
+    if (_record.As<XCONFIGMGR_RESPONSE_T>().streamLength > kStreamPayload) {
+      return Received::kTooLong;
+    }
+    read = ReadStream(deadline);
+  }
+  if (read == Result::kTimeout) {
+    errno = ETIMEDOUT;
+    return Received::kTimeout;
+  }
+  if (read != Result::kWhole) {
+    if (read == Result::kClosed || read == Result::kCut) errno = 0;
+    if (read == Result::kStalled) errno = ETIMEDOUT;
+    return inStream ? Received::kStreamCut : Received::kEnded;
+  }
+  record = std::move(_record);
+  _record = {};
+  _headerBytes = 0;
+  _streamBytes = 0;
+  return Sorted(record);
+}
+
+StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExchange& exchange) {
+  constexpr std::size_t kType = sizeof(uint32_t);
+  if (_headerBytes == 0) _reader.BeginRecord();
+  if (_headerBytes < kType) {
+    const Result type = _reader.Read(_record.GetBytes(), kType, _headerBytes, deadline);
+    if (type != Result::kWhole) return type;
+  }
+  ExpectedAnswer expected;
+  if (_record.size == 0) {
+    _record.size = SizeOf(_record.GetType());
+    if (_record.size == 0) {
+      _record.size =
+          exchange.GetExpected(expected) ? expected.size : sizeof(XCONFIGMGR_RESPONSE_T);
+    }
+  }
+  if (_headerBytes == _record.size) return Result::kWhole;
+  const Result rest = _reader.Read(_record.GetBytes(), _record.size, _headerBytes, deadline);
+  if (rest != Result::kWhole) return rest;
+  const auto header = _record.As<XCONFIGMGR_RESPONSE_T>();
+  _streamFollows = header.error == 0 && header.streamLength > 0;
+  if (_streamFollows && !CarriesStream(header.msgtype)) {
+    _streamFollows =
+        !_record.IsEvent() && exchange.GetExpected(expected) && expected.withStream;
+  }
+  return Result::kWhole;
+}
+
+// What a peer only announces takes no memory.
+StreamReader::Result StreamRecordReader::ReadStream(Deadline deadline) {
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
+  const std::size_t length = _record.As<XCONFIGMGR_RESPONSE_T>().streamLength;
+  Result read = Result::kWhole;
+  while (read == Result::kWhole && _streamBytes < length) {
+    const std::size_t piece = std::min(length, _streamBytes + kPiece);
+    _record.stream.resize(piece);
+    read = _reader.Read(_record.stream.data(), piece, _streamBytes, deadline);
+  }
+  return read;
+}
+
+DatagramRecordReader::DatagramRecordReader(Socket& socket, std::chrono::milliseconds socketTimeout)
+    : _socket(socket),
+      _socketTimeout(socketTimeout),
+      _connected(!socket.get_peer_name().empty()),
+      _buffer(new char[kDatagram]) {}
+
+void DatagramRecordReader::Interrupt(bool) { _socket.close(); }
+
+Received DatagramRecordReader::Read(ReceivedRecord& record, Deadline deadline, RecordExchange&) {
+  sockaddr_in from = {};
+  const int ready = AwaitReadable(_socket, deadline, _socketTimeout);
+  const ssize_t count =
+      ready > 0 ? _socket.recvfrom_some(_buffer.get(), kDatagram, from) : ready - 1;
+  if (count <= 0 && !_socket.is_open()) {
+    if (count == 0) errno = 0;
+    return Received::kEnded;
+  }
+  if (ready == 0 || (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))) {
+    errno = ETIMEDOUT;
+    return Received::kTimeout;
+  }
+  // Nobody at the other end, for one. The next request may find somebody.
+  if (count < 0) return Received::kFailed;
+  const auto length = static_cast<std::size_t>(count);
+  if (length < sizeof(uint32_t) || (!_connected && !IsOfThisDevice(from))) {
+    return Received::kIgnored;
+  }
+  record.sender = static_cast<uint64_t>(from.sin_addr.s_addr) << 16 | from.sin_port;
+  record.size = std::min(length, sizeof(XCONFIGMGR_RESPONSE_T));
+  std::memcpy(record.GetBytes(), _buffer.get(), record.size);
+  record.stream.assign(_buffer.get() + record.size, _buffer.get() + length);
+  if (record.IsEvent() && record.size < sizeof(XCONFIGMGR_RESPONSE_T)) return Received::kIgnored;
+  return Sorted(record);
+}
+
+}  // namespace qel::vorlane::config::access
