@@ -2,13 +2,13 @@
 // waits for it, events to whoever tells the listeners, and a late answer is ignored. Transports
 // differ in their RecordReader only. Internal.
 //
-// One thread reads at a time: whoever waits for something and finds nobody reading. It keeps what is
-// meant for others, in the order of arrival, and hands the reading on when it has what it waited
+// One thread reads at a time: whoever waits for something and finds nobody reading. It keeps what
+// is meant for others, in the order of arrival, and hands the reading on when it has what it waited
 // for. So a listener that blocks stops nobody else's exchange, and may itself exchange records.
 //
-// Any thread may call, and may be cancelled while it waits. Exchanges are one at a time; threads get
-// their turn in the order in which they asked for it. Every wait ends at a point in time, however
-// much comes in meanwhile.
+// Any thread may call, and may be cancelled while it waits. Exchanges are one at a time; threads
+// get their turn in the order in which they asked for it. Every wait ends at a point in time,
+// however much comes in meanwhile.
 #pragma once
 
 #include <chrono>
@@ -216,11 +216,11 @@ class RecordExchange {
   unsigned _sleepers LIBCONFIG_GUARDED_BY(_mutex) = 0;  // that wait for _changed
   bool _reading LIBCONFIG_GUARDED_BY(_mutex) = false;   // a thread is inside the reader
 
-  unsigned _turns LIBCONFIG_GUARDED_BY(_mutex) = 0;     // that exist
-  bool _exchanging LIBCONFIG_GUARDED_BY(_mutex) = false;  // somebody has the turn
+  unsigned _turns LIBCONFIG_GUARDED_BY(_mutex) = 0;         // that exist
+  bool _exchanging LIBCONFIG_GUARDED_BY(_mutex) = false;    // somebody has the turn
   Turn* _firstTurn LIBCONFIG_GUARDED_BY(_mutex) = nullptr;  // of those who wait for it
-  bool _waiting LIBCONFIG_GUARDED_BY(_mutex) = false;   // an exchange expects an answer
-  bool _answered LIBCONFIG_GUARDED_BY(_mutex) = false;  // and has it, or its failure
+  bool _waiting LIBCONFIG_GUARDED_BY(_mutex) = false;       // an exchange expects an answer
+  bool _answered LIBCONFIG_GUARDED_BY(_mutex) = false;      // and has it, or its failure
   ExpectedAnswer _expected LIBCONFIG_GUARDED_BY(_mutex);
   Deadline _deadline LIBCONFIG_GUARDED_BY(_mutex) = kNoWait;
   ReceivedRecord _answer LIBCONFIG_GUARDED_BY(_mutex);

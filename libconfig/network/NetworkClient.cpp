@@ -41,8 +41,7 @@ bool IsAccepted(const XCONFIGMGR_CONNECTION_RESPONSE_T& answer, uint32_t type, c
   if (answer.msgtype == type && answer.error == 0) return true;
   SetOutcome(Outcome::kRefused);
   if (answer.msgtype != type) {
-    Report("NetworkClient::%s: unexpected msgtype == %d\n", what,
-           static_cast<int>(answer.msgtype));
+    Report("NetworkClient::%s: unexpected msgtype == %d\n", what, static_cast<int>(answer.msgtype));
   } else {
     Report("NetworkClient::%s: server responded with error %d\n", what,
            static_cast<int>(answer.error));

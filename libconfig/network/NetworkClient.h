@@ -3,8 +3,9 @@
 //
 // Any thread may call. Exchanges are one at a time; a call without an answer ends after 12 seconds,
 // the wait for its turn included. A change is sent without waiting for an answer: a later read on
-// the same client sees it, unless the store refused it. The first listener starts the events thread,
-// on which all listeners are called; removing the last one ends it, and with it the connection.
+// the same client sees it, unless the store refused it. The first listener starts the events
+// thread, on which all listeners are called; removing the last one ends it, and with it the
+// connection.
 //
 //   NetworkFactory factory;
 //   NetworkClient* const client = factory.Connect("tcp://127.0.0.1:43110");
@@ -72,9 +73,9 @@ class LIBCONFIG_API NetworkClient : public Config {
   // Whether the connection still lives, as far as this side knows.
   virtual bool IsConnected();
 
-  // A thread that runs ProcessEvents, and its end: closes the socket and waits for the thread, unless
-  // called by it. AddConfigEventListener and RemoveConfigEventListener call them. False when there is
-  // such a thread already, or can be none.
+  // A thread that runs ProcessEvents, and its end: closes the socket and waits for the thread,
+  // unless called by it. AddConfigEventListener and RemoveConfigEventListener call them. False when
+  // there is such a thread already, or can be none.
   bool StartEventsThread();
   void StopEventsThread();
   // `client` is a NetworkClient. Runs its ProcessEvents.
@@ -98,8 +99,8 @@ class LIBCONFIG_API NetworkClient : public Config {
   // The bytes behind the record that ProcessEvents is working on; none unless overridden.
   virtual bool ReceiveStream(unsigned int length, std::vector<char>& stream);
 
-  // For the destructor of each derived class, whose operations the events thread uses: from now on no
-  // listener is called, the connection has ended, and no other thread is inside this client.
+  // For the destructor of each derived class, whose operations the events thread uses: from now on
+  // no listener is called, the connection has ended, and no other thread is inside this client.
   void Leave();
 
   bool SendRequest(const void* record, std::size_t length);

@@ -26,7 +26,8 @@ constexpr int kSocketBuffer = 108544;
 }  // namespace
 
 NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
-    : NetworkClient(connectionID, socket, configID, std::make_unique<StreamRecordReader>(*socket, kAnswerTime)) {
+    : NetworkClient(connectionID, socket, configID,
+                    std::make_unique<StreamRecordReader>(*socket, kAnswerTime)) {
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
   socket->set_send_timeout(kAnswerTime.count());
@@ -43,8 +44,8 @@ bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& str
 
 bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
   Exchange exchange(*this);
-  const auto request = MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST,
-                                           exchange.NextRequestID(), param);
+  const auto request =
+      MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, exchange.NextRequestID(), param);
   if (IsConnected() && exchange.Send(&request, sizeof request)) return true;
   ReportErrno("NetworkTCPClient::RegisterForEvents");
   return false;
@@ -100,8 +101,7 @@ void NetworkTCPClient::ProcessEvents() {
   Received received;
   while ((received = records.AwaitEvent(type)) < Received::kEnded) {
     if (received == Received::kUnknown) {
-      Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n",
-             static_cast<int>(type));
+      Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n", static_cast<int>(type));
     }
     ReceivedRecord record;
     if (received != Received::kRecord || !records.TakeAwaitedEvent(record)) continue;

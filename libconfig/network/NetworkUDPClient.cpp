@@ -54,7 +54,8 @@ struct NetworkUDPClient::Responses {
 };
 
 NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
-    : NetworkClient(connectionID, socket, configID, std::make_unique<DatagramRecordReader>(*socket, kAnswerTime)),
+    : NetworkClient(connectionID, socket, configID,
+                    std::make_unique<DatagramRecordReader>(*socket, kAnswerTime)),
       _responses(std::make_shared<Responses>()) {
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);

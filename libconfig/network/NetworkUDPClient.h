@@ -45,8 +45,8 @@ class LIBCONFIG_API NetworkUDPClient : public NetworkClient {
   // numbers are counted by servers, and those of all configurations together.
   unsigned int GetMissedEvents() const { return _missedEvents; }
 
-  // Receives the answer to the text that was asked for; fails at once when none was. `value` is left
-  // alone on failure.
+  // Receives the answer to the text that was asked for; fails at once when none was. `value` is
+  // left alone on failure.
   virtual int Get(std::string& value);
 
  private:

@@ -100,8 +100,7 @@ StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExc
   if (_record.size == 0) {
     _record.size = SizeOf(_record.GetType());
     if (_record.size == 0) {
-      _record.size =
-          exchange.GetExpected(expected) ? expected.size : sizeof(XCONFIGMGR_RESPONSE_T);
+      _record.size = exchange.GetExpected(expected) ? expected.size : sizeof(XCONFIGMGR_RESPONSE_T);
     }
   }
   if (_headerBytes == _record.size) return Result::kWhole;
@@ -110,8 +109,7 @@ StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExc
   const auto header = _record.As<XCONFIGMGR_RESPONSE_T>();
   _streamFollows = header.error == 0 && header.streamLength > 0;
   if (_streamFollows && !CarriesStream(header.msgtype)) {
-    _streamFollows =
-        !_record.IsEvent() && exchange.GetExpected(expected) && expected.withStream;
+    _streamFollows = !_record.IsEvent() && exchange.GetExpected(expected) && expected.withStream;
   }
   return Result::kWhole;
 }

@@ -24,11 +24,12 @@ constexpr milliseconds kSlack(50);
 
 int AwaitReadable(Socket& socket, Deadline deadline, milliseconds socketTimeout) {
   if (deadline == kForever) return socketTimeout.count() == 0 ? 1 : socket.wait_readable(-1);
-  const auto left =
-      std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+  const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
   if (left.count() <= 0) return 0;
   const bool begins = left <= socketTimeout && left + kSlack > socketTimeout;
-  return begins ? 1 : socket.wait_readable(static_cast<int>(std::min<milliseconds::rep>(left.count(), INT_MAX)));
+  return begins ? 1
+                : socket.wait_readable(
+                      static_cast<int>(std::min<milliseconds::rep>(left.count(), INT_MAX)));
 }
 
 StreamReader::StreamReader(Socket& socket, std::function<void()> beforeWait,

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "libconfig/access/queue/PosixMQExchange.h"
+#include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
@@ -12,9 +12,12 @@
 #include "libconfig/values/ValueStream.h"
 
 using qel::config::MutexLock;
-using qel::config::QueueMessage;
+using qel::config::Outcome;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
 using qel::config::Report;
 using qel::config::ReportErrno;
+using qel::config::SetOutcome;
 
 namespace {
 
@@ -41,7 +44,7 @@ PosixMQClient::PosixMQClient(unsigned int connectionID, unsigned int priority, i
       _configID(configID),
       _patience(qel::config::limits::kQueueExchangeMs),
       _state(std::make_shared<State>(connectionID, responseQueue,
-                                     static_cast<std::size_t>(_messageSize))) {
+                                     static_cast<std::size_t>(_messageSize), requestQueue)) {
   {
     MutexLock lock(_state->armMutex);
     _state->client = this;
@@ -53,6 +56,7 @@ PosixMQClient::~PosixMQClient() { Leave(); }
 
 void PosixMQClient::Leave() {
   if (!PosixMQClients::Instance().Contains(this)) return;
+  _state->BeginLeaving(_connectionSemaphore);
   bool armed;
   {
     MutexLock lock(_state->armMutex);
@@ -61,12 +65,11 @@ void PosixMQClient::Leave() {
     _state->armed = false;
   }
   if (armed) ::mq_notify(_responseQueue, nullptr);
-  _state->leaving = true;
-  _state->inbox.Close();
-  _state->inbox.KeepEvents(false);
+  _state->records.Stop();
   // Others may be waiting for the delivery that this thread is inside of.
   _state->listeners.QuitDelivery();
   PosixMQClients::Instance().Remove(this);
+  _state->records.Close();
   _state->listeners.RemoveAll();
 }
 
@@ -145,9 +148,7 @@ XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(const Operation& operation, ePar
 
 // One exchange of `length` bytes that begin with `request`.
 bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request,
-                            std::size_t length, QueueMessage& answer) {
-  const PosixMQClients::Inside inside(this);
-  if (inside.state() == nullptr) return false;
+                            std::size_t length, ReceivedRecord& answer) {
   const auto say = [](const char* text) {
     if (text != nullptr) Report("%s", text);
     return false;
@@ -158,33 +159,36 @@ bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& re
   Exchange exchange(*this, _connectionSemaphore);
   request.requestID = NextRequestID();
   ConnectionUtilities::Dump(&request);
-  switch (exchange.Ask(request, length, answer)) {
-    case Exchange::Result::kAnswer:
-      break;
-    case Exchange::Result::kNotSent:
-      sayWhy(operation.notSentReason);
-      return say(operation.notSent);
-    case Exchange::Result::kNotReceived:
-      sayWhy(operation.notReceivedReason);
-      return say(operation.notReceived);
+  const Received received = exchange.Ask(&request, length, answer);
+  if (received == Received::kNotSent) {
+    sayWhy(operation.notSentReason);
+    return say(operation.notSent);
   }
-  const bool refused = !HandleErrorResponse(&answer.record);
+  if (received != Received::kRecord) {
+    sayWhy(operation.notReceivedReason);
+    return say(operation.notReceived);
+  }
+  auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
+  const bool refused = !HandleErrorResponse(&response);
   if (refused && operation.refusalFirst) {
-    if (answer.record.requestID != request.requestID) _state->inbox.Abandon(request.requestID);
+    if (response.requestID != request.requestID) exchange.GiveUp(request.requestID);
+    SetOutcome(Outcome::kRefused);
     return say(operation.refused);
   }
-  if (!exchange.IsAnswered(request, answer) || answer.record.msgtype != operation.type + 16) {
+  if (!exchange.IsAnswered(&request, answer) || response.msgtype != operation.type + 16) {
     return say(operation.mismatch);
   }
-  NoteUpdate(answer.record);
-  return refused ? say(operation.refused) : true;
+  NoteUpdate(response);
+  if (!refused) return true;
+  SetOutcome(Outcome::kRefused);
+  return say(operation.refused);
 }
 
 bool PosixMQClient::TryGet(eParam_t param, unsigned int& value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(kGet, param);
-  QueueMessage answer;
+  ReceivedRecord answer;
   const bool done = Perform(kGet, request, sizeof request, answer);
-  value = done ? answer.record.value : 0;
+  value = done ? answer.As<XCONFIGMGR_RESPONSE_T>().value : 0;
   return done;
 }
 
@@ -202,23 +206,26 @@ int PosixMQClient::Get(eParam_t param, unsigned int& value) {
 int PosixMQClient::Set(eParam_t param, unsigned int value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(kSet, param);
   request.value = value;
-  QueueMessage answer;
+  ReceivedRecord answer;
   return Perform(kSet, request, sizeof request, answer) ? 1 : 0;
 }
 
 int PosixMQClient::Get(eParam_t param, std::string& value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(kGetText, param);
-  QueueMessage answer;
+  ReceivedRecord answer;
   if (!Perform(kGetText, request, sizeof request, answer)) return 0;
-  if (!answer.HasStream()) {
+  SetOutcome(Outcome::kRefused);
+  const uint32_t length = answer.As<XCONFIGMGR_RESPONSE_T>().streamLength;
+  if (length == 0 || length > answer.stream.size()) {
     Report("PosixMQClient::Get - invalid streamLength\n");
     return 0;
   }
-  const auto decoded = qel::config::DecodeValue(answer.stream.data(), answer.record.streamLength,
-                                                eSerializationFormat_Queue);
+  const auto decoded =
+      qel::config::DecodeValue(answer.stream.data(), length, eSerializationFormat_Queue);
   auto* const text = dynamic_cast<StringValue*>(decoded.get());
   if (text == nullptr) return 0;
   text->Get(value);
+  SetOutcome(Outcome::kDone);
   return 1;
 }
 
@@ -230,7 +237,7 @@ int PosixMQClient::Set(eParam_t param, std::string value) {
   request.streamLength = static_cast<uint32_t>(bytes.size() - sizeof request);
   request.streamFormat = eSerializationFormat_Queue;
   std::memcpy(bytes.data(), &request, sizeof request);
-  QueueMessage answer;
+  ReceivedRecord answer;
   return Perform(kSetText, *reinterpret_cast<XCONFIGMGR_REQUEST_T*>(bytes.data()), bytes.size(),
                  answer)
              ? 1

@@ -28,7 +28,7 @@
 #include "libconfig/base/Mutex.h"
 
 namespace qel::config {
-struct QueueMessage;
+struct ReceivedRecord;
 }
 
 class PosixMQClients;
@@ -99,7 +99,7 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   unsigned int NextRequestID();
   XCONFIGMGR_REQUEST_T MakeRequest(const Operation& operation, eParam_t param) const;
   bool Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request, std::size_t length,
-               qel::config::QueueMessage& answer);
+               qel::config::ReceivedRecord& answer);
   void NoteUpdate(const XCONFIGMGR_RESPONSE_T& response);
   enum class Registration { kDone, kNotSent, kNotReceived, kMismatch, kWrongType, kError };
   Registration ChangeRegistration(uint32_t type, uint32_t& result);
@@ -118,9 +118,6 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   int& _requestCounter;
   const eConfigID_t _configID;
   std::chrono::milliseconds _patience;  // the factory's, once it has made the client
-
-  // Guards whose exchange it is.
-  qel::config::Mutex _exchangeMutex;
 
   qel::config::Mutex _updateMutex;
   timeval _lastUpdate LIBCONFIG_GUARDED_BY(_updateMutex) = {};

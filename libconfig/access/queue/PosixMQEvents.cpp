@@ -10,7 +10,8 @@
 #include "libconfig/base/Thread.h"
 
 using qel::config::ListenerList;
-using qel::config::QueueInbox;
+using qel::config::Received;
+using qel::config::RecordExchange;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
@@ -29,7 +30,7 @@ void* DrainEntry(void* client) {
 bool PosixMQClient::DrainOnAThread() {
   mq_attr attributes;
   const bool queued = ::mq_getattr(_responseQueue, &attributes) == 0 && attributes.mq_curmsgs > 0;
-  if (!queued && !_state->inbox.HasEvents()) return false;
+  if (!queued && !_state->records.HasEvents()) return false;
   return qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, DrainEntry,
                                   this) == 0;
 }
@@ -53,7 +54,7 @@ void PosixMQClient::MQNotifyHandler(sigval value) {
   }
   // It may have been for a client that was here before, or for a listener that has left. What comes
   // now is for whoever waits for it.
-  if (state->listeners.IsEmpty()) return state->inbox.DisclaimDrain();
+  if (state->listeners.IsEmpty()) return state->records.DisclaimDrain();
   for (;;) {
     try {
       state->Drain();
@@ -101,31 +102,31 @@ int PosixMQClient::WaitForConfigEvent(ConfigEvent& event, long, long) {
     const ListenerList::Delivery hold(state->listeners);
     if (hold.IsNested()) return 0;
     if (!state->eventsRegistered) {
-      state->inbox.KeepEvents(true);
+      state->records.KeepEvents(true);
       state->eventsRegistered = RegisterForWaiting();
       if (!state->eventsRegistered) {
-        if (state->listeners.IsEmpty()) state->inbox.KeepEvents(false);
+        if (state->listeners.IsEmpty()) state->records.KeepEvents(false);
         return 0;
       }
     }
   }
-  const QueueInbox::EventWait wait(state->inbox);
+  const RecordExchange::EventWait wait(state->records);
   for (;;) {
     uint32_t type = 0;
     int result;
-    switch (state->inbox.AwaitEvent(type)) {
-      case QueueInbox::Outcome::kReady:
+    switch (state->records.AwaitEvent(type)) {
+      case Received::kRecord:
         if (state->DeliverNext(&event, result)) return result;
         continue;
-      case QueueInbox::Outcome::kUnknown:
+      case Received::kUnknown:
         Report("PosixMQClient::WaitForConfigEvent - Unknown message type %d\n",
                static_cast<int>(type));
         return 0;
-      case QueueInbox::Outcome::kClosed:
-        return 0;
-      default:
+      case Received::kFailed:
         ReportErrno("PosixMQClient::WaitForConfigEvent - mq_receive\n");
         Report("PosixMQClient::WaitForConfigEvent - mq_receive ERROR\n");
+        return 0;
+      default:
         return 0;
     }
   }

@@ -6,16 +6,19 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 
-#include "libconfig/access/queue/PosixMQExchange.h"
+#include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/access/queue/QueueIO.h"
 #include "libconfig/access/queue/ResponseQueue.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 
-using qel::config::QueueMessage;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
@@ -59,8 +62,7 @@ unsigned int PosixMQFactory::NextRequestID() {
 // A daemon that ends in order removes its queue, and the next one makes another. Its descriptor
 // takes the place of the old one, so that all clients find it.
 void PosixMQFactory::FindNewDaemon() {
-  struct stat status;
-  if (::fstat(_requestQueue, &status) != 0 || status.st_nlink != 0) return;
+  if (!qel::config::IsQueueGone(_requestQueue)) return;
   const mqd_t queue = ::mq_open(_requestQueueName.c_str(), O_RDWR);
   if (queue == -1) return;
   ::dup3(queue, _requestQueue, O_CLOEXEC);
@@ -103,7 +105,7 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
       new PosixMQClient(connectionID, priority, _requestQueue, queue, _connectionSemaphore.Get(),
                         _requestCounter, eConfigID_Default);
   client->_patience = _patience;
-  if (const int reason = client->_state->inbox.GetError()) {
+  if (const int reason = client->_state->readerError) {
     errno = reason;
     ReportErrno("PosixMQFactory::Connect - eventfd failed");
     Report(
@@ -118,7 +120,7 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
 
 int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
                                       unsigned int connectionID, unsigned int priority) {
-  const auto deadline = qel::config::QueueClock::now() + _patience;
+  const auto deadline = qel::config::After(_patience);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_CONNECT_REQUEST, connectionID,
                                                    NextRequestID(), 0, priority};
   if (!qel::config::SendToQueue(requestQueue, &request, sizeof request, priority, deadline)) {
@@ -178,8 +180,8 @@ void PosixMQFactory::ResetSemaphore() {
 
 void PosixMQFactory::Disconnect(PosixMQClient* client) {
   if (!PosixMQClients::Instance().Contains(client)) return;
-  client->_state->leaving = true;
   ResetSemaphore();
+  client->_state->BeginLeaving(client->_connectionSemaphore);
   ConfirmDisconnect(client);
   client->Leave();
   ::mq_close(client->_responseQueue);
@@ -191,12 +193,11 @@ int PosixMQFactory::ConfirmDisconnect(PosixMQClient* client) {
   PosixMQClient::Exchange exchange(*client, nullptr, _patience);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST, client->_connectionID,
                                                    client->NextRequestID(), 0, client->_priority};
-  QueueMessage answer;
-  if (exchange.Ask(request, sizeof request, answer) != PosixMQClient::Exchange::Result::kAnswer) {
-    return 0;
-  }
-  return answer.record.msgtype == XCFG_DISCONNECT_RESPONSE &&
-                 exchange.IsAnswered(request, answer) && answer.record.result == 0
+  ReceivedRecord answer;
+  if (exchange.Ask(&request, sizeof request, answer) != Received::kRecord) return 0;
+  const auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
+  return response.msgtype == XCFG_DISCONNECT_RESPONSE && exchange.IsAnswered(&request, answer) &&
+                 response.result == 0
              ? 1
              : 0;
 }

@@ -1,10 +1,13 @@
 // The part of PosixMQClient that asks the daemon for events, and to stop sending them.
-#include "libconfig/access/queue/PosixMQExchange.h"
+#include <cstring>
 #include "libconfig/access/queue/PosixMQState.h"
+
+#include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/base/Diagnostics.h"
 
 using qel::config::ListenerList;
-using qel::config::QueueMessage;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
@@ -15,18 +18,14 @@ PosixMQClient::Registration PosixMQClient::ChangeRegistration(uint32_t type, uin
   XCONFIGMGR_REQUEST_T dumped = {};
   std::memcpy(&dumped, &request, sizeof request);
   ConnectionUtilities::Dump(&dumped);
-  QueueMessage answer;
-  switch (exchange.Ask(request, sizeof request, answer)) {
-    case Exchange::Result::kNotSent:
-      return Registration::kNotSent;
-    case Exchange::Result::kNotReceived:
-      return Registration::kNotReceived;
-    case Exchange::Result::kAnswer:
-      break;
-  }
-  if (!exchange.IsAnswered(request, answer)) return Registration::kMismatch;
-  if (answer.record.msgtype != type + 16) return Registration::kWrongType;
-  result = answer.record.result;
+  ReceivedRecord answer;
+  const Received received = exchange.Ask(&request, sizeof request, answer);
+  if (received == Received::kNotSent) return Registration::kNotSent;
+  if (received != Received::kRecord) return Registration::kNotReceived;
+  if (!exchange.IsAnswered(&request, answer)) return Registration::kMismatch;
+  const auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
+  if (response.msgtype != type + 16) return Registration::kWrongType;
+  result = response.result;
   return result == 0 ? Registration::kDone : Registration::kError;
 }
 
@@ -57,6 +56,7 @@ bool PosixMQClient::RegisterListener() {
 }
 
 int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
+  if (listener == nullptr) return 0;
   const PosixMQClients::Inside inside(this);
   if (inside.state() == nullptr) return 0;
   const ListenerList::Delivery hold(_state->listeners);
@@ -65,9 +65,9 @@ int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
     return 1;
   }
   // Changes may come ahead of the answer.
-  _state->inbox.KeepEvents(true);
+  _state->records.KeepEvents(true);
   if (!RegisterListener()) {
-    if (!_state->eventsRegistered) _state->inbox.KeepEvents(false);
+    if (!_state->eventsRegistered) _state->records.KeepEvents(false);
     return 0;
   }
   EnableMQEvents(true);
@@ -87,7 +87,7 @@ int PosixMQClient::RemoveConfigEventListener(ConfigEventListener* listener) {
     case Registration::kDone:
       // Whoever waits for an event next has to ask for events again.
       _state->eventsRegistered = false;
-      _state->inbox.KeepEvents(false);
+      _state->records.KeepEvents(false);
       return EnableMQEvents(false);
     case Registration::kNotSent:
       ReportErrno("PosixMQClient::RemoveConfigEventListener - mq_send failed");

@@ -4,19 +4,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/ParamDescriptor.h"
+#include "libconfig/values/SemaphoreHelper.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
 
 using qel::config::ListenerList;
 using qel::config::MutexLock;
-using qel::config::QueueInbox;
-using qel::config::QueueMessage;
+using qel::config::Outcome;
+using qel::config::QueueReader;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
+using qel::config::RecordExchange;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
@@ -49,6 +54,28 @@ void NotificationEntry(sigval client) {
 }
 
 }  // namespace
+
+PosixMQClient::State::State(unsigned int connection, mqd_t responses, std::size_t messageSize,
+                            mqd_t requests)
+    : State(connection, responses,
+            std::make_unique<QueueReader>(responses, messageSize, requests)) {}
+
+PosixMQClient::State::State(unsigned int connection, mqd_t responses,
+                            std::unique_ptr<QueueReader> reader)
+    : connectionID(connection),
+      responseQueue(responses),
+      readerError(reader->GetError()),
+      records(std::move(reader)) {}
+
+// One who waits for the semaphore is woken by a post that he keeps to himself.
+void PosixMQClient::State::BeginLeaving(sem_t* semaphore) {
+  listeners.Close();
+  MutexLock lock(leaveMutex);
+  if (leaving) return;
+  leaving = true;
+  woken = atSemaphore;
+  if (woken) SemaphoreHelper::Post(semaphore);
+}
 
 int PosixMQClient::State::EnableEvents(bool enable) {
   MutexLock lock(armMutex);
@@ -88,32 +115,30 @@ bool PosixMQClient::State::RenewNotification(PosixMQClient* notified) {
 // From inside a listener's call nothing can be told: that goes on when the listener returns.
 int PosixMQClient::State::Drain() {
   if (listeners.IsHeldByCaller()) return 0;
-  if (!inbox.BeginDrain()) return 1;
+  if (!records.BeginDrain()) return 1;
   for (;;) {
     uint32_t type = 0;
     int result;
-    switch (inbox.NextToDrain(type)) {
-      case QueueInbox::Outcome::kReady:
+    switch (records.NextToDrain(type)) {
+      case Received::kRecord:
         try {
-          if (!DeliverNext(nullptr, result) && listeners.IsEmpty() && inbox.EndDrain()) return 1;
+          if (!DeliverNext(nullptr, result) && listeners.IsEmpty() && records.EndDrain()) return 1;
         } catch (...) {
           // Who catches it begins again.
-          while (!inbox.EndDrain()) {
+          while (!records.EndDrain()) {
           }
           throw;
         }
         break;
-      case QueueInbox::Outcome::kUnknown:
+      case Received::kUnknown:
         Report("Unknown message type %d\n", static_cast<int>(type));
         break;
-      case QueueInbox::Outcome::kEmpty:
-      case QueueInbox::Outcome::kClosed:
-        return 1;
-      case QueueInbox::Outcome::kTimeout:
-      case QueueInbox::Outcome::kFailed:
+      case Received::kFailed:
         ReportErrno("PosixMQClient::ProcessMessages - mq_receive\n");
         Report("PosixMQClient::ProcessMessages - mq_receive ERROR\n");
         return 0;
+      default:
+        return 1;  // nothing is left, or the client is on its way out
     }
   }
 }
@@ -162,17 +187,117 @@ int PosixMQClient::State::DeliverStream(ListenerList::Delivery& delivery,
 // The message is taken with the listeners held, so that they hear the events in their order.
 bool PosixMQClient::State::DeliverNext(ConfigEvent* event, int& result) {
   ListenerList::Delivery delivery(listeners);
-  QueueMessage message;
+  ReceivedRecord received;
   if (delivery.IsNested() || (event == nullptr && listeners.IsEmpty())) return false;
-  const bool taken = event == nullptr ? inbox.TakeEvent(message) : inbox.TakeAwaitedEvent(message);
-  if (!taken) return false;
-  if (message.record.msgtype == XCFG_PARAM_CHANGED_EVENT) {
-    result = Deliver(delivery, message.record, event);
+  if (!(event == nullptr ? records.TakeEvent(received) : records.TakeAwaitedEvent(received))) {
+    return false;
+  }
+  auto record = received.As<XCONFIGMGR_RESPONSE_T>();
+  if (record.msgtype == XCFG_PARAM_CHANGED_EVENT) {
+    result = Deliver(delivery, record, event);
   } else {
-    result = DeliverStream(delivery, message.record, message.stream.data(),
-                           static_cast<unsigned>(message.stream.size()), event);
+    result = DeliverStream(delivery, record, received.stream.data(),
+                           static_cast<unsigned>(received.stream.size()), event);
   }
   return true;
+}
+
+PosixMQClient::Exchange::Exchange(PosixMQClient& client, sem_t* semaphore,
+                                  std::chrono::milliseconds patience)
+    : _client(client),
+      _begin(std::chrono::steady_clock::now()),
+      _deadline(_begin + patience),
+      _turn(client._state->records, _deadline),
+      _semaphore(semaphore) {
+  if (!_turn.IsMine()) {
+    _error = errno;
+  } else if (_semaphore != nullptr) {
+    _held = ::sem_trywait(_semaphore) == 0;
+    if (!_held) WaitForFactory();
+  }
+}
+
+PosixMQClient::Exchange::~Exchange() {
+  if (_held) SemaphoreHelper::Post(_semaphore);
+}
+
+void PosixMQClient::Exchange::WaitForFactory() {
+  State& state = *_client._state;
+  {
+    MutexLock lock(state.leaveMutex);
+    state.atSemaphore = !state.leaving;
+    _error = state.leaving ? ECANCELED : 0;
+    if (state.leaving) return;
+  }
+  const auto time = _deadline.time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const timespec end = {
+      static_cast<time_t>(seconds.count()),
+      static_cast<long>(
+          std::chrono::duration_cast<std::chrono::nanoseconds>(time - seconds).count())};
+  int result;
+  do result = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end);
+  while (result != 0 && errno == EINTR);
+  if (result != 0 && errno != ETIMEDOUT) {
+    ReportErrno("Semaphore(): call to sem_wait failed\n");
+    result = 0;
+  }
+  MutexLock lock(state.leaveMutex);
+  state.atSemaphore = false;
+  _held = result == 0;
+  _error = _held ? 0 : ETIMEDOUT;
+  if (!state.leaving) return;
+  _error = ECANCELED;
+  if (state.woken) _held = false;
+}
+
+Received PosixMQClient::Exchange::Ask(const void* request, std::size_t length,
+                                      ReceivedRecord& answer) {
+  // A daemon that was started anew does not read this queue. Looked for only after a pause, as it
+  // takes a call.
+  constexpr std::chrono::milliseconds kPause(20);
+  State& state = *_client._state;
+  if (_error != 0) {
+    errno = _error;
+    qel::config::SetOutcome(_error == ETIMEDOUT ? Outcome::kNoAnswer : Outcome::kNoConnection);
+    return Received::kTimeout;
+  }
+  XCONFIGMGR_CONNECTION_REQUEST_T head;
+  std::memcpy(&head, request, sizeof head);
+  const auto send = [&] {
+    if (_begin - kPause > state.lastAnswer && qel::config::IsQueueGone(_client._requestQueue)) {
+      errno = ENOENT;
+      return false;
+    }
+    return qel::config::SendToQueue(_client._requestQueue, request, length, _client._priority,
+                                    _deadline);
+  };
+  const Received received = _turn.Ask({head.requestID, 0, false}, send, answer);
+  const int saved = errno;
+  if (received == Received::kNotSent && saved == EMSGSIZE) {
+    qel::config::SetOutcome(Outcome::kTooLong);
+  }
+  // The system may fail to start the thread of a notification, and says nothing of it.
+  if (!state.listeners.IsEmpty() && state.records.ClaimDrain() && !_client.DrainOnAThread()) {
+    state.records.DisclaimDrain();
+  }
+  if (received == Received::kRecord) {
+    state.lastAnswer = _begin;
+    auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
+    ConnectionUtilities::Dump(&response);
+  }
+  errno = saved;
+  return received;
+}
+
+bool PosixMQClient::Exchange::IsAnswered(const void* request, const ReceivedRecord& answer) {
+  XCONFIGMGR_CONNECTION_REQUEST_T head;
+  std::memcpy(&head, request, sizeof head);
+  const auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
+  if (answer.size >= sizeof response && IsValidResponse(head, response)) return true;
+  if (response.requestID != head.requestID) _turn.GiveUp(head.requestID);
+  qel::config::SetOutcome(Outcome::kNoAnswer);
+  return false;
 }
 
 PosixMQClients& PosixMQClients::Instance() {

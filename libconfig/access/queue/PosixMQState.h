@@ -1,6 +1,8 @@
 // What the threads inside a queue client work on, and the list of those threads. Internal.
 #pragma once
 
+#include <semaphore.h>
+
 #include <atomic>
 #include <map>
 #include <memory>
@@ -9,11 +11,11 @@
 
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/access/queue/PosixMQClient.h"
-#include "libconfig/access/queue/QueueInbox.h"
+#include "libconfig/access/queue/QueueIO.h"
 
 struct PosixMQClient::State {
-  State(unsigned int connection, mqd_t queue, std::size_t messageSize)
-      : connectionID(connection), responseQueue(queue), inbox(queue, messageSize) {}
+  State(unsigned int connection, mqd_t responses, std::size_t messageSize, mqd_t requests);
+  State(unsigned int connection, mqd_t responses, std::unique_ptr<qel::config::QueueReader> reader);
 
   int EnableEvents(bool enable);
   int Arm() LIBCONFIG_REQUIRES(armMutex);
@@ -27,19 +29,24 @@ struct PosixMQClient::State {
   int DeliverStream(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
                     char* stream, unsigned length, ConfigEvent* event);
   // The same for the next message, if no other thread took it. With `event` it is for one who waits
-  // for it, who has a QueueInbox::EventWait, else for listeners only.
+  // for it, who has a RecordExchange::EventWait, else for listeners only.
   bool DeliverNext(ConfigEvent* event, int& result);
 
   const unsigned int connectionID;
   const mqd_t responseQueue;
   qel::config::ListenerList listeners;
-  qel::config::QueueInbox inbox;
+  const int readerError;  // of the reader: see QueueReader::GetError
+  qel::config::RecordExchange records;
 
-  // The client is about to be handed back: no value is asked for any more.
-  std::atomic<bool> leaving{false};
-  // Whether an exchange is going on. Guarded by the client's mutex.
-  bool exchanging = false;
-  qel::config::Condition exchangeEnded;
+  // No listener is called and no value is asked for any more, as the client is being handed back.
+  void BeginLeaving(sem_t* semaphore);
+  qel::config::Mutex leaveMutex;
+  bool leaving LIBCONFIG_GUARDED_BY(leaveMutex) = false;
+  bool atSemaphore LIBCONFIG_GUARDED_BY(leaveMutex) = false;  // a thread waits for the factory's
+  bool woken LIBCONFIG_GUARDED_BY(leaveMutex) = false;        // by one post too many
+
+  // When the daemon answered last. Of whose turn it is.
+  qel::config::Deadline lastAnswer = qel::config::kNoWait;
 
   // Guards the notification.
   qel::config::Mutex armMutex;
@@ -87,4 +94,39 @@ class PosixMQClients {
   qel::config::Mutex _mutex;
   qel::config::Condition _left;
   std::map<PosixMQClient*, StatePointer> _clients LIBCONFIG_GUARDED_BY(_mutex);
+};
+
+// One request and its answer, alone in the client while it exists, and in the factory, too, with
+// the factory's semaphore. All waiting ends at one time.
+class PosixMQClient::Exchange {
+ public:
+  // The semaphore may be null.
+  Exchange(PosixMQClient& client, sem_t* semaphore)
+      : Exchange(client, semaphore, client._patience) {}
+  Exchange(PosixMQClient& client, sem_t* semaphore, std::chrono::milliseconds patience);
+  ~Exchange();
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  // `length` bytes that begin with the words of a request. kNotSent, or another failure when no
+  // answer came; errno says why.
+  qel::config::Received Ask(const void* request, std::size_t length,
+                            qel::config::ReceivedRecord& answer);
+
+  // Whether the answer is that of the request, with a message where it bears another's numbers. The
+  // right one may still be on its way.
+  bool IsAnswered(const void* request, const qel::config::ReceivedRecord& answer);
+  // What came was not the answer.
+  void GiveUp(uint32_t requestID) { _turn.GiveUp(requestID); }
+
+ private:
+  void WaitForFactory();
+
+  PosixMQClient& _client;
+  const qel::config::Deadline _begin;
+  const qel::config::Deadline _deadline;
+  qel::config::RecordExchange::Turn _turn;
+  sem_t* const _semaphore;
+  bool _held = false;  // the semaphore
+  int _error = 0;      // why there is no exchange
 };

@@ -1,4 +1,5 @@
-// Sending to and receiving from POSIX message queues with an end to every wait. Internal.
+// Sending to and receiving from POSIX message queues until a point in time, and the reader of a
+// connection's response queue. Internal.
 //
 // A descriptor of a queue is a file descriptor here, which poll and fstat take.
 #pragma once
@@ -6,30 +7,23 @@
 #include <mqueue.h>
 #include <sys/types.h>
 
-#include <chrono>
+#include <atomic>
 #include <cstddef>
+#include <vector>
+
+#include "libconfig/access/RecordExchange.h"
 
 namespace qel::config {
 
-using QueueClock = std::chrono::steady_clock;
-
 // False with the reason in errno: ETIMEDOUT when the queue stayed full until `deadline`.
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
-                 QueueClock::time_point deadline);
+                 Deadline deadline);
 
 // The next message, whether or not the queue blocks: its length, or -1 with the reason in errno,
 // ETIMEDOUT when none came until `deadline`. A queue that does not block is waited for together
 // with `wake`, a descriptor that becomes readable when the wait is to end with ECANCELED; -1 for
 // none.
-ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size,
-                         QueueClock::time_point deadline, int wake);
-
-// Gives an empty message to whoever waits for one, where there is room: where there is none, nobody
-// waits.
-void WakeReceiver(mqd_t queue);
-
-// The same as soon as somebody says so by `wake` only.
-ssize_t WaitForQueue(mqd_t queue, char* buffer, std::size_t size, int wake);
+ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size, Deadline deadline, int wake);
 
 // What is there already; EAGAIN when that is nothing.
 ssize_t ReceiveQueued(mqd_t queue, char* buffer, std::size_t size);
@@ -37,5 +31,34 @@ ssize_t ReceiveQueued(mqd_t queue, char* buffer, std::size_t size);
 // The size of the largest message, and of the buffer that every receive needs. -1 with the reason
 // in errno; a size that no queue of ours has is refused with EMSGSIZE.
 long GetQueueMessageSize(mqd_t queue);
+
+// Whether the queue has been removed, as a daemon that ends in order does with its own.
+bool IsQueueGone(mqd_t queue);
+
+class QueueReader : public RecordReader {
+ public:
+  // The descriptors stay the caller's. Answers are not waited for when `requests` is gone.
+  QueueReader(mqd_t queue, std::size_t messageSize, mqd_t requests);
+  ~QueueReader() override;
+  QueueReader(const QueueReader&) = delete;
+  QueueReader& operator=(const QueueReader&) = delete;
+
+  // 0, or the error number where no wait could be ended: an endless one fails then.
+  int GetError() const { return _error; }
+
+  Received Read(ReceivedRecord& record, Deadline deadline, RecordExchange& exchange) override;
+  void Interrupt(bool isReading) override;
+  bool IsReliable() const override { return false; }
+
+ private:
+  ssize_t Receive(Deadline deadline);
+
+  const mqd_t _queue;
+  const mqd_t _requests;
+  const int _wake;  // an eventfd, readable once interrupted
+  const int _error;
+  std::atomic<bool> _interrupted{false};
+  std::vector<char> _buffer;
+};
 
 }  // namespace qel::config

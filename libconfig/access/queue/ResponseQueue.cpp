@@ -31,21 +31,6 @@ constexpr char kAdvice[] =
     "PosixMQFactory::Connect - // To be fixed in a future release...\n"
     "PosixMQFactory::Connect - See mq_overview(7) for more about message queues\n";
 
-// What the two limits of the system are called that mostly stand in the way.
-void ReportLimit(int error) {
-  if (error == EINVAL) {
-    Report(
-        "PosixMQFactory::Connect - Set fs.mqueue.msg_max to %ld or more: $ sysctl -w "
-        "fs.mqueue.msg_max=%ld\n",
-        PosixMQFactory::kMessages, PosixMQFactory::kMessages);
-  } else if (error == EMFILE || error == ENOMEM) {
-    Report(
-        "PosixMQFactory::Connect - Each connection takes 77 KiB of RLIMIT_MSGQUEUE, of which a "
-        "user has one for all processes: raise it with ulimit -q, or LimitMSGQUEUE= of a "
-        "service\n");
-  }
-}
-
 void DoubleQueueLimit() {
   rlimit64 limit;
   if (::getrlimit64(RLIMIT_MSGQUEUE, &limit) != 0) return;
@@ -110,7 +95,6 @@ void ReportNoResponseQueue(const std::string& name) {
   ReportErrno("PosixMQFactory::Connect - mq_open failed");
   Report("PosixMQFactory::Connect: mq_open on response queue %s failed\n", name.c_str());
   Report("%s", kAdvice);
-  ReportLimit(errno);
 }
 
 }  // namespace qel::config
