@@ -98,9 +98,7 @@ class ListenerList {
   bool IsMine() const {
     return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
   }
-  ConfigEventListener* Next() {
-    return _next < _end && !_closed ? _listeners[_next++] : nullptr;
-  }
+  ConfigEventListener* Next() { return _next < _end && !_closed ? _listeners[_next++] : nullptr; }
 
   Semaphore _lock;
   std::atomic<std::thread::id> _owner{};

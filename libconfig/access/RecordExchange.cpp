@@ -3,14 +3,12 @@
 #include <cerrno>
 #include <new>
 
-#include "libconfig/access/MessageRecords.h"
+#include "libconfig/access/MessageTable.h"
 #include "libconfig/base/Limits.h"
 
 namespace qel::config {
 
-bool ReceivedRecord::IsEvent() const {
-  return GetType() == XCFG_PARAM_CHANGED_EVENT || GetType() == XCFG_PARAM_STREAM_CHANGED_EVENT;
-}
+bool ReceivedRecord::IsEvent() const { return qel::config::IsEvent(GetType()); }
 
 RecordReader::~RecordReader() = default;
 

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "libconfig/base/Limits.h"
-#include "libconfig/network/NetworkRecords.h"
+#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
@@ -22,28 +22,9 @@ using qel::config::limits::kStreamPayload;
 
 namespace {
 
-// The size of a record by its first word; 0 for a word that is no response.
-std::size_t SizeOf(uint32_t type) {
-  switch (type) {
-    case XCFG_CONNECT_RESPONSE:
-    case XCFG_DISCONNECT_RESPONSE:
-    case XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE:
-      return sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T);
-    case XCFG_GET_PARAM_RESPONSE:
-    case XCFG_SET_PARAM_RESPONSE:
-    case XCFG_GET_STREAM_PARAM_RESPONSE:
-    case XCFG_SET_STREAM_PARAM_RESPONSE:
-    case XCFG_PARAM_CHANGED_EVENT:
-    case XCFG_PARAM_STREAM_CHANGED_EVENT:
-      return sizeof(XCONFIGMGR_RESPONSE_T);
-    default:
-      return 0;
-  }
-}
-
-bool CarriesStream(uint32_t type) {
-  return type == XCFG_GET_STREAM_PARAM_RESPONSE || type == XCFG_SET_STREAM_PARAM_RESPONSE ||
-         type == XCFG_PARAM_STREAM_CHANGED_EVENT;
+// The row of a type that a server sends; null for any other word.
+const qel::config::RecordType* FindSent(uint32_t type) {
+  return qel::config::IsRequest(type) ? nullptr : FindNetworkRecord(type);
 }
 
 // A string is only answered when it was refused, and nobody waits for that.
@@ -98,8 +79,9 @@ StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExc
   }
   ExpectedAnswer expected;
   if (_record.size == 0) {
-    _record.size = SizeOf(_record.GetType());
-    if (_record.size == 0) {
+    if (const auto* const row = FindSent(_record.GetType())) {
+      _record.size = row->size;
+    } else {
       _record.size = exchange.GetExpected(expected) ? expected.size : sizeof(XCONFIGMGR_RESPONSE_T);
     }
   }
@@ -108,7 +90,8 @@ StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExc
   if (rest != Result::kWhole) return rest;
   const auto header = _record.As<XCONFIGMGR_RESPONSE_T>();
   _streamFollows = header.error == 0 && header.streamLength > 0;
-  if (_streamFollows && !CarriesStream(header.msgtype)) {
+  const auto* const row = FindSent(header.msgtype);
+  if (_streamFollows && (row == nullptr || !row->hasStream)) {
     _streamFollows = !_record.IsEvent() && exchange.GetExpected(expected) && expected.withStream;
   }
   return Result::kWhole;

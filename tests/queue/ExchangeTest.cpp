@@ -1,11 +1,13 @@
 // What a queue client sends, and what it makes of the answers: right ones, wrong ones, late ones.
 #include <gmock/gmock.h>
+#include <mqueue.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
-#include "libconfig/access/queue/QueueIO.h"
+#include "libconfig/access/Outcome.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Eventually.h"
@@ -238,6 +240,22 @@ TEST_F(QueueExchange, EndsWhenItsClientIsGivenBack) {
       "PosixMQClient::Get(): mq_receive returned -1, FAILED: Operation canceled\n"
       "PosixMQClient::Get(): mq_receive returned -1, FAILED",
       complaint);
+}
+
+// Nobody reads the queue of a daemon that ended in order, and that another one has replaced.
+TEST_F(QueueExchange, FailsAtOnceWhenTheDaemonsQueueIsGone) {
+  const std::string name = "/gone_" + std::to_string(::getpid());
+  const TestQueue requests(name);
+  const TestQueue responses(name + "_r");
+  ASSERT_TRUE(requests.IsOpen() && responses.IsOpen());
+  int counter = 0;
+  PosixMQClient client(1, 0, requests.Get(), responses.Get(), nullptr, counter, eConfigID_Default);
+  ::mq_unlink(name.c_str());
+  EXPECT_EQ(
+      "PosixMQClient::Set mq_send failed: No such file or directory\n"
+      "PosixMQClient::Set - mq_send failed\n",
+      Complaint([&] { EXPECT_EQ(0, client.Set(eParamID_IPConfig, 1U)); }));
+  EXPECT_EQ(qel::config::Outcome::kNoConnection, qel::config::LastOutcome());
 }
 
 TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {

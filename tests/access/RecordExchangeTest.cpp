@@ -1,0 +1,193 @@
+// What comes in on a connection and whose it is, with a reader that the test plays.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "libconfig/access/RecordExchange.h"
+#include "tests/testing/Eventually.h"
+
+namespace {
+
+using qel::config::After;
+using qel::config::Deadline;
+using qel::config::kForever;
+using qel::config::Received;
+using qel::config::ReceivedRecord;
+using qel::config::RecordExchange;
+using std::chrono::milliseconds;
+using testing_support::Eventually;
+
+constexpr uint32_t kEvent = 144;
+constexpr uint32_t kAnswer = 96;
+
+// Hands out what the test puts in, and fails as the test says.
+class PlayedReader : public qel::config::RecordReader {
+ public:
+  explicit PlayedReader(bool reliable) : _reliable(reliable) {}
+
+  Received Read(ReceivedRecord& record, Deadline deadline, RecordExchange&) override {
+    std::unique_lock<std::mutex> lock(_mutex);
+    ++reads;
+    const auto ready = [this] { return !_records.empty() || _interrupted || fail; };
+    if (deadline == kForever) {
+      _changed.wait(lock, ready);
+    } else if (!_changed.wait_until(lock, deadline, ready)) {
+      errno = ETIMEDOUT;
+      return Received::kTimeout;
+    }
+    if (fail.exchange(false)) throw std::bad_alloc();
+    if (_interrupted) return Received::kEnded;
+    record = _records.front();
+    if (!endless) _records.pop_front();
+    return Received::kRecord;
+  }
+  void Interrupt(bool) override {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _interrupted = true;
+    _changed.notify_all();
+  }
+  bool IsReliable() const override { return _reliable; }
+
+  void Put(uint32_t type, uint32_t requestID) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    ReceivedRecord record;
+    record.words[0] = type;
+    record.words[2] = requestID;
+    record.size = ReceivedRecord::kLargest;
+    _records.push_back(record);
+    _changed.notify_all();
+  }
+
+  std::atomic<int> reads{0};
+  std::atomic<bool> fail{false};
+  std::atomic<bool> endless{false};  // the first record comes over and over
+
+ private:
+  const bool _reliable;
+  std::mutex _mutex;
+  std::condition_variable _changed;
+  std::deque<ReceivedRecord> _records;
+  bool _interrupted = false;
+};
+
+class Exchanges : public testing::Test {
+ protected:
+  void MakeReliable(bool reliable) {
+    auto made = std::make_unique<PlayedReader>(reliable);
+    reader = made.get();
+    records = std::make_unique<RecordExchange>(std::move(made));
+  }
+  void SetUp() override { MakeReliable(true); }
+
+  Received Ask(uint32_t requestID, milliseconds time, uint32_t* answered = nullptr) {
+    RecordExchange::Turn turn(*records, After(time));
+    ReceivedRecord answer;
+    const Received received = turn.Ask(
+        {requestID, 12, false}, [] { return true; }, answer);
+    if (answered != nullptr) *answered = answer.GetRequestID();
+    return received;
+  }
+  // Somebody who waits for events for as long as the connection lives.
+  std::thread Listen() {
+    records->KeepEvents(true);
+    return std::thread([this] {
+      const RecordExchange::EventWait wait(*records);
+      uint32_t type;
+      ReceivedRecord event;
+      while (records->AwaitEvent(type) < Received::kEnded)
+        heard += records->TakeAwaitedEvent(event);
+    });
+  }
+
+  PlayedReader* reader = nullptr;
+  std::unique_ptr<RecordExchange> records;
+  std::atomic<int> heard{0};
+};
+
+TEST_F(Exchanges, EndInTimeWhateverComesMeanwhile) {
+  reader->endless = true;
+  reader->Put(kEvent, 0);
+  EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(50)));
+  EXPECT_EQ(ETIMEDOUT, errno);
+  EXPECT_EQ(qel::config::Outcome::kNoAnswer, qel::config::LastOutcome());
+}
+
+TEST_F(Exchanges, IgnoreTheLateAnswerOfAnother) {
+  EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(1)));
+  reader->Put(kAnswer, 1);
+  reader->Put(kAnswer, 2);
+  uint32_t answered = 0;
+  EXPECT_EQ(Received::kRecord, Ask(2, milliseconds(60000), &answered));
+  EXPECT_EQ(2U, answered);
+}
+
+TEST_F(Exchanges, GetTheirAnswersAndListenersTheirEvents) {
+  std::thread listener = Listen();
+  for (uint32_t i = 1; i <= 1000; ++i) {
+    reader->Put(kEvent, 0);
+    reader->Put(kAnswer, i);
+    ASSERT_EQ(Received::kRecord, Ask(i, milliseconds(60000)));
+  }
+  EXPECT_TRUE(Eventually([&] { return heard == 1000; }));
+  records->Close();
+  listener.join();
+}
+
+TEST_F(Exchanges, GoOnWhenMemoryRunsOutInAnotherThreadsRead) {
+  MakeReliable(false);
+  std::thread listener = Listen();
+  ASSERT_TRUE(Eventually([&] { return reader->reads == 1; }));
+  reader->fail = true;
+  reader->Put(kAnswer, 1);  // wakes the reader, which fails
+  const Received received = Ask(1, milliseconds(60000));
+  EXPECT_TRUE(received == Received::kRecord || received == Received::kFailed);
+  records->Close();
+  listener.join();
+
+  MakeReliable(true);  // half a record may be lost: the connection is of no use any more
+  reader->fail = true;
+  EXPECT_EQ(Received::kEnded, Ask(2, milliseconds(60000)));
+  EXPECT_TRUE(records->IsEnded());
+}
+
+TEST_F(Exchanges, HaveTheirTurnInOrderAndInTime) {
+  std::vector<int> order;
+  std::vector<std::thread> threads;
+  {
+    const RecordExchange::Turn first(*records, kForever);
+    for (int i = 0; i < 3; ++i) {
+      std::atomic<bool> begun{false};
+      threads.emplace_back([&, i] {
+        begun = true;
+        const RecordExchange::Turn turn(*records, kForever);
+        if (turn.IsMine()) order.push_back(i);
+      });
+      ASSERT_TRUE(Eventually([&] { return begun.load(); }));
+      std::this_thread::sleep_for(milliseconds(20));
+    }
+    EXPECT_EQ(Received::kNotSent, Ask(1, milliseconds(1)));
+    EXPECT_EQ(ETIMEDOUT, errno);
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ((std::vector<int>{0, 1, 2}), order);
+}
+
+TEST_F(Exchanges, EndWithTheConnectionAndDropWhatNobodyHeard) {
+  records->KeepEvents(true);
+  reader->Put(kEvent, 0);
+  EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(1)));
+  EXPECT_TRUE(records->HasEvents());
+  std::thread asking([&] { EXPECT_EQ(Received::kEnded, Ask(2, milliseconds(60000))); });
+  ASSERT_TRUE(Eventually([&] { return reader->reads == 3; }));
+  records->Close();  // waits for the other thread's exchange
+  asking.join();
+  EXPECT_FALSE(records->HasEvents());
+  EXPECT_EQ(Received::kNotSent, Ask(3, milliseconds(60000)));
+}
+
+}  // namespace
