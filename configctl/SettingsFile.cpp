@@ -19,7 +19,7 @@ namespace configctl {
 namespace {
 
 constexpr char kFormat[] = "configctl settings";
-constexpr unsigned kVersion = 1;
+constexpr unsigned kFormatVersion = 1;
 // All settings together have some ten thousand bytes, in two levels.
 constexpr std::size_t kLargestFile = 1 << 18;
 constexpr int kDeepest = 16;
@@ -94,7 +94,7 @@ void CheckHeader(const std::string& path, const json& document) {
                              std::string(kFormat) + "\"; make one with configctl export");
   }
   const json version = document.value("version", json());
-  if (version != kVersion) {
+  if (version != kFormatVersion) {
     throw Unusable(path, "version " + Shown(version) +
                              " of the format is not known here; use the " +
                              "configctl that wrote it, or one that is newer");
@@ -174,7 +174,7 @@ SettingsFile SettingsFile::Read(const std::string& path) {
   return file;
 }
 
-json SettingsHeader() { return {{"format", kFormat}, {"version", kVersion}}; }
+json SettingsHeader() { return {{"format", kFormat}, {"version", kFormatVersion}}; }
 
 json SettingToJson(const ParamDescriptor& param, const Value& value) {
   if (const auto* const text = std::get_if<std::string>(&value)) {
