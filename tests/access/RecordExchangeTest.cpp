@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -88,8 +89,7 @@ class Exchanges : public testing::Test {
     RecordExchange::Turn turn(*records, After(time));
     ReceivedRecord answer;
     const auto send = [&] {
-      reader->fail = failNext;
-      if (failNext) reader->Put(kAnswer, requestID);  // wakes who reads
+      if (atSend) atSend(requestID);
       return true;
     };
     const Received received = turn.Ask({requestID, 12, false}, send, answer);
@@ -111,7 +111,7 @@ class Exchanges : public testing::Test {
   PlayedReader* reader = nullptr;
   std::unique_ptr<RecordExchange> records;
   std::atomic<int> heard{0};
-  bool failNext = false;  // the read that goes on when a request is sent
+  std::function<void(uint32_t requestID)> atSend;  // what the other end does with a request
 };
 
 TEST_F(Exchanges, EndInTimeWhateverComesMeanwhile) {
@@ -133,11 +133,11 @@ TEST_F(Exchanges, IgnoreTheLateAnswerOfAnother) {
 
 TEST_F(Exchanges, GetTheirAnswersAndListenersTheirEvents) {
   std::thread listener = Listen();
-  for (uint32_t i = 1; i <= 1000; ++i) {
+  atSend = [this](uint32_t requestID) {
     reader->Put(kEvent, 0);
-    reader->Put(kAnswer, i);
-    ASSERT_EQ(Received::kRecord, Ask(i, milliseconds(60000)));
-  }
+    reader->Put(kAnswer, requestID);
+  };
+  for (uint32_t i = 1; i <= 1000; ++i) EXPECT_EQ(Received::kRecord, Ask(i, milliseconds(60000)));
   EXPECT_TRUE(Eventually([&] { return heard == 1000; }));
   records->Close();
   listener.join();
@@ -147,7 +147,10 @@ TEST_F(Exchanges, GoOnWhenMemoryRunsOutInAnotherThreadsRead) {
   MakeReliable(false);
   std::thread listener = Listen();
   ASSERT_TRUE(Eventually([&] { return reader->reads == 1; }));
-  failNext = true;
+  atSend = [this](uint32_t requestID) {
+    reader->fail = true;
+    reader->Put(kAnswer, requestID);  // wakes who reads
+  };
   EXPECT_EQ(Received::kFailed, Ask(1, milliseconds(60000)));
   records->Close();
   listener.join();

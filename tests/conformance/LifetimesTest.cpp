@@ -20,34 +20,11 @@ using qel::vorlane::config::access::NetworkEventListener;
 
 namespace {
 
-// What does not hold yet: a test's name with the way, or without one for all ways.
-constexpr const char* kNotYet[] = {
-    "EndInsideAListenersCall/Multicast",
-    "HearNothingOnceTheyHaveBegunToEnd/CachedTcp",
-    "HearNothingOnceTheyHaveBegunToEnd/Multicast",
-    "HearNothingOnceTheyHaveBegunToEnd/Tcp",
-    "LetAReaderGo/Tcp",
-    "LetOthersReadWhileAListenerBlocks/CachedTcp",
-    "LetOthersReadWhileAListenerBlocks/Tcp",
-    "ReadOnAfterTheyRegisteredByThemselves/Tcp",
-    "TakeNoNullForAListener/MessageQueue",
-    "TakeNoNullForAListener/Multicast",
-    "TakeNoNullForAListener/Tcp",
-};
-
 constexpr auto kNumber = eParamID_MediaUpdated;
 constexpr auto kText = eParamID_SysName;
 
 class Lifetimes : public ReachedStore {
  protected:
-  void SetUp() override {
-    const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-    for (const std::string entry : kNotYet) {
-      if (entry == name || entry == name.substr(0, name.find('/'))) GTEST_SKIP() << "not yet";
-    }
-    ReachedStore::SetUp();
-  }
-
   void Change(unsigned value) { EXPECT_EQ(1, _store->Set(kNumber, value)); }
   void ChangeText(const std::string& text) { EXPECT_EQ(1, _store->Set(kText, text)); }
 
