@@ -25,6 +25,16 @@ class Client {
   }
   ~Client() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
 
+  Config* operator->() { return _config; }
+  std::map<eParam_t, std::string> ReadAll() {
+    std::map<eParam_t, std::string> values;
+    for (const eParam_t id : GetParamIDs()) {
+      const bool isText = FindDescriptor(id)->GetParamType() == eParamType_String;
+      if (!isText) values[id] = std::to_string(_config->Get(id));
+      if (isText) _config->Get(id, values[id]);
+    }
+    return values;
+  }
   // Returns when the store has it.
   void Name(const std::string& name) {
     _config->Set(eParamID_SysName, name);
@@ -63,55 +73,35 @@ TEST(Persistence, OutlivesADaemonThatIsKilled) {
 
 // Every parameter is set where it can be, and the next daemon has what each descriptor promises.
 TEST(Persistence, KeepsWhatTheDescriptorsSayAndNothingElse) {
-  using Values = std::map<eParam_t, std::string>;
   const Folder folder;
-  CreateDescriptors();
-  const auto read = [](Config& config) {
-    Values values;
-    for (const eParam_t id : GetParamIDs()) {
-      if (FindDescriptor(id)->GetParamType() == eParamType_String) {
-        config.Get(id, values[id]);
-      } else {
-        values[id] = std::to_string(config.Get(id));
-      }
-    }
-    return values;
-  };
-  const auto with = [&](const auto& use) {
-    Daemon daemon({"--state", folder.GetPath()});
-    Config* const config = ConfigFactoryImpl::GetInstance()->Connect(daemon.GetURI());
-    use(*config);
-    ConfigFactoryImpl::GetInstance()->Disconnect(config);
-    return daemon.End(SIGTERM);
-  };
-  Values fresh;
-  Values changed;
-  const auto change = [&](Config& config) {
-    fresh = read(config);
+  std::map<eParam_t, std::string> fresh;
+  std::map<eParam_t, std::string> changed;
+  {
+    const Daemon daemon({"--state", folder.GetPath()});
+    Client client(daemon);
+    fresh = client.ReadAll();
     for (const eParam_t id : GetParamIDs()) {
       if (auto* const choices = dynamic_cast<EnumDescriptor*>(FindDescriptor(id))) {
         for (const auto& choice : choices->GetEnumValueDescriptors()) {
-          if (std::to_string(choice.first) != fresh[id]) config.Set(id, choice.first);
+          if (std::to_string(choice.first) != fresh[id]) client->Set(id, choice.first);
         }
       } else if (dynamic_cast<StringDescriptor*>(FindDescriptor(id)) != nullptr) {
-        config.Set(id, std::string("other"));
+        client->Set(id, std::string("other"));
       } else {
-        config.Set(id, fresh[id] == "21" ? 22U : 21U);  // no preset that the registers know
+        client->Set(id, fresh[id] == "21" ? 22U : 21U);  // no preset that the registers know
       }
     }
-    changed = read(config);
-  };
-  EXPECT_EQ(0, with(change));
-  Values kept;
-  EXPECT_EQ(0, with([&](Config& config) { kept = read(config); }));
+    changed = client.ReadAll();
+  }
+  const Daemon daemon({"--state", folder.GetPath()});
   int different = 0;
-  for (const auto& [id, value] : kept) {
+  for (const auto& [id, value] : Client(daemon).ReadAll()) {
     const ParamDescriptor& param = *FindDescriptor(id);
     different += changed[id] != fresh[id] ? 1 : 0;
     EXPECT_EQ(param.GetPersistenceType() == ePersist ? changed[id] : fresh[id], value)
         << param.GetParamIDName();
   }
-  EXPECT_GT(different, 180) << "of " << kept.size();
+  EXPECT_GT(different, 180) << "of " << changed.size();
 }
 
 TEST(Persistence, SavesBeforeItEnds) {

@@ -76,16 +76,6 @@ TEST_F(StoredConfigTest, WritesWhatChangedAndNothingElse) {
   EXPECT_TRUE(stored.Note(eParamID_IPConfig));
   EXPECT_TRUE(stored.Save(why));
   EXPECT_EQ(1U, Odometer());
-
-  Store next;
-  StoredConfig restored(next, OwnBanks());
-  ASSERT_TRUE(restored.Restore(why)) << why;
-  EXPECT_EQ(1U, next.Get(eParamID_IPConfig));
-  std::string name;
-  next.Get(eParamID_SysName, name);
-  EXPECT_EQ("Edit 7", name);
-  EXPECT_TRUE(restored.Save(why));
-  EXPECT_EQ(1U, Odometer());
 }
 
 // The file may hold the new value although the last call failed.

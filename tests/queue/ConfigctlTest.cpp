@@ -8,7 +8,6 @@
 #include "tests/programs/Programs.h"
 #include "tests/testing/Emulator.h"
 #include "tests/testing/Eventually.h"
-#include "tests/testing/Folder.h"
 #include "tests/testing/Names.h"
 #include "tests/testing/Queues.h"
 
@@ -80,25 +79,6 @@ configctl: URI has no value for SysName; it may have more than 443 bytes, which 
 )");
   // Nothing is left out in silence.
   EXPECT_EQ(1, Run({"export"}).status);
-}
-
-TEST_F(QueueConfigctl, CarriesSettingsAndPresets) {
-  const testing_support::Folder folder;
-  const std::string file = folder / "a.json";
-  Run({"set", "IPConfig", "DHCP"});
-  EXPECT_EQ(0, Run({"export", file}).status);
-  EXPECT_EQ(0, Run({"set", "IPConfig", "Default"}).status);
-  EXPECT_EQ(1, Run({"diff", file}).status);
-  EXPECT_EQ("set          IPConfig: Default Addr (0) -> DHCP (1)\n1 value: 1 set\n",
-            Run({"import", file}).out);
-  EXPECT_EQ(0, Run({"diff", "--all", file}).status);
-  // The daemon has no folder to keep them in.
-  for (const Process::Words& preset :
-       {Process::Words{"preset", "save", "3"}, {"preset", "load", "3", folder / "3.bin"}}) {
-    const Outcome outcome = Run(preset);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.err, HasSubstr(" Failed; see what it logged, and try again"));
-  }
 }
 
 TEST_F(QueueConfigctl, TellsADaemonThatDiedFromOneThatEndedAndOneThatStandsStill) {
