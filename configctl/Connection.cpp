@@ -9,8 +9,8 @@
 #include <optional>
 #include <utility>
 
-#include "libconfig/access/Outcome.h"
-
+using qel::config::LastOutcome;
+using qel::config::Outcome;
 using qel::vorlane::config::access::MappingConfig;
 using qel::vorlane::config::access::NetworkClient;
 using qel::vorlane::config::access::NetworkUDPClient;
@@ -24,6 +24,14 @@ std::string InSeconds(Watchdog::Clock::duration duration) {
   char text[32];
   std::snprintf(text, sizeof text, "%g", std::chrono::duration<double>(duration).count());
   return std::string(text) + (std::strcmp(text, "1") == 0 ? " second" : " seconds");
+}
+
+// In whole seconds where it took that long.
+Watchdog::Clock::duration Since(Watchdog::Clock::time_point start) {
+  const auto took = Watchdog::Clock::now() - start;
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(took);
+  if (seconds.count() > 0) return seconds;
+  return std::chrono::floor<std::chrono::milliseconds>(took);
 }
 
 Failure TimedOut(const Place& place, const char* doing, Watchdog::Clock::duration limit,
@@ -80,15 +88,13 @@ Connection::Connection(const Session& session, OnTimeout onTimeout)
   const auto start = Watchdog::Clock::now();
   Connect();
   if (_config != nullptr) return;
-  const auto took = Watchdog::Clock::now() - start;
-  if (took >= _place.GetPatience()) {
-    throw TimedOut(_place, "connecting", _place.GetPatience());
-  }
+  if (LastOutcome() == Outcome::kNoAnswer) throw TimedOut(_place, "connecting", Since(start));
   throw NotConnected(_place);
 }
 
 Connection::~Connection() {
-  if (_session.GetOptions().mapped || _queue != nullptr) {
+  if (_queue != nullptr) return;
+  if (_session.GetOptions().mapped) {
     delete _config;
     return;
   }
@@ -119,8 +125,8 @@ void Connection::ConnectQueue() {
   // Where the watchdog ends the program, it is to be the first.
   auto patience = std::chrono::ceil<std::chrono::milliseconds>(_watchdog.GetLimit());
   if (_onTimeout == OnTimeout::kEndProgram) patience += std::chrono::seconds(1);
-  _queue = QueueConfig::Connect(_place.GetQueue(), patience).release();
-  _config = _queue;
+  _queue = QueueLink::Connect(_place.GetQueue(), patience);
+  _config = &_queue->GetClient();
 }
 
 void Connection::ConnectMapped(const std::string& uri, const std::string& listeningURI) {
@@ -143,7 +149,7 @@ void Connection::ConnectMapped(const std::string& uri, const std::string& listen
 // An exchange cannot be called back, and it may hold whatever an orderly end would wait for.
 Watchdog::Action Connection::EndProgram(const char* doing) {
   return [this, doing] {
-    QueueConfig::LeaveInPassing();
+    QueueLink::LeaveInPassing();
     ::_exit(_session.Fail(TimedOut(_place, doing, _watchdog.GetLimit(), _advice)));
   };
 }
@@ -157,7 +163,7 @@ Watchdog::Guard Connection::Watch(const char* doing) {
 }
 
 bool Connection::IsAlive() const {
-  if (_queue != nullptr) return _queue->IsAlive();
+  if (_queue != nullptr) return !_isLost && _queue->IsServed();
   return std::all_of(_clients.begin(), _clients.end(),
                      [](NetworkClient* client) { return client->IsConnected(); });
 }
@@ -178,7 +184,7 @@ programs::Value Connection::Get(eParam_t id) {
     if (_config->Get(id, text) != 0) return text;
   } else {
     unsigned int number = 0;
-    if (_config->Get(id, number) != 0) return number;
+    if (qel::config::TryGet(*_config, id, number)) return number;
   }
   ThrowUnread(id, start);
 }
@@ -187,15 +193,21 @@ eParam_t Connection::Resolve(eParam_t id) {
   const auto guard = Watch("reading");
   const auto start = Watchdog::Clock::now();
   const eParam_t concrete = CParamMapper(_config).MapParamID(id);
-  if (qel::config::LastOutcome() != qel::config::Outcome::kDone) ThrowUnread(id, start);
+  if (LastOutcome() != Outcome::kDone) ThrowUnread(id, start);
   return concrete;
 }
 
-void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const {
+// After an exchange that failed.
+void Connection::NoteOutcome() {
+  const Outcome outcome = LastOutcome();
+  if (outcome == Outcome::kNoConnection || outcome == Outcome::kNoAnswer) _isLost = true;
+}
+
+void Connection::ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) {
+  const bool inTime = LastOutcome() != Outcome::kNoAnswer;
+  NoteOutcome();
+  if (!inTime && !_hasGivenUp) throw TimedOut(_place, "reading", Since(start), _advice);
   if (!IsAlive()) ThrowLost("reading");
-  if (Watchdog::Clock::now() - start >= _place.GetPatience()) {
-    throw TimedOut(_place, "reading", _place.GetPatience(), _advice);
-  }
   const bool isText = _queue != nullptr && IsText(id);
   throw Failure(Status::kRefused,
                 GetURI() + " has no value for " + programs::ParamName(id) +
@@ -216,9 +228,11 @@ void Connection::Set(eParam_t id, const programs::Value& value) {
   }
   const auto set = [&](const auto& content) { return _config->Set(id, content); };
   if (std::visit(set, value) != 0) return;
+  const bool tooLong = LastOutcome() == Outcome::kTooLong;
+  NoteOutcome();
   if (!IsAlive()) ThrowLost("setting");
   // A refusal is found out by reading it back, as not every transport tells.
-  if (text == nullptr || _queue != nullptr) return;
+  if (!tooLong) return;
   throw Failure(Status::kRefused, "the value for " + programs::ParamName(id) +
                                       " cannot be sent; texts may have up to 8000 bytes");
 }
@@ -255,8 +269,8 @@ void Connection::Listen(ConfigEventListener& listener) {
 bool Connection::ListenAgain(ConfigEventListener& listener) {
   if (_queue == nullptr) return false;
   const auto guard = Watch("registering");
-  if (_queue->RemoveConfigEventListener(&listener) == 0 ||
-      _queue->AddConfigEventListener(&listener) == 0) {
+  if (_config->RemoveConfigEventListener(&listener) == 0 ||
+      _config->AddConfigEventListener(&listener) == 0) {
     ThrowLost("registering");
   }
   return true;

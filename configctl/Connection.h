@@ -4,11 +4,12 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "configctl/Place.h"
-#include "configctl/QueueConfig.h"
+#include "configctl/QueueLink.h"
 #include "configctl/Session.h"
 #include "configctl/Watchdog.h"
 #include "libconfig/libconfig.h"
@@ -62,7 +63,8 @@ class Connection {
   Watchdog::Action EndProgram(const char* doing);
   Watchdog::Guard Watch(const char* doing);
   [[noreturn]] void ThrowLost(const char* doing) const;
-  [[noreturn]] void ThrowUnread(eParam_t id, Watchdog::Clock::time_point start) const;
+  void NoteOutcome();
+  [[noreturn]] void ThrowUnread(eParam_t id, Watchdog::Clock::time_point start);
 
   const Session& _session;
   OnTimeout _onTimeout;
@@ -70,12 +72,13 @@ class Connection {
   Place _place;
   Watchdog _watchdog;
   Config* _config = nullptr;
-  QueueConfig* _queue = nullptr;  // the same, over message queues
+  std::unique_ptr<QueueLink> _queue;  // what it belongs to, over message queues
   // What it consists of, where the transport is one that can break.
   std::vector<qel::vorlane::config::access::NetworkClient*> _clients;
   // Where changes are announced, when that is another place; a part of a mapped configuration.
   qel::vorlane::config::access::NetworkUDPClient* _announcements = nullptr;
   unsigned int _missed = 0;
+  bool _isLost = false;                  // as an exchange told
   std::atomic<bool> _hasGivenUp{false};  // set by the watchdog
 };
 

@@ -63,17 +63,16 @@ struct Place::Scheme {
   bool hasConnections;
   // Over datagrams changes are heard at another place than the one that is asked.
   bool canListen;
-  std::chrono::milliseconds patience;
   int port;
   const char* asksOver;
 };
 
 // The transports that the library serves. A new one is one row.
 const Place::Scheme Place::kSchemes[] = {
-    {"tcp", true, true, std::chrono::milliseconds(12000), kDefaultPort, "tcp"},
-    {"udp", false, false, std::chrono::milliseconds(6000), kDefaultPort, "udp"},
-    {"multicast", false, true, std::chrono::milliseconds(6000), 63110, "udp"},
-    {kQueueScheme, false, true, std::chrono::milliseconds(60000), 0, kQueueScheme},
+    {"tcp", true, true, kDefaultPort, "tcp"},
+    {"udp", false, false, kDefaultPort, "udp"},
+    {"multicast", false, true, 63110, "udp"},
+    {kQueueScheme, false, true, 0, kQueueScheme},
 };
 
 Place::Place(const std::string& uri, int config) {
@@ -181,8 +180,6 @@ bool Place::HasConnections() const { return _scheme->hasConnections; }
 bool Place::IsListeningPlace() const { return _scheme->name != std::string(_scheme->asksOver); }
 
 bool Place::CanListen() const { return _scheme->canListen; }
-
-std::chrono::milliseconds Place::GetPatience() const { return _scheme->patience; }
 
 bool Place::IsOnThisMachine() const {
   if (!_queue.empty()) return true;

@@ -30,8 +30,6 @@ class Place {
   bool HasConnections() const;
   // Whether changes can be heard there.
   bool CanListen() const;
-  // How long the library waits for an answer. It then reports a failure like any other.
-  std::chrono::milliseconds GetPatience() const;
   // Whether it is on the machine that this program runs on, as far as addresses tell. REQUIRES:
   // Resolve.
   bool IsOnThisMachine() const;

@@ -26,7 +26,7 @@ constexpr std::chrono::milliseconds kRetry{250};
 constexpr int kMostReadings = 100;
 
 void EndQuietly(int) {
-  QueueConfig::LeaveInPassing();
+  QueueLink::LeaveInPassing();
   ::_exit(static_cast<int>(Status::kDone));
 }
 

@@ -170,18 +170,19 @@ bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& re
   }
   auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
   const bool refused = !HandleErrorResponse(&response);
+  // A daemon that was restarted does not know this connection.
+  const bool unknown = response.error == eMessageError_NotConnected;
+  if (refused) SetOutcome(unknown ? Outcome::kNoConnection : Outcome::kRefused);
   if (refused && operation.refusalFirst) {
     if (response.requestID != request.requestID) exchange.GiveUp(request.requestID);
-    SetOutcome(Outcome::kRefused);
     return say(operation.refused);
   }
   if (!exchange.IsAnswered(&request, answer) || response.msgtype != operation.type + 16) {
+    SetOutcome(Outcome::kRefused);
     return say(operation.mismatch);
   }
   NoteUpdate(response);
-  if (!refused) return true;
-  SetOutcome(Outcome::kRefused);
-  return say(operation.refused);
+  return refused ? say(operation.refused) : true;
 }
 
 bool PosixMQClient::TryGet(eParam_t param, unsigned int& value) {

@@ -1,4 +1,4 @@
-#include "configctl/QueueConfig.h"
+#include "configctl/QueueLink.h"
 
 #include <fcntl.h>
 #include <mqueue.h>
@@ -111,8 +111,8 @@ std::string UserName(uid_t user) {
 
 }  // namespace
 
-std::unique_ptr<QueueConfig> QueueConfig::Connect(const std::string& queue,
-                                                  std::chrono::milliseconds patience) {
+std::unique_ptr<QueueLink> QueueLink::Connect(const std::string& queue,
+                                              std::chrono::milliseconds patience) {
   const std::string uri = "mq:" + queue;
   Descriptor requests(::mq_open(queue.c_str(), O_RDWR));
   if (requests.Get() == -1) ThrowNotOpened(uri, errno);
@@ -123,7 +123,7 @@ std::unique_ptr<QueueConfig> QueueConfig::Connect(const std::string& queue,
                      ", and queues are for processes of one user; run configctl as that one, or "
                      "name the daemon's tcp:// URI");
   }
-  if (!IsServed(requests.Get())) {
+  if (!configctl::IsServed(requests.Get())) {
     ThrowUnreachable("nobody serves " + uri +
                      " any more, as its daemon died; start configd again, or name another place "
                      "with --uri");
@@ -141,81 +141,29 @@ std::unique_ptr<QueueConfig> QueueConfig::Connect(const std::string& queue,
     Forget();
     ThrowNotConnected(uri, error, patience);
   }
-  return std::unique_ptr<QueueConfig>(new QueueConfig(requests.Release(), *factory, client));
+  return std::unique_ptr<QueueLink>(new QueueLink(requests.Release(), *factory, client));
 }
 
-QueueConfig::QueueConfig(int requests, PosixMQFactory& queues, PosixMQClient* client)
+QueueLink::QueueLink(int requests, PosixMQFactory& queues, PosixMQClient* client)
     : _requests(requests), _factory(queues), _client(client) {}
 
-QueueConfig::~QueueConfig() {
+QueueLink::~QueueLink() {
   // Nobody would answer the Disconnect.
-  if (!IsAlive()) _factory.SetPatience({});
+  if (!IsServed()) _factory.SetPatience({});
   _factory.Disconnect(_client);
   Forget();
   ::mq_close(_requests);
 }
 
 // As long as the daemon has the queue open, it counts among those of the user.
-void QueueConfig::LeaveInPassing() {
+void QueueLink::LeaveInPassing() {
   if (responseQueue[0] == '\0') return;
   constexpr timespec kNoTime = {};
   ::mq_timedsend(requestQueue, reinterpret_cast<const char*>(&leave), sizeof leave, 0, &kNoTime);
   ::mq_unlink(responseQueue);
 }
 
-bool QueueConfig::IsAlive() const { return !_failed && IsServed(_requests); }
-
-// Whatever a daemon refuses, this it tells: one that does not is another one, which does not know
-// this connection, or it does not answer at all.
-int QueueConfig::Judge(bool done) {
-  unsigned int value;
-  if (!done && !_failed) _failed = !_client->TryGet(eParamID_IPConfig, value);
-  return done ? 1 : 0;
-}
-
-int QueueConfig::Get(eParam_t param, unsigned int& value) {
-  return Judge(_client->TryGet(param, value));
-}
-
-int QueueConfig::Get(eParam_t param, std::string& value) {
-  return Judge(_client->Get(param, value) != 0);
-}
-
-int QueueConfig::Set(eParam_t param, unsigned int value) {
-  return Judge(_client->Set(param, value) != 0);
-}
-
-int QueueConfig::Set(eParam_t param, std::string value) {
-  return Judge(_client->Set(param, std::move(value)) != 0);
-}
-
-unsigned int QueueConfig::Get(eParam_t param) {
-  unsigned int value;
-  Get(param, value);
-  return value;
-}
-
-int QueueConfig::AddConfigEventListener(ConfigEventListener* listener) {
-  return _client->AddConfigEventListener(listener);
-}
-
-int QueueConfig::RemoveConfigEventListener(ConfigEventListener* listener) {
-  return _client->RemoveConfigEventListener(listener);
-}
-
-eConfigID_t QueueConfig::GetConfigID() { return _client->GetConfigID(); }
-
-timeval QueueConfig::GetLastConfigUpdate() { return _client->GetLastConfigUpdate(); }
-
-ParamDescriptor* QueueConfig::GetParamDescriptor(eParam_t param) {
-  return _client->GetParamDescriptor(param);
-}
-
-ParamDescriptor* QueueConfig::GetParamDescriptor(std::string name) {
-  return _client->GetParamDescriptor(std::move(name));
-}
-
-std::vector<eParam_t> QueueConfig::GetParamIDs() { return _client->GetParamIDs(); }
+bool QueueLink::IsServed() const { return configctl::IsServed(_requests); }
 
 QueueLimits QueueLimits::Read() {
   QueueLimits limits;
