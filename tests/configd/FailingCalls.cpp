@@ -11,9 +11,10 @@
 namespace testing_support {
 namespace {
 
-int g_index = -1;
-int g_count = 0;
-Failure g_failure = Failure::kError;
+// Of the test's thread: the writer of lines, which runs beside it, never fails.
+thread_local int g_index = -1;
+thread_local int g_count = 0;
+thread_local Failure g_failure = Failure::kError;
 
 // Whether the caller is to fail.
 bool Fails() {
