@@ -18,5 +18,6 @@ int main(int argc, char** argv) {
   std::printf("IP Config is %u\n", config->Get(eParamID_IPConfig));
   config->Set(eParamID_IPConfig, 1U);
   config->Get(eParamID_IPConfig);  // its answer comes behind the events of the change
+  qel::config::SilenceMessages();  // that the connection ends is no news
   return ConfigFactoryImpl::GetInstance()->Disconnect(config) ? 0 : 1;
 }
