@@ -1,5 +1,5 @@
-// Reads all settings of a device twice. The cache asks for each once, but for the volatile ones, and
-// events keep it current, so that a panel may read as often as it draws.
+// Reads all settings of a device twice. The cache asks for each once, but for the volatile ones,
+// and events keep it current, so that a panel may read as often as it draws.
 #include <chrono>
 #include <cstdio>
 #include <memory>
