@@ -184,7 +184,36 @@ TEST(Example, IsTheReadmesAndWorks) {
   EXPECT_THAT(ReadFile("README.md"),
               HasSubstr("```cpp\n" + ReadFile("examples/watch_and_set.cpp") + "```\n"));
   Daemon daemon;
-  Process example({EXAMPLE_PATH, daemon.GetURI()});
+  Process example({WATCH_AND_SET_PATH, daemon.GetURI()});
   EXPECT_EQ(0, example.Wait());
   EXPECT_THAT(example.GetOutput(), HasSubstr("IP Config is 0\nIP Config is now 1\n"));
+  EXPECT_EQ("", example.GetErrors());
+}
+
+TEST(Example, ServesAStoreThatOthersCacheAndFollowAcrossItsRestart) {
+  auto server = std::make_unique<Process>(Process::Words{SERVE_STORE_PATH, "0"});
+  const std::string uri = server->WaitForLine().substr(std::strlen("serving "));
+  Process loop({EVENT_LOOP_PATH, uri});
+  EXPECT_EQ("connected, IP Config is 0", loop.WaitForLine());
+  EXPECT_EQ(0, RunConfigctl(uri, {"set", "SysName", "studio"}).status);
+  EXPECT_THAT(loop.WaitForLine(": studio"), HasSubstr(": studio"));
+  Process cached({CACHED_CLIENT_PATH, uri});
+  EXPECT_EQ(0, cached.Wait());
+  EXPECT_THAT(cached.GetOutput(), HasSubstr("second time: 207 settings"));
+
+  const std::string port = uri.substr(uri.rfind(':') + 1);
+  Process second({SERVE_STORE_PATH, port});
+  EXPECT_EQ(1, second.Wait());
+  EXPECT_EQ("cannot serve the port: Address already in use\n", second.GetErrors());
+  server->Kill(SIGTERM);
+  EXPECT_EQ(0, server->Wait());
+  EXPECT_EQ("disconnected", loop.WaitForLine());
+  server = std::make_unique<Process>(Process::Words{SERVE_STORE_PATH, port});
+  EXPECT_EQ("connected, IP Config is 0", loop.WaitForLine());
+}
+
+TEST(Example, RefusesByAPrecondition) {
+  Process example({PRECONDITION_PATH});
+  EXPECT_EQ(0, example.Wait());
+  EXPECT_EQ("recording: refused\nidle: set\n", example.GetOutput());
 }
