@@ -162,6 +162,7 @@ Received RecordExchange::Sort(ReceivedRecord& record, uint32_t& type) {
   _answer = std::move(record);
   _answered = true;
   _outcome = Received::kRecord;
+  _keptAtAnswer = _kept;
   return Received::kRecord;
 }
 
@@ -175,6 +176,7 @@ Received RecordExchange::Keep(ReceivedRecord& event) {
   }
   _events.push_back(std::move(event));
   _eventBytes += bytes;
+  ++_kept;
   return Received::kRecord;
 }
 
@@ -209,6 +211,9 @@ Received RecordExchange::Await(ReceivedRecord& answer) {
     errno = _error;
     answer = std::move(_answer);
     if (outcome == Received::kRecord && answer.size < _expected.size) outcome = Received::kFailed;
+    const int saved = errno;
+    LetEarlierEventsBeTold();
+    errno = saved;
   } else if (_waiting) {
     AbandonLocked(_expected.requestID);
   }
@@ -219,9 +224,28 @@ Received RecordExchange::Await(ReceivedRecord& answer) {
   return outcome;
 }
 
-void RecordExchange::KeepEvents(bool keep) {
+void RecordExchange::NoteTold() {
+  if (_teller != std::this_thread::get_id()) return;
+  _teller = {};
+  _tellingSince = kForever;
+  _told = _kept - _events.size();
+  Wake();
+}
+
+void RecordExchange::LetEarlierEventsBeTold() {
+  constexpr std::chrono::milliseconds kMoment(100);
+  const uint64_t last = _keptAtAnswer;
+  if (!_threadTells || _told >= last || _teller == std::this_thread::get_id()) return;
+  const Deadline since =
+      _tellingSince == kForever ? std::chrono::steady_clock::now() : _tellingSince;
+  while (_told < last && !_ended && Wait(since + kMoment)) {
+  }
+}
+
+void RecordExchange::KeepEvents(bool keep, bool isThread) {
   MutexLock lock(_mutex);
   _keepEvents = keep;
+  _threadTells = keep && isThread;
   if (keep) return;
   _events.clear();
   _eventBytes = 0;
@@ -247,12 +271,14 @@ RecordExchange::EventWait::EventWait(RecordExchange& records) : _records(records
 
 RecordExchange::EventWait::~EventWait() {
   MutexLock lock(_records._mutex);
+  _records.NoteTold();
   --_records._eventWaiters;
   _records.Wake();
 }
 
 Received RecordExchange::AwaitEvent(uint32_t& type) {
   MutexLock lock(_mutex);
+  NoteTold();
   while (_events.empty()) {
     if (_ended) {
       errno = _endError;
@@ -270,7 +296,10 @@ Received RecordExchange::AwaitEvent(uint32_t& type) {
 
 bool RecordExchange::TakeAwaitedEvent(ReceivedRecord& event) {
   MutexLock lock(_mutex);
-  return TakeFirst(event);
+  if (!TakeFirst(event)) return false;
+  _teller = std::this_thread::get_id();
+  _tellingSince = std::chrono::steady_clock::now();
+  return true;
 }
 
 bool RecordExchange::BeginDrain() {

@@ -17,6 +17,7 @@
 #include <deque>
 #include <memory>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "libconfig/access/Outcome.h"
@@ -146,16 +147,19 @@ class RecordExchange {
     Turn* _next = nullptr;  // of those who wait for theirs
   };
 
-  // Waits for the answer of the exchange that goes on; kTimeout at once where none does.
+  // Waits for the answer of the exchange that goes on; kTimeout at once where none does. A thread
+  // that tells of events gets a moment to tell of those that came before the answer: who asks after
+  // a change may rely on having heard of it, unless a listener blocks.
   Received Await(ReceivedRecord& answer);
   // For the reader: what the exchange that goes on waits for. False where none does.
   bool GetExpected(ExpectedAnswer& expected);
 
-  // Whether events are kept for listeners; dropped otherwise.
-  void KeepEvents(bool keep);
+  // Whether events are kept for listeners; dropped otherwise. With `isThread` a thread that waits
+  // for them tells of them, or is about to begin.
+  void KeepEvents(bool keep, bool isThread = false);
   bool HasEvents();
 
-  // Somebody who waits for events. While he exists no drain takes one.
+  // Somebody who waits for events, tells of each and waits on. While he exists no drain takes one.
   class EventWait {
    public:
     explicit EventWait(RecordExchange& records);
@@ -205,6 +209,8 @@ class RecordExchange {
   Received Keep(ReceivedRecord& event) LIBCONFIG_REQUIRES(_mutex);
   Received WaitToDrain(uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   bool TakeFirst(ReceivedRecord& event) LIBCONFIG_REQUIRES(_mutex);
+  void NoteTold() LIBCONFIG_REQUIRES(_mutex);
+  void LetEarlierEventsBeTold() LIBCONFIG_REQUIRES(_mutex);
   void End(Received how, int error) LIBCONFIG_REQUIRES(_mutex);
   bool Wait(Deadline deadline) LIBCONFIG_REQUIRES(_mutex);
   void Wake() LIBCONFIG_REQUIRES(_mutex);
@@ -229,9 +235,16 @@ class RecordExchange {
   std::set<uint32_t> _abandoned LIBCONFIG_GUARDED_BY(_mutex);
 
   bool _keepEvents LIBCONFIG_GUARDED_BY(_mutex) = false;
+  bool _threadTells LIBCONFIG_GUARDED_BY(_mutex) = false;
   std::deque<ReceivedRecord> _events LIBCONFIG_GUARDED_BY(_mutex);
   std::size_t _eventBytes LIBCONFIG_GUARDED_BY(_mutex) = 0;  // of their streams
   unsigned _eventWaiters LIBCONFIG_GUARDED_BY(_mutex) = 0;
+  // Events by their number: kept so far, that many when the answer came, and told by who waits.
+  uint64_t _kept LIBCONFIG_GUARDED_BY(_mutex) = 0;
+  uint64_t _keptAtAnswer LIBCONFIG_GUARDED_BY(_mutex) = 0;
+  uint64_t _told LIBCONFIG_GUARDED_BY(_mutex) = 0;
+  std::thread::id _teller LIBCONFIG_GUARDED_BY(_mutex);  // who tells of one at present
+  Deadline _tellingSince LIBCONFIG_GUARDED_BY(_mutex) = kForever;
   bool _draining LIBCONFIG_GUARDED_BY(_mutex) = false;
   bool _drainAgain LIBCONFIG_GUARDED_BY(_mutex) = false;
   bool _drainClaimed LIBCONFIG_GUARDED_BY(_mutex) = false;

@@ -293,9 +293,12 @@ int NetworkClient::AddConfigEventListener(ConfigEventListener* listener) {
   MutexLock lock(_registrationMutex);
   if (_ending || !_socket->is_open()) return 0;
   if (!_registered) {
-    _events->records.KeepEvents(true);
+    _events->records.KeepEvents(true, true);
     const bool stream = _socket->get_type() == SOCK_STREAM;
-    if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) return 0;
+    if (!(stream ? RegisterForEvents(eParamID_None) : RegisterForEvents())) {
+      _events->records.KeepEvents(false);
+      return 0;
+    }
     if (!StartThread()) {
       _events->records.Stop();  // as nobody would be told
       return 0;

@@ -13,8 +13,9 @@
 //   factory.Disconnect(client);
 //
 // From inside a listener's call everything is allowed: reading and setting on this client, adding
-// and removing listeners, handing the client back. A listener that blocks holds up other listeners,
-// not other threads' reads. Once the client is being handed back no listener is called any more,
+// and removing listeners, handing the client back. A read returns after the listeners have
+// heard of what came before its answer; a listener that blocks holds it up for a tenth of a second
+// only. Once the client is being handed back no listener is called any more,
 // but for the call that goes on; handing back waits for that, and ends what other threads do.
 #pragma once
 

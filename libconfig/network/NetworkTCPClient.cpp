@@ -95,7 +95,7 @@ XCONFIGMGR_EVENT_HANDLER_REQUEST_T NetworkTCPClient::MakeListenerRequest(uint32_
 void NetworkTCPClient::ProcessEvents() {
   const std::shared_ptr<Events> events = GetEvents();
   RecordExchange& records = events->records;
-  records.KeepEvents(true);
+  records.KeepEvents(true, true);
   const RecordExchange::EventWait wait(records);
   uint32_t type = 0;
   Received received;

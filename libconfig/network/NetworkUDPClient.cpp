@@ -152,7 +152,7 @@ void NetworkUDPClient::ProcessEvents() {
   RecordExchange& records = events->records;
   Logger* const logger = Logger::GetLogger();
   logger->Log("NetworkUDPClient::ProcessEvents enter\n");
-  records.KeepEvents(true);
+  records.KeepEvents(true, true);
   const RecordExchange::EventWait wait(records);
   uint32_t type = 0;
   Received received;

@@ -98,7 +98,7 @@ class Exchanges : public testing::Test {
   }
   // Somebody who waits for events for as long as the connection lives.
   std::thread Listen() {
-    records->KeepEvents(true);
+    records->KeepEvents(true, true);
     return std::thread([this] {
       const RecordExchange::EventWait wait(*records);
       uint32_t type;
@@ -137,7 +137,10 @@ TEST_F(Exchanges, GetTheirAnswersAndListenersTheirEvents) {
     reader->Put(kEvent, 0);
     reader->Put(kAnswer, requestID);
   };
-  for (uint32_t i = 1; i <= 1000; ++i) EXPECT_EQ(Received::kRecord, Ask(i, milliseconds(60000)));
+  for (uint32_t i = 1; i <= 1000; ++i) {
+    EXPECT_EQ(Received::kRecord, Ask(i, milliseconds(60000)));
+    EXPECT_EQ(i, heard) << "the event that came before the answer";
+  }
   EXPECT_TRUE(Eventually([&] { return heard == 1000; }));
   records->Close();
   listener.join();
