@@ -33,15 +33,16 @@ void RecordExchange::Wake() {
   if (_sleepers > 0) _changed.Broadcast();
 }
 
-RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline)
+RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline, Registered)
     : _records(records), _deadline(deadline) {
   MutexLock lock(records._mutex);
   ++records._turns;
-  if (records._ended) {
-    errno = ECANCELED;
-    return;
-  }
-  if (!records._exchanging) {
+}
+
+RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline)
+    : Turn(records, deadline, Registered()) {
+  MutexLock lock(records._mutex);
+  if (!records._ended && !records._exchanging) {
     records._exchanging = _granted = true;
     return;
   }
@@ -51,12 +52,18 @@ RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline)
   while (!_granted && !records._ended && records.Wait(deadline)) {
   }
   if (_granted) return;
-  for (Turn** turn = &records._firstTurn; *turn != nullptr; turn = &(*turn)->_next) {
-    if (*turn != this) continue;
-    *turn = _next;
-    break;
+  records.Unlink(*this);
+  _error = records._ended ? ECANCELED : ETIMEDOUT;
+  errno = _error;
+}
+
+// From those who wait for their turn, if it is among them.
+void RecordExchange::Unlink(Turn& turn) {
+  for (Turn** link = &_firstTurn; *link != nullptr; link = &(*link)->_next) {
+    if (*link != &turn) continue;
+    *link = turn._next;
+    return;
   }
-  errno = records._ended ? ECANCELED : ETIMEDOUT;
 }
 
 RecordExchange::Turn::~Turn() { _records.Leave(*this); }
@@ -64,6 +71,7 @@ RecordExchange::Turn::~Turn() { _records.Leave(*this); }
 void RecordExchange::Leave(Turn& turn) {
   MutexLock lock(_mutex);
   --_turns;
+  Unlink(turn);
   if (turn._granted) {
     if (_waiting) AbandonLocked(_expected.requestID);
     _waiting = false;
@@ -104,7 +112,11 @@ void RecordExchange::Abandon(uint32_t requestID) {
 void RecordExchange::AbandonLocked(uint32_t requestID) {
   // The numbers ascend, so that the first is the oldest.
   if (_abandoned.size() >= limits::kAbandonedRequests) _abandoned.erase(_abandoned.begin());
-  _abandoned.insert(requestID);
+  try {
+    _abandoned.insert(requestID);
+  } catch (const std::bad_alloc&) {
+    // The late answer will be taken for one that nobody asked for.
+  }
 }
 
 // The only reader, with the lock released while it exists. A reader may be cancelled, and may run
@@ -210,12 +222,18 @@ Received RecordExchange::Await(ReceivedRecord& answer) {
     outcome = _outcome;
     errno = _error;
     answer = std::move(_answer);
-    if (outcome == Received::kRecord && answer.size < _expected.size) outcome = Received::kFailed;
+    if (outcome == Received::kRecord && answer.size < _expected.size) {
+      outcome = Received::kFailed;
+      errno = EPROTO;
+    }
     const int saved = errno;
     LetEarlierEventsBeTold();
     errno = saved;
   } else if (_waiting) {
     AbandonLocked(_expected.requestID);
+  } else {
+    outcome = Received::kTimeout;  // nobody asked, or another thread took the answer
+    errno = ETIMEDOUT;
   }
   _waiting = false;
   SetOutcome(outcome == Received::kRecord    ? Outcome::kDone

@@ -11,6 +11,7 @@
 // however much comes in meanwhile.
 #pragma once
 
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -131,7 +132,8 @@ class RecordExchange {
         if (send()) return true;
         _records.ExpectNothing();
       }
-      SetOutcome(Outcome::kNoConnection);
+      SetOutcome(!_granted && _error == ETIMEDOUT ? Outcome::kNoAnswer : Outcome::kNoConnection);
+      if (!_granted) errno = _error;
       return false;
     }
 
@@ -140,10 +142,15 @@ class RecordExchange {
 
    private:
     friend class RecordExchange;
+    struct Registered {};
+
+    // Registers it, so that the destructor undoes that although the waiting may be cancelled.
+    Turn(RecordExchange& records, Deadline deadline, Registered);
 
     RecordExchange& _records;
     const Deadline _deadline;
     bool _granted = false;
+    int _error = 0;         // why it is not granted
     Turn* _next = nullptr;  // of those who wait for theirs
   };
 
@@ -204,6 +211,7 @@ class RecordExchange {
   void Abandon(uint32_t requestID);
   void AbandonLocked(uint32_t requestID) LIBCONFIG_REQUIRES(_mutex);
   void Leave(Turn& turn);
+  void Unlink(Turn& turn) LIBCONFIG_REQUIRES(_mutex);
   Received ReadOne(Deadline deadline, uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   Received Sort(ReceivedRecord& record, uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   Received Keep(ReceivedRecord& event) LIBCONFIG_REQUIRES(_mutex);

@@ -373,19 +373,29 @@ void NetworkClient::StopEventsThread() {
     return;
   }
   _events->records.Stop();
-  pthread_t thread;
   {
     MutexLock lock(_registrationMutex);
     _ending = true;
-    if (!_hasThread || ::pthread_equal(_eventsThread, ::pthread_self()) != 0) return;
-    _hasThread = false;
-    thread = _eventsThread;
+    const bool hasThread = _hasThread || _joining;
+    if (!hasThread || ::pthread_equal(_eventsThread, ::pthread_self()) != 0) return;
   }
   // The thread may be waiting for the delivery that this one is inside of.
   _events->listeners.QuitDelivery();
+  pthread_t thread;
+  {
+    MutexLock lock(_registrationMutex);
+    while (_joining) _joined.Wait(_registrationMutex);
+    if (!_hasThread) return;
+    _hasThread = false;
+    _joining = true;
+    thread = _eventsThread;
+  }
   if (::pthread_join(thread, nullptr) != 0) {
     Report("NetworkClient::StopEventsThread - thread join failed");
   }
+  MutexLock lock(_registrationMutex);
+  _joining = false;
+  _joined.Broadcast();
 }
 
 void NetworkClient::Leave() {

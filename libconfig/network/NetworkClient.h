@@ -129,6 +129,8 @@ class LIBCONFIG_API NetworkClient : public Config {
   bool _registered LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
   bool _ending LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
   bool _hasThread LIBCONFIG_GUARDED_BY(_registrationMutex) = false;
+  bool _joining LIBCONFIG_GUARDED_BY(_registrationMutex) = false;  // somebody waits for its end
+  qel::config::Condition _joined;
   pthread_t _eventsThread LIBCONFIG_GUARDED_BY(_registrationMutex) = {};
 
   qel::config::Mutex _updateMutex;

@@ -114,7 +114,8 @@ void NetworkTCPClient::ProcessEvents() {
     }
     if (events->clientGone) return;
   }
-  const int result = errno == 0 ? 0 : -1;
+  // A socket that was closed on this side receives nothing.
+  const int result = errno == 0 || errno == ECANCELED ? 0 : -1;
   ReportErrno("NetworkTCPClient::ProcessEvents");
   Report("NetworkTCPClient::ProcessEvents - recv error (%d) in process ID %d\n", result,
          static_cast<int>(::getpid()));

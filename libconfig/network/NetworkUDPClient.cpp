@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <deque>
 
 #include "libconfig/base/Diagnostics.h"
@@ -166,7 +167,8 @@ void NetworkUDPClient::ProcessEvents() {
     ProcessEvent(record);
     if (events->clientGone) return;
   }
-  const int result = errno == 0 ? 0 : -1;
+  // A socket that was closed on this side receives nothing.
+  const int result = errno == 0 || errno == ECANCELED ? 0 : -1;
   if (result == 0) {
     logger->Log("NetworkUDPClient::ProcessEvents - ret == 0\n");
   } else {

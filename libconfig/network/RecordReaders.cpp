@@ -120,9 +120,12 @@ void DatagramRecordReader::Interrupt(bool) { _socket.close(); }
 
 Received DatagramRecordReader::Read(ReceivedRecord& record, Deadline deadline, RecordExchange&) {
   sockaddr_in from = {};
-  const int ready = AwaitReadable(_socket, deadline, _socketTimeout);
-  const ssize_t count =
-      ready > 0 ? _socket.recvfrom_some(_buffer.get(), kDatagram, from) : ready - 1;
+  int ready;
+  ssize_t count;
+  do {
+    ready = AwaitReadable(_socket, deadline, _socketTimeout);
+    count = ready > 0 ? _socket.recv_once(_buffer.get(), kDatagram, &from) : -1;
+  } while (ready > 0 && count < 0 && errno == EINTR);
   if (count <= 0 && !_socket.is_open()) {
     if (count == 0) errno = 0;
     return Received::kEnded;

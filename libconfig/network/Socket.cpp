@@ -389,6 +389,13 @@ ssize_t Socket::recvfrom_some(void* data, std::size_t length, sockaddr_in& from)
   });
 }
 
+ssize_t Socket::recv_once(void* data, std::size_t length, sockaddr_in* from) {
+  Use use(*this);
+  socklen_t size = sizeof *from;
+  return ::recvfrom(use.fd, data, length, MSG_NOSIGNAL, reinterpret_cast<sockaddr*>(from),
+                    from == nullptr ? nullptr : &size);
+}
+
 int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
   const ssize_t count = recvfrom_some(data, length, from);
   if (count == -1) {

@@ -69,6 +69,8 @@ class LIBCONFIG_API Socket {
   // The system's own calls, without a report and with errno set: one receive, with its sender or
   // without; one send, which does not wait when `wait` is false.
   ssize_t recv_some(void* data, std::size_t length);
+  // The same, with EINTR where a signal ends the waiting, and the sender of a datagram unless null.
+  ssize_t recv_once(void* data, std::size_t length, sockaddr_in* from);
   ssize_t recvfrom_some(void* data, std::size_t length, sockaddr_in& from);
   ssize_t send_some(const void* data, std::size_t length, bool wait);
 

@@ -64,9 +64,12 @@ StreamReader::Result StreamReader::AwaitMore(Deadline deadline) {
 StreamReader::Result StreamReader::Fill(char* data, std::size_t room, std::size_t& got,
                                         Deadline deadline) {
   if (_beforeWait) _beforeWait();
-  const Result waited = AwaitMore(deadline);
-  if (waited != Result::kWhole) return waited;
-  const ssize_t count = _socket.recv_some(data, room);
+  ssize_t count;
+  do {
+    const Result waited = AwaitMore(deadline);
+    if (waited != Result::kWhole) return waited;
+    count = _socket.recv_once(data, room, nullptr);
+  } while (count < 0 && errno == EINTR);
   if (count < 0) return errno == EAGAIN ? Result::kTimeout : Result::kError;
   if (count == 0) return _insideRecord ? Result::kCut : Result::kClosed;
   got = static_cast<std::size_t>(count);

@@ -1,5 +1,6 @@
 // What comes in on a connection and whose it is, with a reader that the test plays.
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cerrno>
 #include <condition_variable>
@@ -183,6 +184,21 @@ TEST_F(Exchanges, HaveTheirTurnInOrderAndInTime) {
   }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ((std::vector<int>{0, 1, 2}), order);
+}
+
+// The cancellation is pending when the thread begins to wait, as not every emulator can unwind from
+// a signal.
+TEST_F(Exchanges, GoOnAfterAThreadIsCancelledThatWaitsForItsTurn) {
+  {
+    const RecordExchange::Turn first(*records, kForever);
+    std::thread cancelled([this] {
+      ::pthread_cancel(::pthread_self());
+      const RecordExchange::Turn turn(*records, kForever);
+    });
+    cancelled.join();
+  }
+  EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(1)));
+  records->Close();
 }
 
 TEST_F(Exchanges, EndWithTheConnectionAndDropWhatNobodyHeard) {

@@ -20,7 +20,13 @@ namespace {
 void* DrainEntry(void* client) {
   sigval value;
   value.sival_ptr = client;
-  PosixMQClient::MQNotifyHandler(value);
+  try {
+    PosixMQClient::MQNotifyHandler(value);
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // No memory. The next notification or exchange tells of what is left.
+  }
   return nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "libconfig/access/queue/PosixMQState.h"
 
+#include <cxxabi.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -50,7 +51,13 @@ void NotificationEntry(sigval client) {
   sigset_t all;
   ::sigfillset(&all);
   ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
-  PosixMQClient::MQNotifyHandler(client);
+  try {
+    PosixMQClient::MQNotifyHandler(client);
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // No memory. The next notification or exchange tells of what is left.
+  }
 }
 
 }  // namespace
@@ -116,19 +123,23 @@ bool PosixMQClient::State::RenewNotification(PosixMQClient* notified) {
 int PosixMQClient::State::Drain() {
   if (listeners.IsHeldByCaller()) return 0;
   if (!records.BeginDrain()) return 1;
+  try {
+    return DrainAll();
+  } catch (...) {
+    // Who catches it begins again. The thread may have been cancelled, too.
+    while (!records.EndDrain()) {
+    }
+    throw;
+  }
+}
+
+int PosixMQClient::State::DrainAll() {
   for (;;) {
     uint32_t type = 0;
     int result;
     switch (records.NextToDrain(type)) {
       case Received::kRecord:
-        try {
-          if (!DeliverNext(nullptr, result) && listeners.IsEmpty() && records.EndDrain()) return 1;
-        } catch (...) {
-          // Who catches it begins again.
-          while (!records.EndDrain()) {
-          }
-          throw;
-        }
+        if (!DeliverNext(nullptr, result) && listeners.IsEmpty() && records.EndDrain()) return 1;
         break;
       case Received::kUnknown:
         Report("Unknown message type %d\n", static_cast<int>(type));
@@ -235,6 +246,24 @@ void PosixMQClient::Exchange::WaitForFactory() {
       static_cast<time_t>(seconds.count()),
       static_cast<long>(
           std::chrono::duration_cast<std::chrono::nanoseconds>(time - seconds).count())};
+  // Cancelled or not, this thread does not wait any more.
+  struct Waiting {
+    ~Waiting() {
+      MutexLock lock(state.leaveMutex);
+      state.atSemaphore = false;
+      if (!state.leaving) return;
+      error = ECANCELED;
+      if (!state.woken) return;
+      // That post was for this thread.
+      if (!held) ::sem_trywait(semaphore);
+      held = false;
+    }
+    State& state;
+    sem_t* const semaphore;
+    bool& held;
+    int& error;
+  };
+  const Waiting waiting = {state, _semaphore, _held, _error};
   int result;
   do result = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end);
   while (result != 0 && errno == EINTR);
@@ -242,13 +271,8 @@ void PosixMQClient::Exchange::WaitForFactory() {
     ReportErrno("Semaphore(): call to sem_wait failed\n");
     result = 0;
   }
-  MutexLock lock(state.leaveMutex);
-  state.atSemaphore = false;
   _held = result == 0;
   _error = _held ? 0 : ETIMEDOUT;
-  if (!state.leaving) return;
-  _error = ECANCELED;
-  if (state.woken) _held = false;
 }
 
 Received PosixMQClient::Exchange::Ask(const void* request, std::size_t length,

@@ -23,6 +23,7 @@ struct PosixMQClient::State {
   bool RenewNotification(PosixMQClient* notified);
   // Tells the listeners what has come. 0 when the queue could not be read, else 1.
   int Drain();
+  int DrainAll();
   // REQUIRES: `delivery` is not nested.
   int Deliver(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
               ConfigEvent* event);
