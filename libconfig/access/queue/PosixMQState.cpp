@@ -22,7 +22,6 @@ using qel::config::Outcome;
 using qel::config::QueueReader;
 using qel::config::Received;
 using qel::config::ReceivedRecord;
-using qel::config::RecordExchange;
 using qel::config::Report;
 using qel::config::ReportErrno;
 
