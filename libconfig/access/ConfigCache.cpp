@@ -4,6 +4,7 @@
 
 #include "libconfig/access/Outcome.h"
 #include "libconfig/base/Limits.h"
+#include "libconfig/base/Mutex.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 
@@ -37,6 +38,14 @@ int Read(Config& config, eParam_t param, unsigned int& value) {
 }
 int Read(Config& config, eParam_t param, std::string& value) { return config.Get(param, value); }
 
+// A placeholder belongs to nobody and stays: leak checkers find it here.
+void Remember(const ParamDescriptor* placeholder) {
+  static auto* const mutex = new qel::config::Mutex;
+  static auto* const remembered = new std::vector<const ParamDescriptor*>;
+  const qel::config::MutexLock lock(*mutex);
+  remembered->push_back(placeholder);
+}
+
 std::size_t BytesOf(unsigned int) { return 0; }
 std::size_t BytesOf(const std::string& text) { return text.size(); }
 
@@ -59,7 +68,9 @@ bool ConfigCache::IsVolatile(eParam_t param) {
   }
   const ParamDescriptor* const descriptor = _config->GetParamDescriptor(param);
   if (descriptor == nullptr) return true;
-  const bool isVolatile = IsPlaceholder(*descriptor) || SaysVolatile(*descriptor);
+  const bool isPlaceholder = IsPlaceholder(*descriptor);
+  if (isPlaceholder) Remember(descriptor);
+  const bool isVolatile = isPlaceholder || SaysVolatile(*descriptor);
   SemaphoreHelper lock(_lock);
   const bool isNew =
       _volatility.insert_or_assign(param, isVolatile ? kVolatile : kNotVolatile).second;
