@@ -6,9 +6,6 @@ namespace qel::config {
 
 ListenerList::Delivery::Delivery(ListenerList& list) : _list(list), _nested(list.IsMine()) {
   if (_nested) return;
-  // Whoever waits for the lock keeps the door shut, so that a thread which announces one change
-  // after the other cannot pass it.
-  MutexLock door(_list._door);
   SemaphoreHelper::Wait(_list._lock.Get());
   _list._owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
 }

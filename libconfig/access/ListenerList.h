@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "libconfig/base/Mutex.h"
 #include "libconfig/values/SemaphoreHelper.h"
 
 class ConfigEventListener;
@@ -101,7 +100,6 @@ class ListenerList {
   }
   ConfigEventListener* Next() { return _next < _end && !_closed ? _listeners[_next++] : nullptr; }
 
-  Mutex _door;  // held while _lock is waited for
   Semaphore _lock;
   std::atomic<std::thread::id> _owner{};
   std::atomic<std::size_t> _count{0};  // of _listeners
