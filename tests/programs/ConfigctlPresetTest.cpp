@@ -138,9 +138,9 @@ TEST(ConfigctlPreset, StoresWhatAFileHoldsAndLoadsItBack) {
   });
   EXPECT_EQ((Outcome{0, "preset 20 stored from \"" + file + "\", 10 bytes\n", ""}),
             storing.Run({"preset", "store", "20", file}));
+  EXPECT_THAT(storing.GetSets(), ElementsAre(Pair(kStoreResult, 1U), Pair(kStore, 20U)));
   EXPECT_EQ(contents, taken);
   EXPECT_NE(0, ::access(passing.c_str(), F_OK));
-  EXPECT_THAT(storing.GetSets(), ElementsAre(Pair(kStoreResult, 1U), Pair(kStore, 20U)));
 
   FakeDevice loading(kLoad, [&](uint32_t) {
     std::ofstream(passing, std::ios::binary) << taken;
