@@ -58,7 +58,7 @@ std::string ConnectionUtilities::GetPIDName(unsigned int pid) {
   if (known != names.end()) return known->second;
   if (names.size() >= qel::config::limits::kProcessNames) names.clear();
   names[pid] = AskForName(pid);
-  // Established behaviour: only a second call gets the name.
+  // Callers rely on an empty name the first time, and on the name from the second call on.
   return {};
 }
 
