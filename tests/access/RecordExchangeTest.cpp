@@ -206,8 +206,9 @@ TEST_F(Exchanges, EndWithTheConnectionAndDropWhatNobodyHeard) {
   reader->Put(kEvent, 0);
   EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(1)));
   EXPECT_TRUE(records->HasEvents());
+  const int before = reader->reads;
   std::thread asking([&] { EXPECT_EQ(Received::kEnded, Ask(2, milliseconds(60000))); });
-  ASSERT_TRUE(Eventually([&] { return reader->reads == 3; }));
+  EXPECT_TRUE(Eventually([&] { return reader->reads > before; }));
   records->Close();  // waits for the other thread's exchange
   asking.join();
   EXPECT_FALSE(records->HasEvents());
