@@ -1,12 +1,10 @@
 // How presets move between a client and the device's application: the temporary file, the register
 // parameters, and everything that goes wrong on the way.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdio>
-#include <fstream>
 #include <functional>
 #include <string>
 
@@ -14,22 +12,16 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/values/PresetsParamVector.h"
+#include "tests/testing/Folder.h"
+#include "tests/testing/Names.h"
 
 namespace {
 
 using qel::config::values::PresetsParamVector;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::internal::CaptureStderr;
-using ::testing::internal::GetCapturedStderr;
 
 // Of this process alone.
 eConfigID_t OwnRegister() { return static_cast<eConfigID_t>(1000000 + ::getpid()); }
 std::string OwnPath() { return PresetsParamVector::GetPath(OwnRegister()); }
-
-void WriteText(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
 
 std::string DataOf(PresetsParamVector& presets) {
   unsigned int length = 1;
@@ -57,19 +49,23 @@ class PresetsTest : public ::testing::Test {
  protected:
   PresetsTest() : _store(eConfigID_Default) {
     ::unlink(OwnPath().c_str());
-    CaptureStderr();
     CreateDescriptors();
-    _store.Init();
-    GetCapturedStderr();
+    Messages([&] { _store.Init(); });
   }
   ~PresetsTest() override { ::unlink(OwnPath().c_str()); }
 
   void Give(PresetsParamVector& presets, const std::string& data) {
-    WriteText(OwnPath(), data);
-    ASSERT_TRUE(presets.Slurp(OwnPath()));
-    ::unlink(OwnPath().c_str());
+    ASSERT_TRUE(presets.Slurp(_folder.Write("data", data)));
+  }
+  // What the library says while `action` runs.
+  template <typename Action>
+  std::string Messages(Action action) {
+    CaptureStderr();
+    action();
+    return GetCapturedStderr();
   }
 
+  const Folder _folder;
   ConfigManager _store;
 };
 
@@ -94,12 +90,10 @@ TEST_F(PresetsTest, AreStoredThroughAFileThatOnlyRootReads) {
   _store.AddConfigEventListener(&application);
   PresetsParamVector presets;
   Give(presets, std::string("one\0two", 7));
-  CaptureStderr();
-  EXPECT_TRUE(presets.Store(OwnRegister(), &_store));
   EXPECT_EQ(
       "PresetsParamVector::WaitForStates - called\n"
       "PresetsParamVector::WaitForStates - normal return state = 2\n",
-      GetCapturedStderr());
+      Messages([&] { EXPECT_TRUE(presets.Store(OwnRegister(), &_store)); }));
   EXPECT_EQ(0U, mode);
   EXPECT_NE(0, ::access(OwnPath().c_str(), F_OK));
   if (::geteuid() != 0) GTEST_SKIP() << "only root reads a file without permission bits";
@@ -110,28 +104,23 @@ TEST_F(PresetsTest, AreLoadedFromTheFileThatTheApplicationLeaves) {
   unsigned int result = 2;
   std::string text = "contents";
   Application application([&](eParam_t, unsigned int) {
-    if (!text.empty()) WriteText(OwnPath(), text);
+    if (!text.empty()) std::ofstream(OwnPath()) << text;
     _store.Set(eParamID_RegisterLoadResult, result);
   });
   _store.AddConfigEventListener(&application);
   PresetsParamVector presets;
-  CaptureStderr();
-  EXPECT_TRUE(presets.Load(OwnRegister(), &_store));
-  GetCapturedStderr();
+  Messages([&] { EXPECT_TRUE(presets.Load(OwnRegister(), &_store)); });
   EXPECT_EQ(text, DataOf(presets));
   EXPECT_NE(0, ::access(OwnPath().c_str(), F_OK));
-  // No file where there should be one.
+  const auto failure = [&] {
+    return Messages([&] { EXPECT_FALSE(presets.Load(OwnRegister(), &_store)); });
+  };
   text.clear();
-  CaptureStderr();
-  EXPECT_FALSE(presets.Load(OwnRegister(), &_store));
-  EXPECT_THAT(GetCapturedStderr(),
-              EndsWith("PresetsParamVector::Load: No such file or directory\n"));
+  EXPECT_THAT(failure(), EndsWith("PresetsParamVector::Load: No such file or directory\n"));
   EXPECT_EQ("", DataOf(presets));
   for (const unsigned int state : {3U, 4U}) {
     result = state;
-    CaptureStderr();
-    EXPECT_FALSE(presets.Load(OwnRegister(), &_store));
-    EXPECT_THAT(GetCapturedStderr(),
+    EXPECT_THAT(failure(),
                 EndsWith("detected an error state while waiting for preset 0\n"
                          "PresetsParamVector::Load - error/empty/timeout waiting for load\n"));
   }
@@ -139,64 +128,48 @@ TEST_F(PresetsTest, AreLoadedFromTheFileThatTheApplicationLeaves) {
 
 TEST_F(PresetsTest, AreNotStoredWhenThereIsNothingToStoreOrNobodyTakesIt) {
   PresetsParamVector presets;
-  CaptureStderr();
-  EXPECT_FALSE(presets.Store(OwnRegister(), &_store));
-  EXPECT_EQ("", GetCapturedStderr());
+  const auto failure = [&](Config* config) {
+    return Messages([&] { EXPECT_FALSE(presets.Store(OwnRegister(), config)); });
+  };
+  EXPECT_EQ("", failure(&_store));
   EXPECT_NE(0, ::access(OwnPath().c_str(), F_OK));
 
   Give(presets, "x");
-  CaptureStderr();
-  EXPECT_FALSE(presets.Store(OwnRegister(), nullptr));
-  EXPECT_EQ("PresetsParamVector::Store - failed to get current config\n", GetCapturedStderr());
+  EXPECT_EQ("PresetsParamVector::Store - failed to get current config\n", failure(nullptr));
   EXPECT_EQ(0, ::unlink(OwnPath().c_str()));
 
   Application refuses([&](eParam_t, unsigned int) { _store.Set(eParamID_RegisterStoreResult, 3); });
   _store.AddConfigEventListener(&refuses);
-  CaptureStderr();
-  EXPECT_FALSE(presets.Store(OwnRegister(), &_store));
-  EXPECT_THAT(GetCapturedStderr(), EndsWith("PresetsParamVector::Store - WaitForState failed\n"));
+  EXPECT_THAT(failure(&_store), EndsWith("PresetsParamVector::Store - WaitForState failed\n"));
   EXPECT_NE(0, ::access(OwnPath().c_str(), F_OK));
 
-  // Somebody put a link or a folder in the file's place.
-  const std::string victim = OwnPath() + ".victim";
-  WriteText(victim, "precious");
+  // Somebody put a link in the file's place.
+  const std::string victim = _folder.Write("victim", "precious");
   ASSERT_EQ(0, ::symlink(victim.c_str(), OwnPath().c_str()));
-  CaptureStderr();
-  EXPECT_FALSE(presets.Store(OwnRegister(), &_store));
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("File::write_file - open " + OwnPath() + " failed\n"));
-  ::unlink(OwnPath().c_str());
-  PresetsParamVector reader;
-  EXPECT_TRUE(reader.Slurp(victim));
-  EXPECT_EQ("precious", DataOf(reader));
-  ::unlink(victim.c_str());
+  EXPECT_THAT(failure(&_store), HasSubstr("File::write_file - open " + OwnPath() + " failed\n"));
+  EXPECT_EQ("precious", _folder.Read("victim"));
 }
 
 TEST_F(PresetsTest, TakeOnlyRegularFilesOfABearableSize) {
   PresetsParamVector presets;
+  const auto failure = [&](const char* name) {
+    return Messages([&] { EXPECT_FALSE(presets.Slurp(_folder / name)) << name; });
+  };
   Give(presets, "before");
-  CaptureStderr();
-  EXPECT_FALSE(presets.Slurp(OwnPath()));
   EXPECT_EQ("open failed: No such file or directory\nPresetsParamVector::Slurp - open " +
-                OwnPath() + " failed\n",
-            GetCapturedStderr());
+                _folder / "none" + " failed\n",
+            failure("none"));
+  ASSERT_EQ(0, ::mkfifo((_folder / "fifo").c_str(), 0600));
+  ASSERT_EQ(0, ::symlink("data", (_folder / "link").c_str()));
+  failure("fifo");
+  failure("link");
   EXPECT_EQ("before", DataOf(presets));
-  CaptureStderr();
-  ASSERT_EQ(0, ::mkfifo(OwnPath().c_str(), 0600));
-  EXPECT_FALSE(presets.Slurp(OwnPath()));
-  ::unlink(OwnPath().c_str());
-  ASSERT_EQ(0, ::symlink("/etc/hostname", OwnPath().c_str()));
-  EXPECT_FALSE(presets.Slurp(OwnPath()));
-  ::unlink(OwnPath().c_str());
-  GetCapturedStderr();
 
-  WriteText(OwnPath(), "");
-  EXPECT_TRUE(presets.Slurp(OwnPath()));
+  Give(presets, "");
   EXPECT_EQ("", DataOf(presets));
-
-  ASSERT_EQ(0, ::truncate(OwnPath().c_str(), 64L * 1024 * 1024 + 1));
-  CaptureStderr();
-  EXPECT_FALSE(presets.Slurp(OwnPath()));
-  EXPECT_EQ("PresetsParamVector::Slurp - new failed\n", GetCapturedStderr());
+  Give(presets, "again");
+  ASSERT_EQ(0, ::truncate((_folder / "data").c_str(), 64L * 1024 * 1024 + 1));
+  EXPECT_EQ("PresetsParamVector::Slurp - new failed\n", failure("data"));
   EXPECT_EQ("", DataOf(presets));
 }
 
@@ -204,17 +177,18 @@ TEST_F(PresetsTest, WaitAsLongAsTheyAreTold) {
   PresetsParamVector presets;
   std::vector<unsigned int> ok = {7};
   std::vector<unsigned int> bad = {8};
-  CaptureStderr();
-  EXPECT_FALSE(presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, 1));
+  const auto wait = [&](long milliseconds, bool found) {
+    return Messages([&] {
+      EXPECT_EQ(found,
+                presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, milliseconds));
+    });
+  };
   EXPECT_EQ(
       "PresetsParamVector::WaitForStates - called\n"
       "PresetsParamVector::WaitForStates - detected an error while waiting for preset 0\n",
-      GetCapturedStderr());
+      wait(1, false));
   ok = {_store.Get(eParamID_RegisterLoadResult)};
-  CaptureStderr();
-  for (const long forever : {LONG_MAX, LONG_MAX / 1000}) {
-    EXPECT_TRUE(presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, forever));
-  }
-  EXPECT_FALSE(presets.WaitForStates(&_store, eParamID_RegisterLoadResult, ok, bad, LONG_MIN));
-  GetCapturedStderr();
+  wait(LONG_MAX, true);
+  wait(LONG_MAX / 1000, true);
+  wait(LONG_MIN, false);
 }
