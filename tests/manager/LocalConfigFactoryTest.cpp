@@ -1,20 +1,17 @@
 // The stores of one process, as their factory hands them out.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <malloc.h>
 
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/manager/LocalConfigFactory.h"
 #include "libconfig/values/IntegerValue.h"
-#include "tests/testing/RecordingListener.h"
+#include "tests/testing/ActingListener.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Threads.h"
 
 namespace {
 
 using qel::config::access::LocalConfigFactory;
-using ::testing::internal::CaptureStderr;
-using ::testing::internal::GetCapturedStderr;
 
 // Says what the body wrote to standard error.
 template <typename Body>
@@ -39,15 +36,12 @@ class LocalConfigFactoryTest : public ::testing::Test {
 
 TEST_F(LocalConfigFactoryTest, ReadsTheNumberOfAConfiguration) {
   const std::pair<const char*, int> cases[] = {
-      {"", 0},
       {"local:", 0},
-      {"local:configid=7", 7},
       {"local:priority=3&configid=12/caching=true", 12},
       {"configid=-4", -4},
       {"configid= 9", 9},
       {"configid=abc", 0},
       {"configid=", 0},
-      {"configid=1configid=2", 1},
       {"ConfigID=7", 0},
       {"configid=2147483648", INT32_MAX},
       {"configid=-99999999999999999999", INT32_MIN},
@@ -129,21 +123,11 @@ TEST_F(LocalConfigFactoryTest, TakesBackOnlyItsOwnStores) {
 }
 
 TEST_F(LocalConfigFactoryTest, MayBeGivenBackFromInsideACall) {
-  struct Leaving : testing_support::RecordingListener {
-    using RecordingListener::ParamChanged;
-    void ParamChanged(eParam_t, unsigned int, timeval) override {
-      EXPECT_TRUE(factory->Disconnect(store));
-      ++calls;
-    }
-    LocalConfigFactory* factory;
-    ConfigManager* store;
-    int calls = 0;
-  } leaving;
-  leaving.factory = &_factory;
-  leaving.store = Connect("local:");
-  leaving.store->AddConfigEventListener(&leaving);
-  EXPECT_EQ(1, leaving.store->Set(eParamID_IntervalTime, 3U));
-  EXPECT_EQ(1, leaving.calls);
+  ConfigManager* const store = Connect("local:");
+  ActingListener leaving([&] { EXPECT_TRUE(_factory.Disconnect(store)); });
+  store->AddConfigEventListener(&leaving);
+  EXPECT_EQ(1, store->Set(eParamID_IntervalTime, 3U));
+  EXPECT_EQ(1U, leaving.GetHeard().size());
   EXPECT_EQ(1, Connect("local:")->GetUseCount()) << "a new store";
 }
 
@@ -169,7 +153,7 @@ TEST_F(LocalConfigFactoryTest, DoesNotGrowByConnectingOverAndOver) {
 
 TEST_F(LocalConfigFactoryTest, ServesManyThreadsAtOnce) {
   Messages([&] {
-    testing_support::OnThreads(4, [&](int thread) {
+    OnThreads(4, [&](int thread) {
       for (int i = 0; i < 50; ++i) {
         Config* const own = _factory.Connect("local:configid=" + std::to_string(thread));
         Config* const shared = _factory.Connect("local:configid=99");
