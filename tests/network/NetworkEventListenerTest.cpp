@@ -1,6 +1,4 @@
 // Events as a queue that a thread waits on.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <time.h>
 
 #include <atomic>
@@ -13,22 +11,12 @@
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkEventListener.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Names.h"
+#include "tests/testing/Threads.h"
 
 using qel::vorlane::config::access::NetworkEventListener;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
-using testing_support::Eventually;
 
 namespace {
-
-class Store {
- public:
-  explicit Store(int number)
-      : config(ConfigFactoryImpl::GetInstance()->Connect("local:configid=" +
-                                                         std::to_string(number))) {}
-  ~Store() { ConfigFactoryImpl::GetInstance()->Disconnect(config); }
-  Config* const config;
-};
 
 Config* Connect(int number) {
   return ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(number));
@@ -48,11 +36,11 @@ std::vector<unsigned> Drain(NetworkEventListener& listener) {
 }  // namespace
 
 TEST(NetworkEventListener, QueuesTheNewestEvents) {
-  const Store store(71);
+  Config* const store = Connect(71);
   NetworkEventListener listener;
-  ASSERT_TRUE(listener.Open(Connect(71)));
+  ASSERT_TRUE(listener.Open(store));
   const auto change = [&](unsigned first, unsigned last) {
-    for (unsigned i = first; i <= last; ++i) store.config->Set(eParamID_MediaUpdated, i);
+    for (unsigned i = first; i <= last; ++i) store->Set(eParamID_MediaUpdated, i);
   };
   change(1, 150);
   const auto newest = Drain(listener);
@@ -61,10 +49,10 @@ TEST(NetworkEventListener, QueuesTheNewestEvents) {
   EXPECT_EQ(150U, newest.back());
   listener.SetMaximumQueueSize(2);
   change(1, 3);
-  EXPECT_THAT(Drain(listener), testing::ElementsAre(2U, 3U));
+  EXPECT_THAT(Drain(listener), ElementsAre(2U, 3U));
   listener.SetMaximumQueueSize(0);
   change(4, 5);
-  EXPECT_THAT(Drain(listener), testing::IsEmpty());
+  EXPECT_THAT(Drain(listener), IsEmpty());
 }
 
 // Its events then come from whoever else has some.
@@ -83,12 +71,12 @@ TEST(NetworkEventListener, HandsOutEventsAsTheyWere) {
   EXPECT_FALSE(listener.WaitForConfigEvent(event));  // at once, as it is closed
   EXPECT_FALSE(listener.Open(nullptr));
   EXPECT_FALSE(listener.Open(std::string("nowhere:")));
-  ASSERT_TRUE(listener.Open(Connect(72)));
+  Config* const store = Connect(72);
+  ASSERT_TRUE(listener.Open(store));
   EXPECT_FALSE(listener.Open(std::string("local:configid=72")));
-  const Store store(72);
-  EXPECT_FALSE(listener.Open(store.config));
-  store.config->Set(eParamID_MediaUpdated, 7U);
-  store.config->Set(eParamID_ReelName, std::string("Reel 7"));
+  EXPECT_FALSE(listener.Open(store));
+  store->Set(eParamID_MediaUpdated, 7U);
+  store->Set(eParamID_ReelName, std::string("Reel 7"));
   ASSERT_TRUE(listener.WaitForConfigEvent(event));
   EXPECT_EQ(eParamID_MediaUpdated, event.param);
   EXPECT_EQ(eParamType_Enum, event.type);
@@ -116,28 +104,16 @@ TEST(NetworkEventListener, WaitsUntilTheWholeSecondPlusItsTime) {
   EXPECT_GE(ms(end), start.tv_sec * 1000LL + 1500);
 }
 
-TEST(NetworkEventListener, LetsItsWaitersGo) {
+TEST(NetworkEventListener, LetsItsWaitersGoAtASignal) {
   NetworkEventListener listener;
-  for (const bool close : {false, true}) {
-    ASSERT_TRUE(close || listener.Open(Connect(74)));
-    std::atomic<int> returned{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i) {
-      waiters.emplace_back([&] {
-        ConfigEvent event;
-        EXPECT_FALSE(listener.WaitForConfigEvent(event));
-        ++returned;
-      });
-    }
-    if (close) {
-      listener.Close();
-    } else {
-      EXPECT_TRUE(Eventually([&] {
-        listener.Signal();
-        return returned == 4;
-      }));
-    }
-    for (auto& waiter : waiters) waiter.join();
-  }
-  listener.Close();
+  ASSERT_TRUE(listener.Open(Connect(74)));
+  std::atomic<int> returned{0};
+  std::thread signals(
+      [&] { EXPECT_TRUE(Eventually([&] { return listener.Signal(), returned == 4; })); });
+  OnThreads(4, [&](int) {
+    ConfigEvent event;
+    EXPECT_FALSE(listener.WaitForConfigEvent(event));
+    ++returned;
+  });
+  signals.join();
 }

@@ -1,38 +1,20 @@
 // Clients over datagrams: those that ask, and those that hear the multicast events.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 
-#include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkFactory.h"
 #include "libconfig/network/NetworkUDPClient.h"
-#include "tests/testing/ActingListener.h"
-#include "tests/testing/Eventually.h"
+#include "tests/testing/Names.h"
+#include "tests/testing/PlayedServer.h"
+#include "tests/testing/RecordingListener.h"
 #include "tests/testing/TestServer.h"
-#include "tests/testing/Wire.h"
 
 using qel::vorlane::config::access::NetworkClient;
 using qel::vorlane::config::access::NetworkFactory;
 using qel::vorlane::config::access::NetworkUDPClient;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
-using testing_support::ActingListener;
-using testing_support::Bytes;
-using testing_support::Eventually;
-using testing_support::RecordingListener;
-using testing_support::StringValueBytes;
-using testing_support::TestServer;
-using testing_support::Words;
-using testing_support::operator+;
 
 namespace {
 
@@ -52,71 +34,20 @@ std::unique_ptr<NetworkUDPClient> Connect(const std::string& uri) {
 class Announcer {
  public:
   explicit Announcer(const char* from) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    ::inet_pton(AF_INET, from, &address.sin_addr);
-    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    _to.sin_family = AF_INET;
-    _to.sin_port = htons(63110);
-    ::inet_pton(AF_INET, std::string(from).compare(0, 4, "127.") == 0 ? "239.81.69.76" : from,
-                &_to.sin_addr);
+    const auto host = [](const char* name) { return ntohl(::inet_addr(name)); };
+    const bool toGroup = host(from) == INADDR_LOOPBACK;
+    WithAddress(::bind, _fd, AddressOf(host(from), 0));
+    WithAddress(::connect, _fd, AddressOf(host(toGroup ? "239.81.69.76" : from), 63110));
   }
   ~Announcer() { ::close(_fd); }
 
-  void Send(const Bytes& bytes) {
-    ::sendto(_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&_to), sizeof _to);
-  }
+  void Send(const Bytes& bytes) { ::send(_fd, bytes.data(), bytes.size(), 0); }
   void Number(uint32_t sequence, uint32_t config, uint32_t value) {
-    Send(Words(std::array<uint32_t, 11>{144, 0, sequence, config, 0, 4096, eParamID_MediaUpdated, 0,
-                                        value, 0, 3072}));
+    Send(Words({144, 0, sequence, config, 0, 4096, eParamID_MediaUpdated, 0, value, 0, 3072}));
   }
 
  private:
   const int _fd;
-  sockaddr_in _to = {};
-};
-
-// The other end of a client's socket, played by the test.
-class PlayedServer {
- public:
-  PlayedServer() : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    socklen_t length = sizeof address;
-    ::getsockname(_fd, reinterpret_cast<sockaddr*>(&address), &length);
-    _port = ntohs(address.sin_port);
-  }
-  ~PlayedServer() { Close(); }
-
-  void Close() {
-    if (_fd >= 0) ::close(_fd);
-    _fd = -1;
-  }
-  std::string GetURI() const { return "udp://127.0.0.1:" + std::to_string(_port); }
-
-  std::array<uint32_t, 10> Receive() {
-    std::array<uint32_t, 10> request = {};
-    socklen_t size = sizeof _from;
-    ::recvfrom(_fd, request.data(), sizeof request, 0, reinterpret_cast<sockaddr*>(&_from), &size);
-    return request;
-  }
-  void Send(const Bytes& bytes) {
-    ::sendto(_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&_from), sizeof _from);
-  }
-  void Answer(uint32_t type, const std::array<uint32_t, 10>& request, uint32_t value = 0,
-              const Bytes& stream = {}) {
-    Send(Words(std::array<uint32_t, 11>{type, request[1], request[2], request[3], 0, 4096,
-                                        type == 32 ? 0 : request[6], 0, value,
-                                        uint32_t(stream.size()), 3072}) +
-         stream);
-  }
-
- private:
-  int _fd;
-  int _port = 0;
-  sockaddr_in _from = {};
 };
 
 uint32_t ConfigOf(NetworkClient& client) { return static_cast<uint32_t>(client.GetConfigID()); }
@@ -135,12 +66,10 @@ TEST(UdpClient, KnowsWhetherANumberWasTaken) {
 }
 
 TEST(UdpClient, FailsAtOnceWhenNobodyIsThere) {
-  PlayedServer server;
-  std::thread connected([&] { server.Answer(32, server.Receive()); });
+  PlayedServer server([](PlayedPeer&) {}, 1, SOCK_DGRAM);
   const auto client = Connect(server.GetURI());
-  connected.join();
   ASSERT_NE(nullptr, client);
-  server.Close();
+  server.WaitUntilPlayed();
   CaptureStderr();
   unsigned int number = 4;
   std::string text = "as it was";
@@ -154,29 +83,22 @@ TEST(UdpClient, FailsAtOnceWhenNobodyIsThere) {
 }
 
 TEST(UdpClient, TakesLeaveOfItsServerHoweverItIsGivenBack) {
-  PlayedServer server;
-  std::thread answers([&] { server.Answer(32, server.Receive()); });
-  auto client = Connect(server.GetURI());
-  answers.join();
-  client.reset();
-  EXPECT_EQ(17U, server.Receive()[0]);
+  PlayedServer server([](PlayedPeer& peer) { EXPECT_EQ(17U, peer.Record(6).at(0)); }, 1,
+                      SOCK_DGRAM);
+  Connect(server.GetURI());
 }
 
 TEST(UdpClient, NeverTakesALateAnswerForTheNext) {
-  PlayedServer server;
-  std::thread play([&] {
-    server.Answer(32, server.Receive());
-    const auto late = server.Receive();  // a Set, which is left without an answer in time
-    auto request = server.Receive();
-    server.Answer(97, late);
-    server.Answer(96, request, 7);
-    request = server.Receive();
-    server.Answer(112, request, 0, StringValueBytes(eParamID_SysName, "right"));
+  const auto play = [](PlayedPeer& peer) {
+    const auto late = peer.Request();  // a Set, which is left without an answer in time
+    const auto request = peer.Request();
+    peer.Answer(late);
+    peer.Answer(request, 7);
+    peer.AnswerText(peer.Request(), "right", 112);
     // Says that more bytes follow than it sends.
-    request = server.Receive();
-    server.Send(Words(std::array<uint32_t, 11>{112, request[1], request[2], request[3], 0, 4096, 0,
-                                               0, 0, 4000, 3072}));
-  });
+    peer.Send(PlayedPeer::AnswerBytes(peer.Request(), 112, 0, 0, 4000));
+  };
+  PlayedServer server(play, 1, SOCK_DGRAM);
   const auto client = Connect(server.GetURI());
   ASSERT_NE(nullptr, client);
   CaptureStderr();
@@ -186,7 +108,7 @@ TEST(UdpClient, NeverTakesALateAnswerForTheNext) {
   EXPECT_EQ(1, client->Get(eParamID_SysName, text));
   EXPECT_EQ(0, client->Get(eParamID_SysName, text));
   EXPECT_EQ("right", text);
-  play.join();
+  server.WaitUntilPlayed();
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("NetworkUDPClient::Get - invalid streamLength (PID:" +
                                              std::to_string(::getpid()) + ")\n"));
 }
@@ -224,13 +146,12 @@ TEST(UdpClient, CountsTheEventsThatItMissed) {
   announcer.Number(1, config, 5);
   // What is cut or lies is dropped.
   announcer.Send({});
-  announcer.Send(Words(std::array<uint32_t, 4>{144, 0, 2, config}));
-  announcer.Send(Words(std::array<uint32_t, 11>{145, 0, 0, config, 0, 4096, eParamID_SysName, 0, 0,
-                                                0xFFFFFFFF, 3072}));
+  announcer.Send(Words({144, 0, 2, config}));
+  announcer.Send(Words({145, 0, 0, config, 0, 4096, eParamID_SysName, 0, 0, 0xFFFFFFFF, 3072}));
   announcer.Number(2, config, 6);
   EXPECT_TRUE(listener.WaitFor(eParamID_MediaUpdated, "6"));
   EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("1", "3", "4", "5", "6"));
-  EXPECT_THAT(listener.GetValues(eParamID_SysName), testing::IsEmpty());
+  EXPECT_THAT(listener.GetValues(eParamID_SysName), IsEmpty());
   EXPECT_EQ(3U, ears->GetMissedEvents());
 }
 
@@ -253,45 +174,4 @@ TEST(UdpClient, HearsNoStrangers) {
   Announcer("127.0.0.1").Number(2, ConfigOf(*ears), 2);
   EXPECT_TRUE(listener.WaitFor(eParamID_MediaUpdated, "2"));
   EXPECT_THAT(listener.GetValues(eParamID_MediaUpdated), ElementsAre("2"));
-}
-
-TEST(UdpClient, MayBeHandedBackFromInsideAListenersCall) {
-  TestServer server(SOCK_DGRAM);
-  const auto setter = Connect(server.GetURI() + Own(7));
-  for (int i = 0; i < 100; ++i) {
-    Config* const ears = ConfigFactoryImpl::GetInstance()->Connect(kListen + Own(7));
-    ActingListener listener(
-        [&] { EXPECT_EQ(1, ConfigFactoryImpl::GetInstance()->Disconnect(ears)); });
-    ASSERT_EQ(1, ears->AddConfigEventListener(&listener));
-    // Numbers and texts come on threads of their own, and either may be first.
-    if (i % 2 == 0) setter->Set(eParamID_SysName, "number " + std::to_string(i));
-    setter->Set(eParamID_MediaUpdated, static_cast<unsigned>(i));
-    setter->Set(eParamID_SysName, "text " + std::to_string(i));
-    ASSERT_TRUE(listener.WaitUntilDone());
-    EXPECT_EQ(0, ConfigFactoryImpl::GetInstance()->Disconnect(ears));
-  }
-}
-
-TEST(UdpClient, IsMadeAndDestroyedUnderTraffic) {
-  TestServer server(SOCK_DGRAM);
-  std::atomic<bool> stop{false};
-  std::thread traffic([&] {
-    const auto setter = Connect(server.GetURI() + Own(8));
-    for (unsigned i = 0; !stop; ++i) {
-      setter->Set(eParamID_MediaUpdated, i);
-      setter->Set(eParamID_SysName, std::to_string(i));
-    }
-  });
-  RecordingListener listener;
-  for (int i = 0; i < 500; ++i) {
-    const auto ears = Connect(kListen + Own(8));
-    ASSERT_EQ(1, ears->AddConfigEventListener(&listener));
-    if (i % 4 == 0) {
-      EXPECT_EQ(1, ears->RemoveConfigEventListener(&listener));
-    }
-    const auto asker = Connect(server.GetURI() + Own(8));
-    ASSERT_NE(nullptr, asker);
-  }
-  stop = true;
-  traffic.join();
 }

@@ -1,6 +1,4 @@
 // What a datagram server says to peers that speak the protocol, and to those that do not.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <numeric>
@@ -11,12 +9,9 @@
 #include "libconfig/manager/ConfigManager.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Wire.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-using namespace testing_support;
 
 namespace {
 
@@ -26,13 +21,12 @@ constexpr int kNoAnswerMs = 100;
 uint32_t g_request = 100;
 
 Bytes Connection(uint32_t type, uint32_t config, uint32_t peer = kPeer) {
-  return Words(std::array<uint32_t, 6>{type, peer, ++g_request, config, 3, 7});
+  return Words({type, peer, ++g_request, config, 3, 7});
 }
 
 Bytes Request(uint32_t type, uint32_t config, uint32_t param, uint32_t value = 0,
               uint32_t length = 0) {
-  return Words(
-      std::array<uint32_t, 10>{type, kPeer, ++g_request, config, 3, 7, param, value, length, 3072});
+  return Words({type, kPeer, ++g_request, config, 3, 7, param, value, length, 3072});
 }
 
 // Configuration numbers of this process, as all processes of a device hear each other's multicasts.
@@ -97,13 +91,13 @@ TEST_F(UdpServer, AnswersEachRequestWithItsRecordAndAnnouncesTheChanges) {
 TEST_F(UdpServer, DropsWhatIsNoWholeRequest) {
   const uint32_t config = Own(2);
   Connect(config);
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   Bytes pattern(64);
   std::iota(pattern.begin(), pattern.end(), '\x01');
   for (const uint32_t type :
        {0U, 16U, 17U, 48U, 49U, 80U, 81U, 96U, 112U, 113U, 114U, 0xFFFFFFFFU}) {
     for (std::size_t length = 0; length <= 64; ++length) {
-      Bytes datagram = Words(std::array<uint32_t, 1>{type}) + pattern;
+      Bytes datagram = Words({type}) + pattern;
       datagram.resize(length);
       _peer.Send(datagram);
     }
@@ -121,13 +115,13 @@ TEST_F(UdpServer, DropsWhatIsNoWholeRequest) {
   _peer.Send(Request(113, config, eParamID_SysName, 0, 4) + BigWord(1));
   // Full requests of other configurations among the patterns were not answered either.
   EXPECT_EQ(0U, Get(config, eParamID_IPConfig));
-  const std::string report = testing::internal::GetCapturedStderr();
-  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - "
-                                         "insufficient message length\n"));
-  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - Unknown "
-                                         "message type \"N/A\" (0xFFFFFFFF )\n"));
-  EXPECT_THAT(report, testing::HasSubstr("NetworkUDPConnection::ProcessSetStreamMessage - invalid "
-                                         "streamLength\n"));
+  const std::string report = GetCapturedStderr();
+  EXPECT_THAT(report, HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - "
+                                "insufficient message length\n"));
+  EXPECT_THAT(report, HasSubstr("NetworkUDPConnection::ProcessDatagramMessages - Unknown "
+                                "message type \"N/A\" (0xFFFFFFFF )\n"));
+  EXPECT_THAT(report, HasSubstr("NetworkUDPConnection::ProcessSetStreamMessage - invalid "
+                                "streamLength\n"));
   Config* const store = ConnectTo(config);
   std::string name;
   EXPECT_EQ(1, store->Get(eParamID_SysName, name));
@@ -202,7 +196,7 @@ TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {
   };
   constexpr std::size_t kLongest = 8192 - 44 - 16 - 1;
   EXPECT_EQ(8192U, ask(kLongest).size());
-  const auto answer = Datagrams::ToWords(ask(kLongest + 1));
+  const auto answer = ToWords(ask(kLongest + 1));
   ASSERT_EQ(11U, answer.size());
   EXPECT_EQ(60U, answer[7]);
   EXPECT_EQ(0U, answer[9]);
@@ -220,7 +214,7 @@ TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
   uint32_t number = 0;
   for (const uint32_t value : {2U, 3U, 3U}) {
     _peer.Send(Request(81, config, eParamID_MediaUpdated, value));
-    const auto event = Datagrams::ToWords(group.ReceiveEvent(config));
+    const auto event = ToWords(group.ReceiveEvent(config));
     ASSERT_EQ(11U, event.size());
     if (value == 2U) number = event.at(2);
     EXPECT_THAT(event, ElementsAre(144U, 0U, number++, config, 0U, 4096U,
@@ -233,8 +227,7 @@ TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
              Bytes{'m', 'o', 'r', 'e'});
   const Bytes event = group.ReceiveEvent(config);
   ASSERT_LE(44U, event.size());
-  EXPECT_THAT(Datagrams::ToWords(event),
-              ElementsAre(145U, 0U, 0U, config, 0U, 4096U, uint32_t(eParamID_SysName), 0U, 0U, size,
-                          3072U));
+  EXPECT_THAT(ToWords(event), ElementsAre(145U, 0U, 0U, config, 0U, 4096U,
+                                          uint32_t(eParamID_SysName), 0U, 0U, size, 3072U));
   EXPECT_EQ(text, Bytes(event.begin() + 44, event.end()));
 }

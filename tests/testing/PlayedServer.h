@@ -6,13 +6,10 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "tests/testing/Wire.h"
 
 namespace testing_support {
-
-using WordList = std::vector<uint32_t>;
 
 // The server's end of a connection, over TCP or of datagrams.
 class PlayedPeer : public Wire {
@@ -34,13 +31,12 @@ class PlayedPeer : public Wire {
 
   static Bytes AnswerBytes(const WordList& request, uint32_t type, uint32_t value, uint32_t error,
                            uint32_t streamLength) {
-    return Words(std::array<uint32_t, 11>{
-        type == 0 ? request[0] + 16 : type, request[1], request[2], request[3], request[4],
-        request[5], request[6], error, value, streamLength, streamLength == 0 ? 0U : 3072U});
+    return Words({type == 0 ? request[0] + 16 : type, request[1], request[2], request[3],
+                  request[4], request[5], request[6], error, value, streamLength,
+                  streamLength == 0 ? 0U : 3072U});
   }
   static Bytes EventBytes(uint32_t param, uint32_t value) {
-    return Words(
-        std::array<uint32_t, 11>{144, 0, 0xFFFFFFFF, 0, 0, 4096, param, 0, value, 0, 3072});
+    return Words({144, 0, 0xFFFFFFFF, 0, 0, 4096, param, 0, value, 0, 3072});
   }
 };
 
@@ -55,8 +51,8 @@ class PlayedServer {
             PlayedPeer peer(_listener.Accept());
             const auto request = peer.Record(6);
             if (request.size() != 6) return;
-            Bytes answer = Words(std::array<uint32_t, 7>{32, request[1], request[2], request[3],
-                                                         request[4], request[5], 0});
+            Bytes answer =
+                Words({32, request[1], request[2], request[3], request[4], request[5], 0});
             if (type == SOCK_DGRAM) answer.resize(44);
             peer.Send(answer);
             play(peer);

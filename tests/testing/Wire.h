@@ -8,7 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -19,10 +19,12 @@
 namespace testing_support {
 
 using Bytes = std::vector<char>;
+using WordList = std::vector<uint32_t>;
 
-template <std::size_t N>
-Bytes Words(const std::array<uint32_t, N>& words) {
-  Bytes bytes(sizeof words);
+// The bytes of whole words, such as Words({16, 1, 2}).
+template <typename List = WordList>
+Bytes Words(const List& words) {
+  Bytes bytes(words.size() * sizeof(uint32_t));
   std::memcpy(bytes.data(), words.data(), bytes.size());
   return bytes;
 }
@@ -30,6 +32,13 @@ Bytes Words(const std::array<uint32_t, N>& words) {
 inline Bytes operator+(Bytes a, const Bytes& b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
+}
+
+// The words that a record begins with, a value behind it aside.
+inline WordList ToWords(const Bytes& bytes) {
+  WordList words(std::min<std::size_t>(bytes.size() / 4, 11));
+  if (!words.empty()) std::memcpy(words.data(), bytes.data(), words.size() * 4);
+  return words;
 }
 
 // Big-endian, as serialized values are.
@@ -46,19 +55,33 @@ inline Bytes StringValueBytes(uint32_t param, const std::string& text) {
 }
 
 inline Bytes ConnectionRequest(uint32_t type, uint32_t config = 0, uint32_t request = 0) {
-  return Words(std::array<uint32_t, 6>{type, 0x00077777, request, config, 0, 4096});
+  return Words({type, 0x00077777, request, config, 0, 4096});
 }
 inline Bytes ListenerRequest(uint32_t type, uint32_t param = 0, uint32_t request = 0) {
-  return Words(std::array<uint32_t, 7>{type, 0x00077777, request, 0, 0, 4096, param});
+  return Words({type, 0x00077777, request, 0, 0, 4096, param});
 }
 inline Bytes ParamRequest(uint32_t type, uint32_t param, uint32_t value = 0, uint32_t request = 0,
                           uint32_t streamLength = 0) {
-  return Words(std::array<uint32_t, 10>{type, 0x00077777, request, 0, 0, 4096, param, value,
-                                        streamLength, streamLength == 0 ? 0U : 3072U});
+  return Words({type, 0x00077777, request, 0, 0, 4096, param, value, streamLength,
+                streamLength == 0 ? 0U : 3072U});
 }
 inline Bytes SetStringRequest(uint32_t param, const std::string& text, uint32_t request = 0) {
   const Bytes value = StringValueBytes(param, text);
   return ParamRequest(113, param, 0, request, static_cast<uint32_t>(value.size())) + value;
+}
+
+inline sockaddr_in AddressOf(in_addr_t host, int port) {
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(host);
+  return address;
+}
+
+// Calls bind or connect.
+template <typename Call>
+void WithAddress(Call call, int fd, const sockaddr_in& address) {
+  EXPECT_EQ(0, call(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
 }
 
 // One end of a TCP stream.
@@ -71,11 +94,7 @@ class Wire {
 
   static int Dial(int port) {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(0, ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    WithAddress(::connect, fd, AddressOf(INADDR_LOOPBACK, port));
     const int on = 1;
     ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     return fd;
@@ -113,12 +132,9 @@ class Wire {
   }
 
   // One record as words; empty when it does not come whole.
-  std::vector<uint32_t> Record(std::size_t words = 11, int milliseconds = 60000) {
+  WordList Record(std::size_t words = 11, int milliseconds = 60000) {
     const Bytes bytes = Receive(words * 4, milliseconds);
-    if (bytes.size() != words * 4) return {};
-    std::vector<uint32_t> record(words);
-    std::memcpy(record.data(), bytes.data(), bytes.size());
-    return record;
+    return bytes.size() == words * 4 ? ToWords(bytes) : WordList();
   }
 
   // Whether the peer has closed, with nothing left to read.
@@ -168,16 +184,13 @@ class WirePeer : public Wire {
 class Datagrams {
  public:
   explicit Datagrams(int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const sockaddr_in address = Loopback(port);
-    EXPECT_EQ(0, ::connect(_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    WithAddress(::connect, _fd, AddressOf(INADDR_LOOPBACK, port));
   }
   // Hears what is sent to the group on the loopback interface.
   Datagrams(const char* group, int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
     const int on = 1;
     ::setsockopt(_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address = Loopback(port);
-    address.sin_addr.s_addr = INADDR_ANY;
-    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    WithAddress(::bind, _fd, AddressOf(INADDR_ANY, port));
     ip_mreq member = {};
     ::inet_pton(AF_INET, group, &member.imr_multiaddr);
     member.imr_interface.s_addr = htonl(INADDR_LOOPBACK);
@@ -211,23 +224,9 @@ class Datagrams {
   }
 
   // The words that a datagram begins with.
-  std::vector<uint32_t> Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds)); }
-
-  static std::vector<uint32_t> ToWords(const Bytes& bytes) {
-    std::vector<uint32_t> words(std::min<std::size_t>(bytes.size() / 4, 11));
-    if (!words.empty()) std::memcpy(words.data(), bytes.data(), words.size() * 4);
-    return words;
-  }
+  WordList Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds)); }
 
  private:
-  static sockaddr_in Loopback(int port) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-  }
-
   const int _fd;
 };
 
@@ -237,13 +236,9 @@ class WireListener {
   // `type` is SOCK_STREAM or SOCK_DGRAM.
   explicit WireListener(int type = SOCK_STREAM)
       : _isStream(type == SOCK_STREAM), _fd(::socket(AF_INET, type | SOCK_CLOEXEC, 0)) {
+    WithAddress(::bind, _fd, AddressOf(INADDR_LOOPBACK, 0));
+    EXPECT_EQ(_isStream ? 0 : -1, ::listen(_fd, 16));
     sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(0, ::bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    if (_isStream) {
-      EXPECT_EQ(0, ::listen(_fd, 16));
-    }
     socklen_t length = sizeof address;
     ::getsockname(_fd, reinterpret_cast<sockaddr*>(&address), &length);
     _port = ntohs(address.sin_port);
@@ -265,7 +260,7 @@ class WireListener {
     socklen_t length = sizeof from;
     char byte;
     ::recvfrom(_fd, &byte, 1, MSG_PEEK, reinterpret_cast<sockaddr*>(&from), &length);
-    EXPECT_EQ(0, ::connect(_fd, reinterpret_cast<sockaddr*>(&from), length));
+    WithAddress(::connect, _fd, from);
     return std::exchange(_fd, -1);
   }
 
