@@ -1,5 +1,4 @@
 // configctl over message queues, as a technician would use it.
-
 #include <sys/resource.h>
 
 #include <memory>

@@ -1,5 +1,4 @@
 // How a process gets to the daemon and takes its leave.
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -7,27 +6,17 @@
 #include <thread>
 
 #include "tests/queue/FakeDaemon.h"
-#include "tests/testing/Eventually.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/RecordingListener.h"
-
-using testing::HasSubstr;
-using testing::StartsWith;
-using testing_support::FakeDaemon;
-using testing_support::QueueTest;
-using testing_support::QueueWords;
-using testing_support::RecordingListener;
-using testing_support::Response;
-using testing_support::Spoil;
-using testing_support::TestQueue;
 
 namespace {
 
 class QueueConnection : public QueueTest {
  protected:
   std::string FailToConnect(PosixMQFactory& factory) {
-    testing::internal::CaptureStderr();
+    CaptureStderr();
     EXPECT_EQ(nullptr, factory.Connect(""));
-    return testing::internal::GetCapturedStderr();
+    return GetCapturedStderr();
   }
 
   static std::string ResponseName(unsigned number) {
@@ -48,22 +37,16 @@ TEST_F(QueueConnection, HasAQueueOfItsOwnUntilItIsGivenBack) {
   _factory->Disconnect(nullptr);
 }
 
-TEST_F(QueueConnection, TakesItsPriorityFromAnUriThatHasOneAtAll) {
-  EXPECT_EQ(10, GetPriority("mq:priority=0"));
-  EXPECT_EQ(10, GetPriority("priority="));
-  EXPECT_EQ(0, GetPriority("mq:"));
-}
-
 TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
-  Spoil spoil;
-  std::atomic<bool> silent{false};
+  std::function<void(QueueWords&)> spoil;
   FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
-    if (silent) return true;
-    QueueWords answer = Response{}.To(TestQueue::ToWords(request));
+    const QueueWords words = TestQueue::ToWords(request);
+    if (words[0] != 16) return true;
+    QueueWords answer = Response{}.To(words);
     spoil(answer);
-    return queue.Send(answer);
+    return answer.empty() || queue.Send(answer);
   });
-  PosixMQFactory factory(testing_support::TestQueueName());
+  PosixMQFactory factory(TestQueueName());
   const auto lastLine = [](unsigned number) {
     return "PosixMQFactory::Connect - failed to confirm connection " + ResponseName(number) +
            " with server\n";
@@ -84,7 +67,7 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
   spoil = [](QueueWords& words) { words.resize(6); };
   EXPECT_EQ("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" + lastLine(3),
             FailToConnect(factory));
-  silent = true;
+  spoil = [](QueueWords& words) { words.clear(); };
   factory.SetPatience(std::chrono::milliseconds(20));
   char identifier[16];
   std::snprintf(identifier, sizeof identifier, "%X", FakeDaemon::FirstConnection() + 4);
@@ -106,7 +89,7 @@ TEST_F(QueueConnection, LeavesNoDescriptorsToHandshakesThatFailed) {
     refusal.result = 1;
     return queue.Send(refusal.To(TestQueue::ToWords(request)));
   });
-  PosixMQFactory factory(testing_support::TestQueueName());
+  PosixMQFactory factory(TestQueueName());
   FailToConnect(factory);
   const int before = open();
   for (int i = 0; i < 20; ++i) FailToConnect(factory);
@@ -118,8 +101,8 @@ TEST_F(QueueConnection, NeedsADescriptorToEndItsWaiting) {
   GTEST_SKIP() << "sanitizers want descriptors of their own";
 #endif
   FakeDaemon daemon;
-  PosixMQFactory factory(testing_support::TestQueueName());
-  testing::internal::CaptureStderr();
+  PosixMQFactory factory(TestQueueName());
+  CaptureStderr();
   rlimit limit;
   ::getrlimit(RLIMIT_NOFILE, &limit);
   const rlimit few = {std::min<rlim_t>(limit.rlim_cur, 200), limit.rlim_max};
@@ -132,7 +115,7 @@ TEST_F(QueueConnection, NeedsADescriptorToEndItsWaiting) {
   EXPECT_EQ(EMFILE, errno);
   for (const int fd : taken) ::close(fd);
   ::setrlimit(RLIMIT_NOFILE, &limit);
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+  EXPECT_THAT(GetCapturedStderr(),
               StartsWith("PosixMQFactory::Connect - eventfd failed: Too many open files\n"
                          "PosixMQFactory::Connect - Each connection takes two file descriptors"));
   EXPECT_FALSE(TestQueue::Existing(ResponseName(0)).IsOpen());
@@ -152,7 +135,7 @@ TEST_F(QueueConnection, GoesPastTheQueuesOfOtherClients) {
   Connect();
   RecordingListener listener;
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
-  PosixMQFactory other(testing_support::TestQueueName());
+  PosixMQFactory other(TestQueueName());
   PosixMQClient* const client = other.Connect("");
   ASSERT_NE(nullptr, client);
   EXPECT_TRUE(TestQueue::Existing(ResponseName(2)).IsOpen());
@@ -168,7 +151,7 @@ TEST_F(QueueConnection, GoesPastTheQueuesOfOtherClients) {
 
 TEST_F(QueueConnection, RefusesAQueueThatIsNotAsItShouldBe) {
   FakeDaemon daemon;
-  PosixMQFactory factory(testing_support::TestQueueName());
+  PosixMQFactory factory(TestQueueName());
   {
     TestQueue huge(ResponseName(0), 1, 65537);
     if (huge.IsOpen()) {
@@ -190,7 +173,7 @@ TEST_F(QueueConnection, RefusesAQueueThatIsNotAsItShouldBe) {
 // In a process of its own, as a limit that is lowered stays so.
 TEST_F(QueueConnection, DoublesTheLimitOnceAndSaysWhatToDo) {
   FakeDaemon daemon;
-  const std::string name = testing_support::TestQueueName();
+  const std::string name = TestQueueName();
   const auto body = [&] {
     PosixMQFactory factory(name);
     rlimit limit = {1000, 1000};
@@ -229,7 +212,7 @@ TEST_F(QueueConnection, GoesOnWhileOthersAreGivenBack) {
 }
 
 TEST(ProcessNames, AreKnownToThoseWhoAskAgain) {
-  if (testing_support::Emulator() != nullptr) GTEST_SKIP() << "the name is the emulator's";
+  if (Emulator() != nullptr) GTEST_SKIP() << "the name is the emulator's";
   if (::access("/bin/ps", X_OK) != 0) GTEST_SKIP() << "there is no ps here";
   const auto pid = static_cast<unsigned>(::getpid());
   EXPECT_EQ("", ConnectionUtilities::GetPIDName(pid));

@@ -1,13 +1,7 @@
 // How changes reach the listeners of a queue client while it does other things.
-#include <gmock/gmock.h>
 #include <signal.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
@@ -15,20 +9,9 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/ActingListener.h"
-#include "tests/testing/Eventually.h"
-#include "tests/testing/RecordingListener.h"
+#include "tests/testing/Names.h"
+#include "tests/testing/Threads.h"
 #include "tests/testing/Wire.h"
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing_support::ActingListener;
-using testing_support::Eventually;
-using testing_support::FakeDaemon;
-using testing_support::QueueTest;
-using testing_support::QueueWords;
-using testing_support::RecordingListener;
-using testing_support::Response;
-using testing_support::TestQueue;
 
 namespace {
 
@@ -86,10 +69,9 @@ TEST_F(QueueEvents, AreNotOnWhenTheDaemonRefuses) {
     return words[0] == 48 && queue.Send(refusal.To(words));
   });
   RecordingListener listener;
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   EXPECT_EQ(0, _client->AddConfigEventListener(&listener));
-  EXPECT_EQ("PosixMQClient::AddConfigEventListener - error = 5\n",
-            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("PosixMQClient::AddConfigEventListener - error = 5\n", GetCapturedStderr());
   EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
 }
 
@@ -140,10 +122,10 @@ TEST_F(QueueEvents, OfOthersAndDamagedOnesAreLeftOut) {
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
   Response text;
   text.param = eParamID_SysName;
-  const auto bytes = testing_support::StringValueBytes(eParamID_SysName, "Edit 7");
+  const auto bytes = StringValueBytes(eParamID_SysName, "Edit 7");
   const std::string stream(bytes.begin(), bytes.end());
   const uint32_t id = FakeDaemon::FirstConnection();
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   Send(Event(9, id + 1));
   Send(text.Event(145, id));
   text.streamLength = 100;
@@ -154,43 +136,13 @@ TEST_F(QueueEvents, OfOthersAndDamagedOnesAreLeftOut) {
   text.streamLength = static_cast<uint32_t>(stream.size());
   Send(text.Event(145, id), stream);
   EXPECT_TRUE(listener.WaitFor(eParamID_SysName, "Edit 7"));
-  const std::string complaint = testing::internal::GetCapturedStderr();
+  const std::string complaint = GetCapturedStderr();
   EXPECT_EQ(1U, listener.GetHeard().size());
   EXPECT_EQ(
       "PosixMQClient::ProcessConfigStreamParamEvent - invalid streamLength\n"
       "PosixMQClient::ProcessConfigStreamParamEvent - invalid streamLength\n"
       "Unknown message type 130\n",
       complaint);
-}
-
-TEST_F(QueueEvents, LetTheirListenersDoAsTheyLike) {
-  Connect();
-  RecordingListener other;
-  ActingListener busy([&] {
-    EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U));
-    EXPECT_EQ(1, _client->AddConfigEventListener(&other));
-    EXPECT_EQ(1, _client->RemoveConfigEventListener(&busy));
-    ConfigEvent event;
-    EXPECT_EQ(0, _client->WaitForConfigEvent(event, 0, 0));
-  });
-  ASSERT_EQ(1, _client->AddConfigEventListener(&busy));
-  Send(Event(1));
-  ASSERT_TRUE(busy.WaitUntilDone());
-  Send(Event(2));
-  EXPECT_TRUE(other.WaitFor(eParamID_MediaUpdated, "2"));
-  EXPECT_EQ(1U, busy.GetHeard().size());
-}
-
-TEST_F(QueueEvents, MayEndTheirClient) {
-  Connect();
-  ActingListener leaver([&] { _factory->Disconnect(_client); });
-  RecordingListener behind;
-  ASSERT_EQ(1, _client->AddConfigEventListener(&leaver));
-  ASSERT_EQ(1, _client->AddConfigEventListener(&behind));
-  Send(Event(1));
-  ASSERT_TRUE(leaver.WaitUntilDone());
-  _client = nullptr;
-  EXPECT_TRUE(behind.GetHeard().empty());
 }
 
 TEST_F(QueueEvents, OnTheirWayFindNoClientThatIsGone) {
@@ -232,27 +184,6 @@ TEST_F(QueueEvents, OnTheirWayFindNoClientThatIsGone) {
   EXPECT_GE(heard, kRounds / 20);
 }
 
-struct Thrower : RecordingListener {
-  using RecordingListener::ParamChanged;
-  void ParamChanged(eParam_t param, unsigned value, timeval when) override {
-    RecordingListener::ParamChanged(param, value, when);
-    if (value == 1) throw value;
-  }
-};
-
-TEST_F(QueueEvents, GoOnAfterAListenerThatThrows) {
-  Connect();
-  Thrower thrower;
-  ASSERT_EQ(1, _client->AddConfigEventListener(&thrower));
-  testing::internal::CaptureStderr();
-  Send(Event(1));
-  Send(Event(2));
-  EXPECT_TRUE(thrower.WaitFor(eParamID_MediaUpdated, "2"));
-  GiveBack();  // and with it what another thread has to say
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr("] PosixMQClient::MQNotifyHandler - exception!!!!\n"));
-}
-
 // What the program waits for with sigwait must not find an open thread.
 TEST_F(QueueEvents, AreHeardWithEverySignalBlocked) {
   Connect();
@@ -276,39 +207,6 @@ TEST_F(QueueEvents, AreHeardWithEverySignalBlocked) {
   ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
   EXPECT_EQ(0, ::sigismember(&mask, SIGUSR1));
 }
-
-// A thread that waits for one event after the other, until that fails.
-class Waiter {
- public:
-  explicit Waiter(PosixMQClient* client)
-      : _body([this, client] {
-          _id = ::syscall(SYS_gettid);
-          ConfigEvent event;
-          do ++_calls;
-          while (client->WaitForConfigEvent(event, 0, 0) != 0);
-        }) {}
-  ~Waiter() { Join(); }
-
-  // Inside that call, and not on the way there.
-  bool IsAsleepInCall(int number) {
-    return Eventually(
-        [&] {
-          if (_calls != number) return false;
-          std::ifstream file("/proc/self/task/" + std::to_string(_id) + "/stat");
-          const std::string stat{std::istreambuf_iterator<char>(file), {}};
-          return stat.find(") S ") != std::string::npos;
-        },
-        std::chrono::seconds(20));
-  }
-  void Join() {
-    if (_body.joinable()) _body.join();
-  }
-
- private:
-  std::atomic<int> _calls{0};
-  std::atomic<long> _id{0};
-  std::thread _body;
-};
 
 TEST_F(QueueEvents, CanBeWaitedFor) {
   std::atomic<int> registrations{0};
@@ -338,17 +236,9 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
   EXPECT_EQ(2U, event.value);
   EXPECT_EQ(1, registrations);
   Send({130, FakeDaemon::FirstConnection(), 0, 0});
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   EXPECT_EQ(0, _client->WaitForConfigEvent(event, 0, 0));
-  EXPECT_EQ("PosixMQClient::WaitForConfigEvent - Unknown message type 130\n",
-            testing::internal::GetCapturedStderr());
-  // Giving the client back ends the waiting.
-  Waiter waiter(_client);
-  EXPECT_TRUE(waiter.IsAsleepInCall(1));
-  Send(Event(3));
-  EXPECT_TRUE(waiter.IsAsleepInCall(2));
-  GiveBack();
-  waiter.Join();
+  EXPECT_EQ("PosixMQClient::WaitForConfigEvent - Unknown message type 130\n", GetCapturedStderr());
 }
 
 TEST_F(QueueEvents, AreHeardAfterOneWhoWaitedForThemWasCancelled) {
@@ -378,13 +268,19 @@ TEST_F(QueueEvents, ReachTheOneWhoWaitsThoughThereAreListeners) {
   Connect();
   RecordingListener listener;
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
-  Waiter waiter(_client);
-  int call = 1;
-  for (; call <= 200 && waiter.IsAsleepInCall(call); ++call) Send(Event(1));
-  EXPECT_TRUE(waiter.IsAsleepInCall(call)) << "the event before did not reach it";
+  std::atomic<int> waited{0};
+  int sent = 0;
+  WatchedThread waiter([&, client = _client] {
+    ConfigEvent event;
+    while (client->WaitForConfigEvent(event, 0, 0) != 0) ++waited;
+  });
+  const auto waitsAgain = [&] {
+    return Eventually([&] { return waited == sent; }) && waiter.WaitUntilAsleep();
+  };
+  for (; sent < 200 && waitsAgain(); ++sent) Send(Event(1));
+  EXPECT_TRUE(waitsAgain()) << "the event before did not reach it";
   EXPECT_EQ(200U, listener.GetHeard().size());
   GiveBack();
-  waiter.Join();
 }
 
 }  // namespace

@@ -102,24 +102,6 @@ class RequestsAreRemoved : public testing::Environment {
 inline testing::Environment* const kRequestsAreRemoved =
     testing::AddGlobalTestEnvironment(new RequestsAreRemoved);
 
-// What a test does to an answer, changed while the fake's thread may be using it.
-class Spoil {
- public:
-  Spoil& operator=(std::function<void(QueueWords&)> what) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _what = std::move(what);
-    return *this;
-  }
-  void operator()(QueueWords& words) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (_what) _what(words);
-  }
-
- private:
-  std::mutex _mutex;
-  std::function<void(QueueWords&)> _what;
-};
-
 // A test with a factory, for a daemon that the test makes first.
 class QueueTest : public testing::Test {
  protected:

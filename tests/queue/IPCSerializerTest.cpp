@@ -1,5 +1,4 @@
 // Objects on System V message queues.
-#include <gtest/gtest.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
@@ -14,6 +13,7 @@
 #include "libconfig/descriptors/ParamIDs.h"
 #include "libconfig/values/StringValue.h"
 #include "tests/testing/Golden.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Queues.h"
 
 using std::chrono::milliseconds;
@@ -67,9 +67,9 @@ class IPCQueue : public testing::Test {
 TEST_F(IPCQueue, CarriesAHeaderAndThenTheObject) {
   ASSERT_TRUE(_writer.Write(Header(7), &_value));
   long type = 7;
-  for (const auto& message : testing_support::Golden().GetExchange("systemv")) {
+  for (const auto& message : Golden().GetExchange("systemv")) {
     const std::string text = Receive(type++);
-    EXPECT_EQ(message.ToHex(), testing_support::Hex({text.begin(), text.end()}));
+    EXPECT_EQ(message.ToHex(), Hex({text.begin(), text.end()}));
   }
 }
 

@@ -1,5 +1,4 @@
 // The daemon's service, as its clients and strangers meet it: the daemon is a process of its own.
-#include <gmock/gmock.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -13,13 +12,10 @@
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Queues.h"
 #include "tests/testing/RecordingListener.h"
 #include "tests/testing/Wire.h"
-
-using testing::HasSubstr;
-using testing::Not;
-using namespace testing_support;
 
 namespace {
 
@@ -229,28 +225,14 @@ TEST_F(QueueService, IsTakenOverFromADaemonThatDied) {
   EXPECT_EQ(128 + SIGKILL, _daemon->End(SIGKILL));
   Start();
   EXPECT_THAT(_daemon->GetOutput(), HasSubstr("serving mq:" + _name + "\n"));
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   EXPECT_EQ(0U, client->Get(eParamID_IPConfig));
-  EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n",
-            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n", GetCapturedStderr());
   PosixMQClient* const again = factory.Connect("");
   ASSERT_NE(nullptr, again);
   EXPECT_EQ(1, again->Set(eParamID_IPConfig, 2U));
   factory.Disconnect(client);
   factory.Disconnect(again);
-}
-
-TEST_F(QueueService, IsFoundAgainAfterAnEndInOrder) {
-  PosixMQFactory factory(_name);
-  EXPECT_EQ(0, _daemon->End(SIGTERM));
-  Start();
-  PosixMQClient* const client = factory.Connect("");
-  ASSERT_NE(nullptr, client);
-  RecordingListener listener;
-  EXPECT_EQ(1, client->AddConfigEventListener(&listener));
-  EXPECT_EQ(1, client->Set(eParamID_SysName, std::string("Edit 7")));
-  EXPECT_TRUE(listener.WaitFor(eParamID_SysName, "Edit 7"));
-  factory.Disconnect(client);
 }
 
 // As a program of one's own does it.
