@@ -1,5 +1,4 @@
 // The process-wide factory: which URI leads where.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
@@ -12,17 +11,14 @@
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/NetworkTCPClient.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Threads.h"
-#include "tests/testing/Wire.h"
 
 namespace {
 
 using qel::config::Outcome;
 using qel::vorlane::config::access::NetworkTCPClient;
-using ::testing::internal::CaptureStderr;
-using ::testing::internal::GetCapturedStderr;
-using testing_support::Eventually;
 
 // A connection, and what was said while it was made.
 struct Connected {
@@ -35,10 +31,6 @@ struct Connected {
   Config* config;
   std::string messages;
 };
-
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
 
 TEST(ConfigURI, NamesTheDevicesOwnService) {
   EXPECT_EQ("socket://127.0.0.1:43110/caching=true", GetConfigURI("socket"));
@@ -55,7 +47,6 @@ TEST(ConfigURI, NamesTheDevicesOwnService) {
 
 TEST(ConfigFactory, LeadsLocalURIsToTheStoresOfTheProcess) {
   ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
-  EXPECT_TRUE(IsValidParamID(eParamID_IPConfig)) << "the catalogue comes with the factory";
   const Connected local("local:configid=6");
   EXPECT_NE(nullptr, dynamic_cast<ConfigManager*>(local.config));
   EXPECT_EQ(6, local.config->GetConfigID());
@@ -74,38 +65,23 @@ TEST(ConfigFactory, RefusesWhatItDoesNotKnowWithoutAWord) {
   }
 }
 
-// A service that lets clients connect and disconnect, and knows nothing else.
-void Welcome(int fd) {
-  testing_support::Wire peer(fd);
-  for (auto r = peer.Record(6); !r.empty(); r = peer.Record(6)) {
-    peer.Send(testing_support::Words(
-        std::array<uint32_t, 7>{r[0] + 16, r[1], r[2], r[3], r[4], r[5], 0}));
-  }
-}
-
 TEST(ConfigFactory, LeadsNetworkURIsToAClientOrACacheAroundOne) {
-  testing_support::WireListener listener;
-  std::thread service([&] {
-    Welcome(listener.Accept());
-    Welcome(listener.Accept());
-  });
+  const TestServer server;
   ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
-  const Connected client(listener.GetURI() + "/local:");
+  const Connected client(server.GetURI() + "/local:");
   EXPECT_NE(nullptr, dynamic_cast<NetworkTCPClient*>(client.config)) << "the network comes first";
   EXPECT_EQ(1, factory->Disconnect(client.config));
   EXPECT_EQ(0, factory->Disconnect(client.config)) << "gone, and not to be touched";
 
-  const Connected cached(listener.GetURI() + "/caching=true");
+  const Connected cached(server.GetURI() + "/caching=true");
   std::unique_ptr<ConfigCache> cache(dynamic_cast<ConfigCache*>(cached.config));
   ASSERT_NE(nullptr, cache);
   EXPECT_EQ(0, factory->Disconnect(cache.get())) << "a cache is given back by deleting it";
   EXPECT_EQ(eConfigID_Default, cache->GetConfigID());
-  cache.reset();
-  service.join();
 }
 
 TEST(ConfigFactory, KeepsACacheCurrentThatAsksForEvents) {
-  const testing_support::TestServer server;
+  const TestServer server;
   Config* const store = Connected("local:configid=7").config;
   const std::string option = "/configid=7/caching=true";
   const Connected connected(server.GetURI() + option + "/events=true");
@@ -133,12 +109,12 @@ TEST(ConfigFactory, KeepsACacheCurrentThatAsksForEvents) {
   ConfigFactoryImpl::GetInstance()->Disconnect(store);
 
   // Nobody can be heard there; the cache comes all the same.
-  const testing_support::TestServer datagrams(SOCK_DGRAM);
+  const TestServer datagrams(SOCK_DGRAM);
   for (const std::string& place : {datagrams.GetURI(), std::string("tcp:")}) {
     const std::string uri = place + "/caching=true/events=true";
     const Connected deaf(uri);
     EXPECT_NE(Outcome::kDone, qel::config::LastOutcome());
-    EXPECT_TRUE(EndsWith(deaf.messages, "the cache hears no events, uri = " + uri + "\n"));
+    EXPECT_THAT(deaf.messages, EndsWith("the cache hears no events, uri = " + uri + "\n"));
     delete dynamic_cast<ConfigCache*>(deaf.config);
   }
 }
@@ -148,10 +124,10 @@ TEST(ConfigFactory, ReportsANetworkConnectionThatFails) {
   for (const std::string uri : {"tcp:", "tcp://127.0.0.1", "tcp://127.0.0.1:0", "local:tcp:"}) {
     const Connected none(uri);
     EXPECT_EQ(nullptr, none.config) << uri;
-    EXPECT_TRUE(EndsWith(none.messages, failed)) << none.messages;
+    EXPECT_THAT(none.messages, EndsWith(failed));
   }
   const Connected wrapped("tcp:/caching=true");
-  EXPECT_FALSE(EndsWith(wrapped.messages, failed));
+  EXPECT_THAT(wrapped.messages, Not(EndsWith(failed)));
   const std::unique_ptr<ConfigCache> cache(dynamic_cast<ConfigCache*>(wrapped.config));
   ASSERT_NE(nullptr, cache);
   EXPECT_EQ(0, cache->Set(eParamID_IntervalTime, 1U));
@@ -161,7 +137,7 @@ TEST(ConfigFactory, IsOneForAllThreadsAndLeavesStoresUsableWhenItGoes) {
   ConfigFactoryImpl::DestroyInstance();
   ConfigFactoryImpl::DestroyInstance();
   ConfigFactoryImpl* seen[4] = {};
-  testing_support::OnThreads(4, [&](int i) { seen[i] = ConfigFactoryImpl::GetInstance(); });
+  OnThreads(4, [&](int i) { seen[i] = ConfigFactoryImpl::GetInstance(); });
   for (ConfigFactoryImpl* const factory : seen) EXPECT_EQ(seen[0], factory);
   Config* const store = Connected("local:configid=8").config;
   ConfigFactoryImpl::DestroyInstance();
