@@ -1,19 +1,17 @@
 // Where the library's messages go.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
 #include <string>
 
 #include "libconfig/base/Diagnostics.h"
+#include "tests/testing/Names.h"
 #include "tests/testing/Threads.h"
 
 namespace {
 
 using qel::config::Report;
 using qel::config::SetMessageHandler;
-using ::testing::internal::CaptureStderr;
-using ::testing::internal::GetCapturedStderr;
 
 void Append(void* text, const char* message, std::size_t length) {
   EXPECT_EQ(length, std::string(message).size());
@@ -53,7 +51,7 @@ TEST(Diagnostics, CallNoHandlerThatHasBeenReplaced) {
   Listener listeners[300];
   std::atomic<bool> done{false};
   qel::config::SilenceMessages();
-  testing_support::OnThreads(4, [&](int thread) {
+  OnThreads(4, [&](int thread) {
     while (thread != 0 && !done) Report("message %d\n", thread);
     if (thread != 0) return;
     for (Listener& listener : listeners) {
