@@ -24,35 +24,34 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Sector MakeSector(unsigned int number, const std::string& text) {
+Sector MakeSector(const std::string& text) {
   Sector sector;
   sector.configID = static_cast<eConfigID_t>(3);
-  sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, number));
+  sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, 1));
   sector.values.emplace_back(StringValue::Create(eParamID_SysName, eParamType_String, text));
   return sector;
 }
 
-// "2 two", or "nothing"; "damage" for a sector that is not one of MakeSector's.
+// The text, or "nothing"; "damage" for a sector that is not one of MakeSector's.
 std::string Describe(const std::optional<Sector>& sector) {
   if (!sector) return "nothing";
   if (sector->values.size() != 2 || sector->configID != 3) return "damage";
   auto* const number = dynamic_cast<IntegerValue*>(sector->values[0].get());
   auto* const text = dynamic_cast<StringValue*>(sector->values[1].get());
-  if (number == nullptr || text == nullptr) return "damage";
   unsigned int value = 0;
   std::string string;
-  number->Get(value);
-  text->Get(string);
-  return std::to_string(value) + " " + string;
+  if (number != nullptr) number->Get(value);
+  if (text != nullptr) text->Get(string);
+  return value == 1 ? string : "damage";
 }
 
 std::string Load(const Folder& folder) { return Describe(Banks(folder.GetPath(), "s").Load()); }
 
-bool Save(const Folder& folder, Sector sector) {
+bool Save(const Folder& folder, const std::string& text) {
   Banks banks(folder.GetPath(), "s");
   banks.Load();
   std::string why;
-  const bool saved = banks.Save(EncodeSector(std::move(sector)), why);
+  const bool saved = banks.Save(EncodeSector(MakeSector(text)), why);
   EXPECT_EQ(saved, why.empty());
   return saved;
 }
@@ -96,14 +95,14 @@ TEST(Sector, IsTheseBytes) {
 TEST(Banks, AreWrittenInTurn) {
   const Folder folder;
   EXPECT_EQ("nothing", Load(folder));
-  for (unsigned int i = 1; i <= 5; ++i) {
-    EXPECT_TRUE(Save(folder, MakeSector(i, "text")));
-    EXPECT_EQ(std::to_string(i) + " text", Load(folder));
+  for (const std::string text : {"1", "2", "3", "4", "5"}) {
+    EXPECT_TRUE(Save(folder, text));
+    EXPECT_EQ(text, Load(folder));
   }
   EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
   // The one before is still there.
   fs::remove(folder / "s.a");
-  EXPECT_EQ("4 text", Load(folder));
+  EXPECT_EQ("4", Load(folder));
   struct stat status;
   ASSERT_EQ(0, ::stat((folder / "s.b").c_str(), &status));
   EXPECT_EQ(0600U, status.st_mode & 0777);
@@ -111,15 +110,15 @@ TEST(Banks, AreWrittenInTurn) {
 
 TEST(Banks, CountOnWhenTheOdometerTurnsOver) {
   const Folder folder;
-  for (const unsigned int odometer : {0xFFFFFFFFU, 0U}) {
-    Sector sector = MakeSector(odometer == 0 ? 2 : 1, "text");
-    sector.odometer = odometer;
+  for (const std::string name : {"s.a", "s.b"}) {
+    Sector sector = MakeSector(name);
+    sector.odometer = name == "s.a" ? 0xFFFFFFFF : 0;
     const std::vector<char> bytes = EncodeSector(std::move(sector));
-    folder.Write(odometer == 0 ? "s.b" : "s.a", std::string(bytes.begin(), bytes.end()));
+    folder.Write(name, std::string(bytes.begin(), bytes.end()));
   }
-  EXPECT_EQ("2 text", Load(folder));
-  EXPECT_TRUE(Save(folder, MakeSector(3, "text")));
-  EXPECT_EQ("3 text", Load(folder));
+  EXPECT_EQ("s.b", Load(folder));
+  EXPECT_TRUE(Save(folder, "next"));
+  EXPECT_EQ("next", Load(folder));
 }
 
 TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
@@ -127,16 +126,16 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
     int index = 0;
     for (bool reached = true; reached; ++index) {
       const Folder folder;
-      ASSERT_TRUE(Save(folder, MakeSector(1, "older")));
-      ASSERT_TRUE(Save(folder, MakeSector(2, "before")));
+      ASSERT_TRUE(Save(folder, "older"));
+      ASSERT_TRUE(Save(folder, "before"));
       const pid_t child = ::fork();
       if (child == 0) {
         Banks banks(folder.GetPath(), "s");
         banks.Load();
-        Sector sector = MakeSector(3, "after");
+        const std::vector<char> bytes = EncodeSector(MakeSector("after"));
         std::string why;
         FailCall(index, failure);
-        const bool saved = banks.Save(EncodeSector(std::move(sector)), why);
+        const bool saved = banks.Save(bytes, why);
         ::_exit((saved ? 1 : 2) + (testing_support::GetCallCount() > index ? 0 : 10));
       }
       int status = 0;
@@ -147,13 +146,13 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
       SCOPED_TRACE("call " + std::to_string(index) + ", result " + std::to_string(result));
       EXPECT_NE(12, result) << "it failed although no call did";
       if (result == 1 || result == 11) {
-        EXPECT_EQ("3 after", Load(folder));
+        EXPECT_EQ("after", Load(folder));
       } else {
-        EXPECT_THAT(Load(folder), AnyOf("2 before", "3 after"));
+        EXPECT_THAT(Load(folder), AnyOf("before", "after"));
       }
       // And it goes on from there.
-      EXPECT_TRUE(Save(folder, MakeSector(4, "later")));
-      EXPECT_EQ("4 later", Load(folder));
+      EXPECT_TRUE(Save(folder, "later"));
+      EXPECT_EQ("later", Load(folder));
       EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
     }
     EXPECT_GT(index, 6);  // open, write, fsync, close, rename, and the folder's
@@ -162,7 +161,7 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
 
 TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
   const Folder sample;
-  ASSERT_TRUE(Save(sample, MakeSector(1, "whole")));
+  ASSERT_TRUE(Save(sample, "whole"));
   const std::string whole = sample.Read("s.a");
   std::vector<std::string> wrecks = {"", whole.substr(0, 20), whole.substr(0, whole.size() - 1),
                                      whole + "x", std::string(whole.size(), '\0')};
@@ -180,20 +179,20 @@ TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
   }
   for (const std::string& wreck : wrecks) {
     const Folder folder;
-    ASSERT_TRUE(Save(folder, MakeSector(1, "other")));
-    ASSERT_TRUE(Save(folder, MakeSector(2, "newer")));
+    ASSERT_TRUE(Save(folder, "other"));
+    ASSERT_TRUE(Save(folder, "newer"));
     folder.Write("s.b", wreck);
-    EXPECT_EQ("1 other", Load(folder));
+    EXPECT_EQ("other", Load(folder));
     EXPECT_EQ(wreck, folder.Read("s.b.damaged-1"));
-    EXPECT_TRUE(Save(folder, MakeSector(3, "next")));
-    EXPECT_EQ("3 next", Load(folder));
+    EXPECT_TRUE(Save(folder, "next"));
+    EXPECT_EQ("next", Load(folder));
   }
 }
 
 TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
   const Folder folder;
-  ASSERT_TRUE(Save(folder, MakeSector(1, "older")));
-  ASSERT_TRUE(Save(folder, MakeSector(2, "newer")));
+  ASSERT_TRUE(Save(folder, "older"));
+  ASSERT_TRUE(Save(folder, "newer"));
   Banks banks(folder.GetPath(), "s");
   rlimit limit;
   ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
@@ -203,24 +202,24 @@ TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
   ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit));
   EXPECT_THAT(banks.GetUnreadable(), HasSubstr(" cannot be read: Too many open files"));
   // What nobody has read is not replaced.
-  const std::vector<char> next = EncodeSector(MakeSector(3, "next"));
+  const std::vector<char> next = EncodeSector(MakeSector("next"));
   std::string why;
   EXPECT_FALSE(banks.Save(next, why));
-  EXPECT_EQ("2 newer", Describe(banks.Load()));
+  EXPECT_EQ("newer", Describe(banks.Load()));
   EXPECT_TRUE(banks.Save(next, why));
   EXPECT_EQ((std::vector<std::string>{"s.a", "s.b"}), Names(folder));
 }
 
 TEST(Banks, SurviveFoldersAndLinksInTheirPlace) {
   const Folder folder;
-  ASSERT_TRUE(Save(folder, MakeSector(1, "first")));
+  ASSERT_TRUE(Save(folder, "first"));
   fs::create_directory(folder / "s.b");
-  EXPECT_EQ("1 first", Load(folder));
+  EXPECT_EQ("first", Load(folder));
   fs::remove(folder / "s.a");
   fs::create_symlink("/etc/hostname", folder / "s.a");
   EXPECT_EQ("nothing", Load(folder));
-  EXPECT_TRUE(Save(folder, MakeSector(2, "second")));
-  EXPECT_EQ("2 second", Load(folder));
+  EXPECT_TRUE(Save(folder, "second"));
+  EXPECT_EQ("second", Load(folder));
   EXPECT_EQ((std::vector<std::string>{"s.a", "s.a.damaged-1", "s.b.damaged-1"}), Names(folder));
 }
 

@@ -50,8 +50,6 @@ class Client {
   Config* _config;
 };
 
-bool HasBank(const Folder& folder, const std::string& name) { return fs::exists(folder / name); }
-
 }  // namespace
 
 TEST(Persistence, OutlivesADaemonThatIsKilled) {
@@ -60,8 +58,8 @@ TEST(Persistence, OutlivesADaemonThatIsKilled) {
     Daemon daemon({"--state", folder.GetPath()});
     Client(daemon).Name("Edit 7");
     Client(daemon, 5).Name("Edit 8");
-    EXPECT_TRUE(
-        Eventually([&] { return HasBank(folder, "config-0.a") && HasBank(folder, "config-5.a"); }));
+    EXPECT_TRUE(Eventually(
+        [&] { return fs::exists(folder / "config-0.a") && fs::exists(folder / "config-5.a"); }));
     daemon.End(SIGKILL);
   }
   Daemon daemon({"--state", folder.GetPath()});
@@ -136,16 +134,11 @@ TEST(Persistence, StartsWhateverBecameOfItsFiles) {
     daemon.End(SIGTERM);
   }
   fs::resize_file(folder / "config-0.b", 100);
-  {
-    Daemon daemon({"--state", folder.GetPath()});
-    EXPECT_EQ("one", Client(daemon).GetName());
-    EXPECT_THAT(daemon.GetOutput(), HasSubstr("config-0.b is cut, or longer than it says; it is "
-                                              "kept as " +
-                                              folder / "config-0.b.damaged-1"));
-  }
-  fs::resize_file(folder / "config-0.a", 0);
   Daemon daemon({"--state", folder.GetPath()});
-  EXPECT_EQ("Vantor Rack", Client(daemon).GetName());
+  EXPECT_EQ("one", Client(daemon).GetName());
+  EXPECT_THAT(daemon.GetOutput(), HasSubstr("config-0.b is cut, or longer than it says; it is "
+                                            "kept as " +
+                                            folder / "config-0.b.damaged-1"));
 }
 
 TEST(Persistence, GoesOnWithoutItsFolderAndSavesWhenItIsBack) {
@@ -179,12 +172,8 @@ TEST(Persistence, TakesTheServiceManagersFolderUnlessToldOtherwise) {
     EXPECT_THAT(daemon.GetOutput(), HasSubstr("configd: settings are forgotten when it ends"));
   }
   EXPECT_TRUE(fs::is_empty(folder.GetPath()));
-  {
-    Daemon daemon;
-    Client(daemon).Name("kept");
-    daemon.End(SIGTERM);
-  }
+  Client(Daemon()).Name("kept");
   ::unsetenv("STATE_DIRECTORY");
-  EXPECT_TRUE(HasBank(folder, "config-0.a"));
+  EXPECT_TRUE(fs::exists(folder / "config-0.a"));
   EXPECT_EQ(2, Daemon({"--state", ""}).Wait()) << "a variable that is not set";
 }

@@ -11,6 +11,7 @@
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Folder.h"
 #include "tests/testing/Names.h"
+#include "tests/testing/RecordingListener.h"
 
 namespace {
 
@@ -44,6 +45,7 @@ class PresetRegistersTest : public ::testing::Test {
 
   const Folder _folder;
   Daemon _daemon;
+  RecordingListener _listener;
   Config* _config = nullptr;
 };
 
@@ -57,8 +59,10 @@ TEST_F(PresetRegistersTest, SaveAndRecallWhatPresetsHold) {
   _config->Set(eParamID_GenLock, 0U);
   _config->Set(eParamID_IPConfig, 2U);
   EXPECT_EQ(kComplete, Save(20));
+  _config->AddConfigEventListener(&_listener);
   EXPECT_EQ(kComplete, Recall(3));
   EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
+  EXPECT_TRUE(_listener.WaitFor(eParamID_GenLock, "1"));
   // Where a unit is in the network is no matter of presets.
   EXPECT_EQ(2U, _config->Get(eParamID_IPConfig));
   for (const unsigned int number : {0U, 21U, 0xFFFFFFFFU}) {
