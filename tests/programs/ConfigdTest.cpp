@@ -3,9 +3,6 @@
 
 #include <chrono>
 #include <fstream>
-#include <memory>
-#include <sstream>
-#include <vector>
 
 #include "tests/programs/Programs.h"
 #include "tests/testing/Names.h"
@@ -26,39 +23,8 @@ Outcome RunConfigd(const Process::Words& arguments) {
 std::string ReadFile(const std::string& name) {
   std::ifstream file(std::string(SOURCE_FOLDER) + "/" + name);
   EXPECT_TRUE(file.is_open()) << name;
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(file), {}};
 }
-
-// A datagram socket in the place of the service manager's.
-class ServiceManager {
- public:
-  ServiceManager() : _fd(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    // An abstract name, which leaves no file behind.
-    _name = "configd_test_" + std::to_string(::getpid());
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    _name.copy(address.sun_path + 1, sizeof address.sun_path - 2);
-    EXPECT_EQ(0,
-              ::bind(_fd, reinterpret_cast<sockaddr*>(&address),
-                     static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + _name.size())));
-  }
-  ~ServiceManager() { ::close(_fd); }
-
-  std::string GetVariable() const { return "NOTIFY_SOCKET=@" + _name; }
-  std::string Receive() {
-    pollfd wanted = {_fd, POLLIN, 0};
-    char text[256];
-    if (::poll(&wanted, 1, 60000) != 1) return {};
-    const ssize_t count = ::recv(_fd, text, sizeof text, 0);
-    return std::string(text, count < 0 ? 0 : static_cast<std::size_t>(count));
-  }
-
- private:
-  const int _fd;
-  std::string _name;
-};
 
 }  // namespace
 
@@ -92,12 +58,9 @@ TEST(Configd, PrintsEachChangeAndWhoMadeIt) {
   EXPECT_THAT(daemon.GetProcess().WaitForLine("IPConfig: "),
               MatchesRegex("[0-9-]+ [0-9:.]+  IPConfig: Default Addr \\(0\\) -> DHCP \\(1\\)  by " +
                            who + " \\(process [0-9]+\\) at 127.0.0.1:[0-9]+"));
-  // Whatever is in a text, it stays on its line; what is secret is not shown.
-  ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "SysName", "two\nlines\x1b[2J"}).status);
-  EXPECT_THAT(daemon.GetProcess().WaitForLine("SysName: "),
-              HasSubstr("\"two\\x0alines\\x1b[2J\"  by "));
   ASSERT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "SystemPassword", "hunter2"}).status);
-  EXPECT_THAT(daemon.GetProcess().WaitForLine("SystemPassword: "), Not(HasSubstr("hunter2")));
+  EXPECT_THAT(daemon.GetProcess().WaitForLine("SystemPassword: "),
+              HasSubstr("SystemPassword: \"********\" -> \"********\"  by "));
 }
 
 TEST(Configd, RefusesWhatItCannotDoInOneLine) {
@@ -136,39 +99,46 @@ TEST(Configd, EndsWhenItIsToldToWhateverItsPeersDo) {
     WirePeer setter(port, 0);
     for (uint32_t i = 0; i < 5000; ++i) setter.Send(ParamRequest(81, kIPConfig, i % 3));
     const auto begin = std::chrono::steady_clock::now();
-    daemon.GetProcess().Kill(signal);
-    EXPECT_EQ(0, daemon.GetProcess().Wait());
+    EXPECT_EQ(0, daemon.End(signal));
     // Far less than any of its peers' time-outs.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
   }
 }
 
 TEST(Configd, TellsTheServiceManager) {
-  ServiceManager manager;
-  Daemon daemon({}, {manager.GetVariable()});
-  EXPECT_EQ("READY=1", manager.Receive());
+  // An abstract name, which leaves no file behind.
+  const std::string name = "configd_test_" + std::to_string(::getpid());
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  name.copy(address.sun_path + 1, sizeof address.sun_path - 2);
+  const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&address),
+                      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size())));
+  const auto told = [fd] {
+    char text[256];
+    pollfd wanted = {fd, POLLIN, 0};
+    const ssize_t count = ::poll(&wanted, 1, 60000) == 1 ? ::recv(fd, text, sizeof text, 0) : 0;
+    return std::string(text, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  };
+  Daemon daemon({}, {"NOTIFY_SOCKET=@" + name});
+  EXPECT_EQ("READY=1", told());
   daemon.GetProcess().Kill(SIGTERM);
-  EXPECT_EQ("STOPPING=1", manager.Receive());
-  EXPECT_EQ(0, daemon.GetProcess().Wait());
+  EXPECT_EQ("STOPPING=1", told());
+  EXPECT_EQ(0, daemon.Wait());
+  ::close(fd);
 }
 
-TEST(Configd, LeavesUdpAloneWhenToldTo) {
-  Process daemon({CONFIGD_PATH, "--port", "0", "--no-udp", "--no-queue", "--quiet"});
-  const std::string line = daemon.WaitForLine("serving ");
-  const int port = std::stoi(line.substr(line.rfind(':') + 1));
-  daemon.WaitForLine("configd: ready");
+TEST(Configd, LeavesUdpAloneAndPrintsNoChangesWhenToldTo) {
+  Daemon daemon({"--no-udp", "--quiet"});
   const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in address = {};
   address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_port = htons(static_cast<uint16_t>(std::stoi(daemon.GetPort())));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   EXPECT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
   ::close(fd);
-  // And prints no changes.
-  const std::string uri = "tcp://127.0.0.1:" + std::to_string(port);
-  EXPECT_EQ(0, RunConfigctl(uri, {"set", "IPConfig", "DHCP"}).status);
-  daemon.Kill(SIGTERM);
-  EXPECT_EQ(0, daemon.Wait());
+  EXPECT_EQ(0, RunConfigctl(daemon.GetURI(), {"set", "IPConfig", "DHCP"}).status);
+  EXPECT_EQ(0, daemon.End(SIGTERM));
   EXPECT_THAT(daemon.GetOutput(), Not(HasSubstr("DHCP (1)")));
 }
 

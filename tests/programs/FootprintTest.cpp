@@ -1,33 +1,27 @@
 // What configd takes of a small device: memory, and threads for its peers.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <memory>
-#include <string>
-#include <vector>
 
+#include "tests/testing/Names.h"
 #include "tests/testing/Process.h"
 #include "tests/testing/Wire.h"
 
 namespace {
 
-using testing_support::Process;
-using testing_support::WirePeer;
-
 // A number of /proc/PID/status, such as VmRSS in KiB.
 long StatusOf(const Process& process, const std::string& name) {
   std::ifstream file("/proc/" + std::to_string(process.GetPid()) + "/status");
-  for (std::string word; file >> word;) {
-    long number = 0;
-    if (word == name + ":" && file >> number) return number;
+  std::string word;
+  while (file >> word && word != name + ":") {
   }
-  return -1;
+  long number = -1;
+  file >> number;
+  return number;
 }
 
 TEST(Footprint, OfTheDaemonIsSmallAndGrowsByOneThreadAPeer) {
-  if (testing_support::Emulator() != nullptr) {
+  if (Emulator() != nullptr) {
     GTEST_SKIP() << "memory and threads would be those of the emulator";
   }
   // Measured may be another build of it than the tests'.
