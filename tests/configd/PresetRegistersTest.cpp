@@ -77,19 +77,17 @@ TEST_F(PresetRegistersTest, MoveAsFilesTwiceInARowAndThroughACache) {
   const std::unique_ptr<Config> cached(
       ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI() + "/caching=true"));
   ASSERT_NE(nullptr, cached);
-  for (Config* const client : {_config, cached.get()}) {
-    for (int round = 0; round < 2; ++round) {
-      _config->Set(eParamID_GenLock, 1U);
-      ASSERT_EQ(kComplete, Save(17));
-      PresetsParamVector presets;
-      ASSERT_TRUE(presets.Load(static_cast<eConfigID_t>(17), client));
-      ASSERT_TRUE(presets.Store(static_cast<eConfigID_t>(18), client));
-      _config->Set(eParamID_GenLock, 0U);
-      EXPECT_EQ(kComplete, Recall(18));
-      EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
-      EXPECT_FALSE(presets.Load(static_cast<eConfigID_t>(16), client));
-      EXPECT_FALSE(presets.Store(static_cast<eConfigID_t>(21), client));
-    }
+  for (Config* const client : {_config, cached.get(), cached.get()}) {
+    _config->Set(eParamID_GenLock, 1U);
+    ASSERT_EQ(kComplete, Save(17));
+    PresetsParamVector presets;
+    ASSERT_TRUE(presets.Load(static_cast<eConfigID_t>(17), client));
+    ASSERT_TRUE(presets.Store(static_cast<eConfigID_t>(18), client));
+    _config->Set(eParamID_GenLock, 0U);
+    EXPECT_EQ(kComplete, Recall(18));
+    EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
+    EXPECT_FALSE(presets.Load(static_cast<eConfigID_t>(16), client));
+    EXPECT_FALSE(presets.Store(static_cast<eConfigID_t>(21), client));
   }
 }
 

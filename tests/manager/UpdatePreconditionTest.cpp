@@ -3,7 +3,6 @@
 #include <future>
 
 #include "libconfig/descriptors/Catalogue.h"
-#include "libconfig/descriptors/EnumDescriptor.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/manager/LocalConfigFactory.h"
 #include "libconfig/manager/UpdatePreconditionValues.h"
@@ -18,59 +17,44 @@ namespace {
 using qel::config::UpdatePrecondition;
 using qel::config::UpdatePreconditionValues;
 
-constexpr auto kEnum = static_cast<eParam_t>(1);
-constexpr auto kNumber = static_cast<eParam_t>(2);
-constexpr auto kText = static_cast<eParam_t>(3);
-constexpr auto kNoDescriptor = static_cast<eParam_t>(4);
-
 TEST(UpdatePreconditionValues, ListsForChoicesAndRangesForNumbers) {
-  EnumDescriptor choices;
-  IntegerDescriptor number;
-  ParamDescriptor text;
-  for (const unsigned int value : {0U, 1U, 5U}) choices.AddNameValuePair(value, "choice");
-  number.SetMinValue(1);
-  number.SetMaxValue(10);
+  CreateDescriptors();
   FakeConfig config;
-  config.descriptors = {{kEnum, &choices}, {kNumber, &number}, {kText, &text}};
   UpdatePreconditionValues rule;
   // What becomes of a value, or "refused".
   const auto becomes = [&](eParam_t id, unsigned int value) {
     return rule.IsUpdateValid(&config, id, value) ? std::to_string(value) : "refused";
   };
-  EXPECT_EQ("5", becomes(kEnum, 5));
-  EXPECT_EQ("refused", becomes(kEnum, 2)) << "a choice is never moved";
-  EXPECT_EQ("refused", becomes(kEnum, 0xffffffff));
-  EXPECT_EQ("1", becomes(kNumber, 0));
-  EXPECT_EQ("10", becomes(kNumber, 11));
-  EXPECT_EQ("10", becomes(kNumber, 0xffffffff)) << "numbers have no sign";
-  EXPECT_EQ("99", becomes(kText, 99));
-  EXPECT_EQ("refused", becomes(kNoDescriptor, 0));
+  EXPECT_EQ("2", becomes(eParamID_IPConfig, 2));
+  EXPECT_EQ("refused", becomes(eParamID_IPConfig, 3)) << "a choice is never moved";
+  EXPECT_EQ("1", becomes(eParamID_IntervalTime, 0));
+  EXPECT_EQ("86400", becomes(eParamID_IntervalTime, 0xffffffff)) << "numbers have no sign";
+  EXPECT_EQ("99", becomes(eParamID_SysName, 99));
+  EXPECT_EQ("refused", becomes(static_cast<eParam_t>(4), 0)) << "of no descriptor";
   std::string longText(100000, 'x');
-  EXPECT_TRUE(rule.IsUpdateValid(&config, kEnum, longText));
+  EXPECT_TRUE(rule.IsUpdateValid(&config, eParamID_IPConfig, longText));
   Serializable object;
-  EXPECT_TRUE(rule.IsUpdateValid(&config, kNoDescriptor, object));
-
-  number.SetMinValue(20);
-  EXPECT_EQ("20", becomes(kNumber, 15)) << "the lower bound is looked at first";
-  EXPECT_EQ("10", becomes(kNumber, 20));
+  EXPECT_TRUE(rule.IsUpdateValid(&config, eParamID_None, object));
 }
 
 using Asked = std::vector<std::string>;
 
-// Notes that it was asked, and answers as it was told to.
+// Notes that it was asked, and does and answers as it was told to.
 class Rule : public UpdatePrecondition {
  public:
-  Rule(std::string name, Asked& asked, bool answer, unsigned int add = 0)
-      : _name(std::move(name)), _asked(asked), _answer(answer), _add(add) {}
+  Rule(std::string name, Asked& asked, bool answer, unsigned int add, std::function<void()> action)
+      : _name(std::move(name)), _asked(asked), _answer(answer), _add(add), _action(action) {}
   ~Rule() override { _asked.push_back("~" + _name); }
   bool IsUpdateValid(Config*, eParam_t, unsigned int& value) override {
     _asked.push_back(_name + std::to_string(value));
     value += _add;
+    _action();
     return _answer;
   }
   bool IsUpdateValid(Config*, eParam_t, std::string& value) override {
     _asked.push_back(_name + value);
     value += _name;
+    _action();
     return _answer;
   }
   bool IsUpdateValid(Config*, eParam_t, Serializable&) override { return false; }
@@ -80,6 +64,7 @@ class Rule : public UpdatePrecondition {
   Asked& _asked;
   const bool _answer;
   const unsigned int _add;
+  const std::function<void()> _action;
 };
 
 TEST(StorePreconditions, AreAskedInOrderAndMayChangeOrRefuse) {
@@ -92,8 +77,8 @@ TEST(StorePreconditions, AreAskedInOrderAndMayChangeOrRefuse) {
     store->InitDefaultConfig();
     EXPECT_EQ("ConfigManager::InitDefaultConfig() - end\n", GetCapturedStderr());
     store->AddConfigEventListener(&listener);
-    auto* const adding = new Rule("add", asked, true, 1000000);
-    auto* const refusing = new Rule("refuse", asked, false);
+    auto* const adding = new Rule("add", asked, true, 1000000, [] {});
+    auto* const refusing = new Rule("refuse", asked, false, 0, [] {});
     EXPECT_EQ(1, store->AddUpdatePrecondition(adding));
     EXPECT_EQ(1, store->AddUpdatePrecondition(adding));
     EXPECT_EQ(1, store->Set(eParamID_IntervalTime, 5U));
@@ -124,18 +109,6 @@ TEST(StorePreconditions, AreAskedInOrderAndMayChangeOrRefuse) {
   EXPECT_THAT(asked, ElementsAre("~add")) << "added twice, deleted once";
 }
 
-// Lets everything pass, and does something on the way.
-class ActingRule : public UpdatePrecondition {
- public:
-  explicit ActingRule(std::function<void()> action) : _action(std::move(action)) {}
-  bool IsUpdateValid(Config*, eParam_t, unsigned int&) override { return _action(), true; }
-  bool IsUpdateValid(Config*, eParam_t, std::string&) override { return _action(), true; }
-  bool IsUpdateValid(Config*, eParam_t, Serializable&) override { return true; }
-
- private:
-  const std::function<void()> _action;
-};
-
 class ChangingPreconditions : public ::testing::Test {
  protected:
   ChangingPreconditions() {
@@ -148,11 +121,12 @@ class ChangingPreconditions : public ::testing::Test {
     if (_store != nullptr) _factory.Disconnect(_store);
   }
   UpdatePrecondition* Add(std::function<void()> action) {
-    auto* const rule = new ActingRule(std::move(action));
+    auto* const rule = new Rule("", _ignored, true, 0, std::move(action));
     EXPECT_EQ(1, _store->AddUpdatePrecondition(rule));
     return rule;
   }
 
+  Asked _ignored;
   qel::config::access::LocalConfigFactory _factory;
   ConfigManager* _store;
 };

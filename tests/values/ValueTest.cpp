@@ -97,43 +97,32 @@ TEST(Value, ClonesIntoACleanObjectOfItsOwn) {
 TEST(Value, CopiesConfigurationAndPayloadButNotTheParameter) {
   IntegerValue source(kConfig, eParamID_GenLock, eParamType_Enum, 2);
   IntegerValue target(eConfigID_Default, eParamID_IntervalTime, eParamType_Integer, 10);
+  StringValue text(kConfig, eParamID_SysName, eParamType_String, "text");
+  target.CopyValue(text);
+  EXPECT_EQ(10U, NumberOf(target));
   target.CopyValue(source);
   EXPECT_EQ(2U, NumberOf(target));
   EXPECT_EQ(eConfigID_Default, target.GetConfigID());
   target.Copy(source);
+  target.Copy(target);
   EXPECT_EQ(kConfig, target.GetConfigID());
   EXPECT_EQ(eParamID_IntervalTime, target.GetParamID());
   EXPECT_EQ(eParamType_Integer, target.GetParamType());
   EXPECT_TRUE(target.IsDirty());
-  target.Copy(target);
-  EXPECT_EQ(2U, NumberOf(target));
-
-  StringValue text(kConfig, eParamID_SysName, eParamType_String, "text");
-  target.CopyValue(text);
-  text.CopyValue(target);
-  EXPECT_EQ(2U, NumberOf(target));
-  EXPECT_EQ("text", TextOf(text));
 }
 
 TEST(Value, ResetsToTheCataloguesDefault) {
   CreateDescriptors();
-  IntegerValue number(kConfig, eParamID_IntervalTime, eParamType_Integer, 77);
-  number.ResetToFactory();
-  EXPECT_EQ(10U, NumberOf(number));
-  EXPECT_TRUE(number.IsDirty());
   StringValue text(kConfig, eParamID_ReelName, eParamType_String, "mine");
   text.ResetToFactory();
   EXPECT_EQ("001", TextOf(text));
-
-  for (const eParam_t unfit : {eParamID_SysName, kUnknownParam, eParamID_None}) {
-    IntegerValue kept(kConfig, unfit, eParamType_Integer, 77);
-    kept.ResetToFactory();
-    EXPECT_EQ(77U, NumberOf(kept)) << unfit;
-    EXPECT_FALSE(kept.IsDirty()) << unfit;
+  EXPECT_TRUE(text.IsDirty());
+  // A descriptor of the other kind, and none.
+  for (const eParam_t id : {eParamID_IntervalTime, eParamID_SysName, kUnknownParam}) {
+    IntegerValue number(kConfig, id, eParamType_Integer, 77);
+    number.ResetToFactory();
+    EXPECT_EQ(id == eParamID_IntervalTime ? 10U : 77U, NumberOf(number)) << id;
   }
-  StringValue kept(kConfig, eParamID_IntervalTime, eParamType_String, "mine");
-  kept.ResetToFactory();
-  EXPECT_EQ("mine", TextOf(kept));
 }
 
 TEST(Value, TellsWhatItIsInOneLine) {
