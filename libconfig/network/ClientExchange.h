@@ -8,7 +8,6 @@
 #include "libconfig/access/RecordExchange.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/network/NetworkClient.h"
-#include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
 
@@ -25,49 +24,53 @@ struct NetworkClient::Events {
   std::atomic<bool> clientGone{false};
 };
 
+// The answer that an operation expects, and what it says when it fails; null where it says nothing.
+// errno's text follows a reason.
+struct NetworkClient::Operation {
+  std::size_t answerSize;
+  bool withStream;
+  const char* notSentReason;
+  const char* notSent;
+  const char* timeout;  // shows port and process
+  const char* failedReason;
+  const char* failed;
+  const char* refused = nullptr;  // shows the server's error
+  const char* tooLong = nullptr;  // `failed` and its reason, too, where these two are null
+  const char* streamCut = nullptr;
+  const char* noStream = nullptr;  // shows the process
+  const char* noText = nullptr;    // shows the value that came instead, and its length
+};
+
 // One request and its answer, alone on the connection while it exists.
 class NetworkClient::Exchange {
  public:
   explicit Exchange(NetworkClient& client, std::chrono::milliseconds time = kAnswerTime)
       : _client(client), _turn(client._events->records, qel::config::After(time)) {}
 
-  bool Send(const void* record, std::size_t length) {
-    const bool sent = _turn.IsMine() && _client.SendRequest(record, length);
-    using qel::config::Outcome;
-    qel::config::SetOutcome(sent ? Outcome::kDone : Outcome::kNoConnection);
+  // Sends a request that has no answer. The system would take it even though the peer has closed.
+  bool Send(const void* record, std::size_t length);
+
+  // Sends a request, whose answer Receive waits for.
+  template <typename Record>
+  bool Request(const Operation& operation, const Record& record) {
+    const bool sent = _turn.Expect({record.requestID, operation.answerSize, operation.withStream},
+                                   [&] { return _client.SendRequest(&record, sizeof record); });
+    if (!sent) Say(operation.notSentReason, operation.notSent);
     return sent;
   }
-
-  // Sends a request whose answer is a record of `size` bytes; Receive waits for it.
-  template <typename Record>
-  bool Request(const Record& record, std::size_t size, bool withStream) {
-    return _turn.Expect({record.requestID, size, withStream},
-                        [&] { return _client.SendRequest(&record, sizeof record); });
-  }
   // REQUIRES: an exchange of this thread, whose request is sent.
-  static qel::config::Received Receive(NetworkClient& client, qel::config::ReceivedRecord& answer) {
-    const qel::config::Received received = client._events->records.Await(answer);
-    if (received == qel::config::Received::kTimeout) Socket::ReportNothingToRead(0);
-    return received;
-  }
+  static bool Receive(NetworkClient& client, const Operation& operation,
+                      qel::config::ReceivedRecord& answer);
   template <typename Record>
-  qel::config::Received Ask(const Record& record, std::size_t size, bool withStream,
-                            qel::config::ReceivedRecord& answer) {
-    if (!Request(record, size, withStream)) return qel::config::Received::kNotSent;
-    return Receive(_client, answer);
-  }
-  // For the requests that are answered with a connection response.
-  template <typename Record>
-  qel::config::Received Ask(const Record& record, XCONFIGMGR_CONNECTION_RESPONSE_T& answer) {
-    qel::config::ReceivedRecord received;
-    const auto how = Ask(record, sizeof answer, false, received);
-    answer = received.As<XCONFIGMGR_CONNECTION_RESPONSE_T>();
-    return how;
+  bool Ask(const Operation& operation, const Record& record, qel::config::ReceivedRecord& answer) {
+    return Request(operation, record) && Receive(_client, operation, answer);
   }
 
   uint32_t NextRequestID() { return _client._requestCounter++; }
 
  private:
+  static void Say(const char* reason, const char* text);
+
   NetworkClient& _client;
   qel::config::RecordExchange::Turn _turn;
 };

@@ -21,15 +21,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::ListenerList;
-using qel::config::LiveConfigs;
-using qel::config::MutexLock;
-using qel::config::Outcome;
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::Report;
-using qel::config::ReportErrno;
-using qel::config::SetOutcome;
+using namespace qel::config;
 using qel::logging::Logger;
 
 namespace {
@@ -37,7 +29,8 @@ namespace {
 constexpr std::chrono::milliseconds kDisconnectTime(1000);
 constexpr std::size_t kLargestSetStream = 8192;
 
-bool IsAccepted(const XCONFIGMGR_CONNECTION_RESPONSE_T& answer, uint32_t type, const char* what) {
+bool IsAccepted(const ReceivedRecord& record, uint32_t type, const char* what) {
+  const auto answer = record.As<XCONFIGMGR_CONNECTION_RESPONSE_T>();
   if (answer.msgtype == type && answer.error == 0) return true;
   SetOutcome(Outcome::kRefused);
   if (answer.msgtype != type) {
@@ -49,10 +42,19 @@ bool IsAccepted(const XCONFIGMGR_CONNECTION_RESPONSE_T& answer, uint32_t type, c
   return false;
 }
 
+// What an event says but for its value. False when the catalogue does not tell its type.
+bool Describe(ConfigEvent& event, eParam_t param, timeval when) {
+  event.time = when;
+  event.param = param;
+  const ParamDescriptor* const descriptor = FindDescriptor(param);
+  if (descriptor != nullptr) event.type = descriptor->GetParamType();
+  return descriptor != nullptr;
+}
+
 }  // namespace
 
 NetworkClient::NetworkClient(unsigned int connectionID, Socket* socket, eConfigID_t configID,
-                             std::unique_ptr<qel::config::RecordReader> reader)
+                             std::unique_ptr<RecordReader> reader)
     : _socket(socket),
       _connectionID(connectionID),
       _configID(configID),
@@ -96,44 +98,72 @@ XCONFIGMGR_REQUEST_T NetworkClient::MakeRequest(uint32_t type, eParam_t param) {
   return request;
 }
 
-bool NetworkClient::ConfirmConnection() {
-  Exchange exchange(*this);
-  const XCONFIGMGR_CONNECTION_REQUEST_T request = {
-      XCFG_CONNECT_REQUEST, _connectionID, 0, static_cast<uint32_t>(_configID), 0, kResultWord};
-  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
-  switch (exchange.Ask(request, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kNotSent:
-      Report("NetworkClient::ConfirmConnection: send failed\n");
-      return false;
-    case Received::kTimeout:
-      Report("NetworkClient::ConfirmConnection - select failed on port %d\n", _socket->get_port());
-      return false;
-    default:
-      Report("NetworkClient::ConfirmConnection - receive failed\n");
-      return false;
+XCONFIGMGR_CONNECTION_REQUEST_T NetworkClient::MakeConnectionRequest(uint32_t type,
+                                                                     uint32_t requestID) const {
+  return {type, _connectionID, requestID, static_cast<uint32_t>(_configID), 0, kResultWord};
+}
+
+void NetworkClient::Exchange::Say(const char* reason, const char* text) {
+  if (reason != nullptr) ReportErrno(reason);
+  if (text != nullptr) Report("%s", text);
+}
+
+bool NetworkClient::Exchange::Send(const void* record, std::size_t length) {
+  const bool sent = _turn.IsMine() && _client.IsConnected() && _client.SendRequest(record, length);
+  SetOutcome(sent ? Outcome::kDone : Outcome::kNoConnection);
+  return sent;
+}
+
+bool NetworkClient::Exchange::Receive(NetworkClient& client, const Operation& operation,
+                                      ReceivedRecord& answer) {
+  const Received received = client._events->records.Await(answer);
+  if (received == Received::kRecord) return true;
+  if (received == Received::kTimeout) {
+    Socket::ReportNothingToRead(0);
+    if (operation.timeout != nullptr) {
+      Report(operation.timeout, client._socket->get_port(), static_cast<int>(::getpid()));
+    }
+  } else if (received == Received::kTooLong && operation.tooLong != nullptr) {
+    Report("%s", operation.tooLong);
+  } else if (received == Received::kStreamCut && operation.streamCut != nullptr) {
+    Report("%s", operation.streamCut);
+  } else {
+    Say(operation.failedReason, operation.failed);
   }
-  return IsAccepted(answer, XCFG_CONNECT_RESPONSE, "ConfirmConnection");
+  return false;
+}
+
+bool NetworkClient::ConfirmConnection() {
+  static constexpr Operation kConnect = {
+      sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T),
+      false,
+      nullptr,
+      "NetworkClient::ConfirmConnection: send failed\n",
+      "NetworkClient::ConfirmConnection - select failed on port %d\n",
+      nullptr,
+      "NetworkClient::ConfirmConnection - receive failed\n"};
+  Exchange exchange(*this);
+  ReceivedRecord answer;
+  return exchange.Ask(kConnect, MakeConnectionRequest(XCFG_CONNECT_REQUEST, 0), answer) &&
+         IsAccepted(answer, XCFG_CONNECT_RESPONSE, "ConfirmConnection");
 }
 
 bool NetworkClient::ConfirmDisconnect() {
+  static constexpr Operation kDisconnect = {
+      sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T),         false,  nullptr, nullptr, nullptr,
+      "NetworkClient::ConfirmDisconnect - recv failed", nullptr};
   Exchange exchange(*this, kDisconnectTime);
-  const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST,
-                                                   _connectionID,
-                                                   exchange.NextRequestID(),
-                                                   static_cast<uint32_t>(_configID),
-                                                   0,
-                                                   kResultWord};
-  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
-  const Received received = exchange.Ask(request, answer);
-  if (received != Received::kRecord) {
-    if (received != Received::kTimeout && received != Received::kNotSent) {
-      ReportErrno("NetworkClient::ConfirmDisconnect - recv failed");
-    }
-    return false;
-  }
-  return IsAccepted(answer, XCFG_DISCONNECT_RESPONSE, "ConfirmDisconnect");
+  const auto request = MakeConnectionRequest(XCFG_DISCONNECT_REQUEST, exchange.NextRequestID());
+  ReceivedRecord answer;
+  return exchange.Ask(kDisconnect, request, answer) &&
+         IsAccepted(answer, XCFG_DISCONNECT_RESPONSE, "ConfirmDisconnect");
+}
+
+bool NetworkClient::IsDone(const Operation& operation, const XCONFIGMGR_RESPONSE_T& answer) {
+  if (answer.error == 0) return true;
+  SetOutcome(Outcome::kRefused);
+  Report(operation.refused, static_cast<int>(answer.error));
+  return false;
 }
 
 unsigned int NetworkClient::Get(eParam_t param) {
@@ -143,41 +173,25 @@ unsigned int NetworkClient::Get(eParam_t param) {
 }
 
 int NetworkClient::Get(eParam_t param, unsigned int& value) {
+  static constexpr Operation kGet = {
+      sizeof(XCONFIGMGR_RESPONSE_T),
+      false,
+      "NetworkClient::Get",
+      "NetworkClient::Get - send failed\n",
+      "NetworkClient::Get - select failed on port %d (PID:%d)\n",
+      nullptr,
+      "NetworkClient::Get: receive return != sizeof(XCONFIGMGR_RESPONSE_T), FAILED",
+      "NetworkClient::Get - response message indicated an error\n"};
   Exchange exchange(*this);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
-  ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), false, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kNotSent:
-      ReportErrno("NetworkClient::Get");
-      Report("NetworkClient::Get - send failed\n");
-      return 0;
-    case Received::kTimeout:
-      Report("NetworkClient::Get - select failed on port %d (PID:%d)\n", _socket->get_port(),
-             static_cast<int>(::getpid()));
-      return 0;
-    default:
-      Report("NetworkClient::Get: receive return != sizeof(XCONFIGMGR_RESPONSE_T), FAILED");
-      return 0;
-  }
-  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
-  ConnectionUtilities::Dump(&header);
-  if (header.error != 0) {
-    SetOutcome(Outcome::kRefused);
-    Report("NetworkClient::Get - response message indicated an error\n");
-    return 0;
-  }
-  value = header.value;
+  ReceivedRecord record;
+  if (!exchange.Ask(kGet, request, record)) return 0;
+  auto answer = record.As<XCONFIGMGR_RESPONSE_T>();
+  ConnectionUtilities::Dump(&answer);
+  if (!IsDone(kGet, answer)) return 0;
+  value = answer.value;
   return 1;
-}
-
-// The system would take the request even though nobody is there to read it.
-bool NetworkClient::SendChange(Exchange& exchange, const void* request, std::size_t length) {
-  if (IsConnected()) return exchange.Send(request, length);
-  SetOutcome(Outcome::kNoConnection);
-  return false;
 }
 
 int NetworkClient::Set(eParam_t param, unsigned int value) {
@@ -185,7 +199,7 @@ int NetworkClient::Set(eParam_t param, unsigned int value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_PARAM_REQUEST, param);
   request.value = value;
   ConnectionUtilities::Dump(&request);
-  if (!SendChange(exchange, &request, sizeof request)) {
+  if (!exchange.Send(&request, sizeof request)) {
     Report("NetworkClient::Set - send failed\n");
     return 0;
   }
@@ -193,47 +207,46 @@ int NetworkClient::Set(eParam_t param, unsigned int value) {
 }
 
 int NetworkClient::Get(eParam_t param, std::string& value) {
+  static constexpr Operation kGetText = {
+      sizeof(XCONFIGMGR_RESPONSE_T),
+      true,
+      "NetworkClient::Get - socket send failed",
+      nullptr,
+      "NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
+      "NetworkClient::Get - socket recv failed",
+      nullptr,
+      "NetworkClient::Get - response error != 0\n",
+      "NetworkClient::Get - Unable to allocate buffer\n",
+      "NetworkClient::Get - bytes read do not equal streamLength\n",
+      "NetworkClient::Get - invalid streamLength\n",
+      "NetworkClient::Get - warning! deserialized non-StringValue\n"};
   Exchange exchange(*this);
+  return RequestText(exchange, kGetText, param) ? ReceiveText(kGetText, value) : 0;
+}
+
+bool NetworkClient::RequestText(Exchange& exchange, const Operation& operation, eParam_t param) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
   ConnectionUtilities::Dump(&request);
-  ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), true, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kNotSent:
-      ReportErrno("NetworkClient::Get - socket send failed");
-      return 0;
-    case Received::kTimeout:
-      Report("NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
-             _socket->get_port(), static_cast<int>(::getpid()));
-      return 0;
-    case Received::kTooLong:
-      Report("NetworkClient::Get - Unable to allocate buffer\n");
-      return 0;
-    case Received::kStreamCut:
-      Report("NetworkClient::Get - bytes read do not equal streamLength\n");
-      return 0;
-    default:
-      ReportErrno("NetworkClient::Get - socket recv failed");
-      return 0;
-  }
-  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
-  ConnectionUtilities::Dump(&header);
+  return exchange.Request(operation, request);
+}
+
+int NetworkClient::ReceiveText(const Operation& operation, std::string& value) {
+  ReceivedRecord record;
+  if (!Exchange::Receive(*this, operation, record)) return 0;
+  auto answer = record.As<XCONFIGMGR_RESPONSE_T>();
+  ConnectionUtilities::Dump(&answer);
+  if (!IsDone(operation, answer)) return 0;
   SetOutcome(Outcome::kRefused);
-  if (header.error != 0) {
-    Report("NetworkClient::Get - response error != 0\n");
+  const uint32_t length = answer.streamLength;
+  if (length == 0 || length > record.stream.size()) {
+    Report(operation.noStream, static_cast<int>(::getpid()));
     return 0;
   }
-  if (answer.stream.empty()) {
-    Report("NetworkClient::Get - invalid streamLength\n");
-    return 0;
-  }
-  const auto decoded =
-      qel::config::DecodeValue(answer.stream.data(), static_cast<unsigned>(answer.stream.size()),
-                               eSerializationFormat_Network);
+  const auto decoded = DecodeValue(record.stream.data(), length, eSerializationFormat_Network);
   auto* const text = dynamic_cast<StringValue*>(decoded.get());
   if (text == nullptr) {
-    Report("NetworkClient::Get - warning! deserialized non-StringValue\n");
+    Report(operation.noText, decoded == nullptr ? "" : decoded->ToString().c_str(),
+           static_cast<int>(length));
     return 0;
   }
   text->Get(value);
@@ -245,8 +258,7 @@ int NetworkClient::Set(eParam_t param, std::string value) {
   Exchange exchange(*this);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_STREAM_PARAM_REQUEST, param);
   StringValue text(_configID, param, eParamType_String, std::move(value));
-  std::vector<char> bytes =
-      qel::config::EncodeValue(text, eSerializationFormat_Network, sizeof request);
+  std::vector<char> bytes = EncodeValue(text, eSerializationFormat_Network, sizeof request);
   if (bytes.size() > kLargestSetStream) {
     SetOutcome(Outcome::kTooLong);
     Report("NetworkClient::Set: The string value exceeds the buffer length (Max:%d Len:%d)\n",
@@ -257,7 +269,7 @@ int NetworkClient::Set(eParam_t param, std::string value) {
   request.streamFormat = eSerializationFormat_Network;
   ConnectionUtilities::Dump(&request);
   std::memcpy(bytes.data(), &request, sizeof request);
-  if (!SendChange(exchange, bytes.data(), bytes.size())) {
+  if (!exchange.Send(bytes.data(), bytes.size())) {
     Report("NetworkClient::Set: socket send failed (stream data)\n");
     return 0;
   }
@@ -336,6 +348,26 @@ bool NetworkClient::UnregisterForEvents() { return false; }
 
 void NetworkClient::ProcessEvents() {}
 
+NetworkClient::Ended NetworkClient::TellEvents(
+    const std::function<void(int type)>& reportUnknown,
+    const std::function<void(ReceivedRecord& event)>& tell) {
+  const std::shared_ptr<Events> events = _events;
+  RecordExchange& records = events->records;
+  records.KeepEvents(true, true);
+  const RecordExchange::EventWait wait(records);
+  uint32_t type = 0;
+  Received received;
+  while ((received = records.AwaitEvent(type)) < Received::kEnded) {
+    if (received == Received::kUnknown) reportUnknown(static_cast<int>(type));
+    ReceivedRecord event;
+    if (received != Received::kRecord || !records.TakeAwaitedEvent(event)) continue;
+    tell(event);
+    if (events->clientGone) return Ended::kClientGone;
+  }
+  // A socket that was closed on this side receives nothing.
+  return errno == 0 || errno == ECANCELED ? Ended::kHere : Ended::kWithError;
+}
+
 bool NetworkClient::StartEventsThread() {
   MutexLock lock(_registrationMutex);
   return StartThread();
@@ -343,8 +375,8 @@ bool NetworkClient::StartEventsThread() {
 
 bool NetworkClient::StartThread() {
   if (_hasThread || _ending) return false;
-  const int error = qel::config::StartThread(&_eventsThread, qel::config::ThreadKind::kJoinable, 0,
-                                             thread_start, this);
+  const int error =
+      qel::config::StartThread(&_eventsThread, ThreadKind::kJoinable, 0, thread_start, this);
   if (error != 0) {
     ReportErrno("NetworkClient::StartEventsThread - unable to start thread");
     return false;
@@ -436,12 +468,8 @@ int NetworkClient::Deliver(eParam_t param, unsigned int value, const char* form)
 int NetworkClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* record, ConfigEvent* event) {
   const auto param = static_cast<eParam_t>(record->paramID);
   if (event == nullptr) return Deliver(param, record->value, "1");
-  event->time = NoteUpdate();
-  event->param = param;
   event->value = record->value;
-  if (const ParamDescriptor* const descriptor = FindDescriptor(param)) {
-    event->type = descriptor->GetParamType();
-  } else {
+  if (!Describe(*event, param, NoteUpdate())) {
     Logger::GetLogger()->Log(
         "NetworkClient::ProcessConfigParamEvent(1) - no descriptor found, can't set paramtype in "
         "pEvent\n");
@@ -470,17 +498,14 @@ int NetworkClient::DeliverStream(eParam_t param, char* data, unsigned int length
                                  ConfigEvent* event) {
   const std::shared_ptr<Events> events = _events;
   const timeval now = NoteUpdate();
-  const auto decoded = qel::config::DecodeValue(data, length, eSerializationFormat_Network);
+  const auto decoded = DecodeValue(data, length, eSerializationFormat_Network);
   auto* const value = dynamic_cast<StringValue*>(decoded.get());
   if (value == nullptr) return 0;
   std::string text;
   value->Get(text);
   if (event != nullptr) {
-    event->time = now;
-    event->param = param;
     event->stringValue = text;
-    const ParamDescriptor* const descriptor = FindDescriptor(param);
-    if (descriptor != nullptr) event->type = descriptor->GetParamType();
+    Describe(*event, param, now);
     return 1;
   }
   ListenerList::Delivery delivery(events->listeners);

@@ -21,6 +21,7 @@
 
 #include <pthread.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,7 +35,8 @@ class Socket;
 
 namespace qel::config {
 class RecordReader;
-}
+struct ReceivedRecord;
+}  // namespace qel::config
 
 namespace qel::vorlane::config::access {
 
@@ -91,6 +93,7 @@ class LIBCONFIG_API NetworkClient : public Config {
  protected:
   class Exchange;
   struct Events;
+  struct Operation;
   friend class NetworkFactory;
 
   // Takes over `socket`. `reader` reads it.
@@ -104,16 +107,27 @@ class LIBCONFIG_API NetworkClient : public Config {
   // no listener is called, the connection has ended, and no other thread is inside this client.
   void Leave();
 
-  bool SendRequest(const void* record, std::size_t length);
   XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
+  XCONFIGMGR_CONNECTION_REQUEST_T MakeConnectionRequest(uint32_t type, uint32_t requestID) const;
+
+  // Whether the server did what it was asked for. Says so, and sets the Outcome, when it did not.
+  static bool IsDone(const Operation& operation, const XCONFIGMGR_RESPONSE_T& answer);
+  // The halves of reading a text.
+  bool RequestText(Exchange& exchange, const Operation& operation, eParam_t param);
+  int ReceiveText(const Operation& operation, std::string& value);
+
+  // The loop of the events thread: `tell` tells the listeners of one event. `reportUnknown` gets
+  // the type of a record that is for nobody.
+  enum class Ended { kHere, kWithError, kClientGone };
+  Ended TellEvents(const std::function<void(int type)>& reportUnknown,
+                   const std::function<void(qel::config::ReceivedRecord& event)>& tell);
 
   Socket& GetSocket() { return *_socket; }
   const std::shared_ptr<Events>& GetEvents() const { return _events; }
-  unsigned int GetConnectionID() const { return _connectionID; }
 
  private:
   bool StartThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  bool SendChange(Exchange& exchange, const void* request, std::size_t length);
+  bool SendRequest(const void* record, std::size_t length);
   int Deliver(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
   timeval NoteUpdate();

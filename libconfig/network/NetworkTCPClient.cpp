@@ -3,7 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstring>
 
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/network/ClientExchange.h"
@@ -13,11 +13,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::RecordExchange;
-using qel::config::Report;
-using qel::config::ReportErrno;
+using namespace qel::config;
 
 namespace {
 
@@ -42,11 +38,19 @@ bool NetworkTCPClient::ReceiveStream(unsigned int length, std::vector<char>& str
   return stream.size() == length;
 }
 
+XCONFIGMGR_EVENT_HANDLER_REQUEST_T NetworkTCPClient::MakeListenerRequest(uint32_t type,
+                                                                         eParam_t param) {
+  const XCONFIGMGR_REQUEST_T common = MakeRequest(type, param);
+  XCONFIGMGR_EVENT_HANDLER_REQUEST_T request;
+  std::memcpy(&request, &common, sizeof request);
+  ConnectionUtilities::Dump(&request);
+  return request;
+}
+
 bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
   Exchange exchange(*this);
-  const auto request =
-      MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, exchange.NextRequestID(), param);
-  if (IsConnected() && exchange.Send(&request, sizeof request)) return true;
+  const auto request = MakeListenerRequest(XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, param);
+  if (exchange.Send(&request, sizeof request)) return true;
   ReportErrno("NetworkTCPClient::RegisterForEvents");
   return false;
 }
@@ -54,20 +58,19 @@ bool NetworkTCPClient::RegisterForEvents(eParam_t param) {
 bool NetworkTCPClient::RegisterForEvents() { return RegisterForEvents(eParamID_None); }
 
 bool NetworkTCPClient::UnregisterForEvents() {
+  static constexpr Operation kUnregister = {sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T),
+                                            false,
+                                            "NetworkTCPClient::UnregisterForEvents",
+                                            "NetworkTCPClient::UnregisterForEvents - send failed\n",
+                                            nullptr,
+                                            nullptr,
+                                            nullptr};
   Exchange exchange(*this);
-  const auto request = MakeListenerRequest(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST,
-                                           exchange.NextRequestID(), eParamID_None);
-  XCONFIGMGR_CONNECTION_RESPONSE_T answer;
-  switch (exchange.Ask(request, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kNotSent:
-      ReportErrno("NetworkTCPClient::UnregisterForEvents");
-      Report("NetworkTCPClient::UnregisterForEvents - send failed\n");
-      return false;
-    default:
-      return false;
-  }
+  ReceivedRecord record;
+  const auto request =
+      MakeListenerRequest(XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, eParamID_None);
+  if (!exchange.Ask(kUnregister, request, record)) return false;
+  const auto answer = record.As<XCONFIGMGR_CONNECTION_RESPONSE_T>();
   if (answer.msgtype != XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE) {
     Report(
         "NetworkTCPClient::UnregisterForEvents - msgtype != "
@@ -81,44 +84,24 @@ bool NetworkTCPClient::UnregisterForEvents() {
   return true;
 }
 
-XCONFIGMGR_EVENT_HANDLER_REQUEST_T NetworkTCPClient::MakeListenerRequest(uint32_t type,
-                                                                         uint32_t requestID,
-                                                                         eParam_t param) {
-  XCONFIGMGR_EVENT_HANDLER_REQUEST_T request = {
-      type, GetConnectionID(), requestID, static_cast<uint32_t>(GetConfigID()),
-      0,    kResultWord,       param};
-  ConnectionUtilities::Dump(&request);
-  return request;
-}
-
-// A listener may delete this client: the thread holds what it needs to find that out.
+// A listener may delete this client: nothing of it is touched once it is gone.
 void NetworkTCPClient::ProcessEvents() {
-  const std::shared_ptr<Events> events = GetEvents();
-  RecordExchange& records = events->records;
-  records.KeepEvents(true, true);
-  const RecordExchange::EventWait wait(records);
-  uint32_t type = 0;
-  Received received;
-  while ((received = records.AwaitEvent(type)) < Received::kEnded) {
-    if (received == Received::kUnknown) {
-      Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n", static_cast<int>(type));
-    }
-    ReceivedRecord record;
-    if (received != Received::kRecord || !records.TakeAwaitedEvent(record)) continue;
-    auto header = record.As<XCONFIGMGR_RESPONSE_T>();
+  const auto reportUnknown = [](int type) {
+    Report("NetworkTCPClient::ProcessEvents - Unknown message type %d\n", type);
+  };
+  const Ended ended = TellEvents(reportUnknown, [this](ReceivedRecord& event) {
+    auto header = event.As<XCONFIGMGR_RESPONSE_T>();
     if (header.msgtype == XCFG_PARAM_CHANGED_EVENT) {
       ProcessConfigParamEvent(&header, nullptr);
     } else {
-      _eventStream = std::move(record.stream);
+      _eventStream = std::move(event.stream);
       ProcessConfigStreamParamEvent(&header, nullptr);
     }
-    if (events->clientGone) return;
-  }
-  // A socket that was closed on this side receives nothing.
-  const int result = errno == 0 || errno == ECANCELED ? 0 : -1;
+  });
+  if (ended == Ended::kClientGone) return;
   ReportErrno("NetworkTCPClient::ProcessEvents");
-  Report("NetworkTCPClient::ProcessEvents - recv error (%d) in process ID %d\n", result,
-         static_cast<int>(::getpid()));
+  Report("NetworkTCPClient::ProcessEvents - recv error (%d) in process ID %d\n",
+         ended == Ended::kHere ? 0 : -1, static_cast<int>(::getpid()));
   Report("NetworkTCPClient::ProcessEvents - end\n");
   Report("NetworkTCPClient::ProcessEvents - Exiting\n");
 }

@@ -24,8 +24,7 @@ class LIBCONFIG_API NetworkTCPClient : public NetworkClient {
   bool ReceiveStream(unsigned int length, std::vector<char>& stream) override;
 
  private:
-  XCONFIGMGR_EVENT_HANDLER_REQUEST_T MakeListenerRequest(uint32_t type, uint32_t requestID,
-                                                         eParam_t param);
+  XCONFIGMGR_EVENT_HANDLER_REQUEST_T MakeListenerRequest(uint32_t type, eParam_t param);
 
   std::vector<char> _eventStream;  // of the events thread
 };

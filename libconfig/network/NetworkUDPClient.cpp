@@ -23,14 +23,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::MutexLock;
-using qel::config::Outcome;
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::RecordExchange;
-using qel::config::Report;
-using qel::config::ReportErrno;
-using qel::config::SetOutcome;
+using namespace qel::config;
 using qel::logging::Logger;
 
 namespace {
@@ -45,8 +38,8 @@ constexpr std::size_t kMostSenders = 64;
 
 // Number events on their way from the events thread to the response thread.
 struct NetworkUDPClient::Responses {
-  qel::config::Mutex mutex;
-  qel::config::Condition changed;
+  Mutex mutex;
+  Condition changed;
   std::deque<XCONFIGMGR_RESPONSE_T> queue LIBCONFIG_GUARDED_BY(mutex);
   bool stop LIBCONFIG_GUARDED_BY(mutex) = false;
   bool hasThread = false;
@@ -61,9 +54,8 @@ NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eC
   socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
   socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
   socket->set_receive_timeout(kAnswerTime.count());
-  _responses->hasThread =
-      qel::config::StartThread(&_responses->thread, qel::config::ThreadKind::kJoinable, 0,
-                               ResponseThreadHandler, this) == 0;
+  _responses->hasThread = qel::config::StartThread(&_responses->thread, ThreadKind::kJoinable, 0,
+                                                   ResponseThreadHandler, this) == 0;
 }
 
 // Either thread may be the one that runs this, inside a listener's call.
@@ -72,12 +64,7 @@ NetworkUDPClient::~NetworkUDPClient() {
   UnregisterForEvents();
   if (!_responses->disconnected && GetSocket().get_port() != multicast::kPort) {
     // Say goodbye, or the server keeps our entry; ignore its reply.
-    const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_DISCONNECT_REQUEST,
-                                                     GetConnectionID(),
-                                                     0,
-                                                     static_cast<uint32_t>(GetConfigID()),
-                                                     0,
-                                                     kResultWord};
+    const auto request = MakeConnectionRequest(XCFG_DISCONNECT_REQUEST, 0);
     GetSocket().send_some(&request, sizeof request, false);
   }
   Leave();
@@ -149,30 +136,18 @@ void NetworkUDPClient::NoteSequence(uint64_t sender, uint32_t number) {
 }
 
 void NetworkUDPClient::ProcessEvents() {
-  const std::shared_ptr<Events> events = GetEvents();
-  RecordExchange& records = events->records;
   Logger* const logger = Logger::GetLogger();
   logger->Log("NetworkUDPClient::ProcessEvents enter\n");
-  records.KeepEvents(true, true);
-  const RecordExchange::EventWait wait(records);
-  uint32_t type = 0;
-  Received received;
-  while ((received = records.AwaitEvent(type)) < Received::kEnded) {
-    if (received == Received::kUnknown) {
-      logger->Log("NetworkUDPClient::ProcessEvents - Unknown message type %d\n",
-                  static_cast<int>(type));
-    }
-    ReceivedRecord record;
-    if (received != Received::kRecord || !records.TakeAwaitedEvent(record)) continue;
-    ProcessEvent(record);
-    if (events->clientGone) return;
-  }
-  // A socket that was closed on this side receives nothing.
-  const int result = errno == 0 || errno == ECANCELED ? 0 : -1;
-  if (result == 0) {
+  const auto reportUnknown = [logger](int type) {
+    logger->Log("NetworkUDPClient::ProcessEvents - Unknown message type %d\n", type);
+  };
+  const Ended ended =
+      TellEvents(reportUnknown, [this](ReceivedRecord& event) { ProcessEvent(event); });
+  if (ended == Ended::kClientGone) return;
+  if (ended == Ended::kHere) {
     logger->Log("NetworkUDPClient::ProcessEvents - ret == 0\n");
   } else {
-    logger->Log("NetworkUDPClient::ProcessEvents - recv ERROR (%d)\n", result);
+    logger->Log("NetworkUDPClient::ProcessEvents - recv ERROR (%d)\n", -1);
   }
   logger->Log("NetworkUDPClient::ProcessEvents exit\n");
 }
@@ -202,82 +177,41 @@ void NetworkUDPClient::ProcessEvent(ReceivedRecord& record) {
 }
 
 int NetworkUDPClient::Set(eParam_t param, unsigned int value) {
+  static constexpr Operation kSet = {sizeof(XCONFIGMGR_RESPONSE_T),
+                                     false,
+                                     nullptr,
+                                     "NetworkClient::Set - send failed\n",
+                                     "NetworkClient::Set - select failed on port %d (PID:%d)\n",
+                                     "NetworkUDPClient::Set - recvfrom failed",
+                                     nullptr,
+                                     "NetworkUDPClient::Set - response error:%d\n"};
   Exchange exchange(*this, kSetTime);
   XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_SET_PARAM_REQUEST, param);
   request.value = value;
   ConnectionUtilities::Dump(&request);
   ReceivedRecord answer;
-  switch (exchange.Ask(request, sizeof(XCONFIGMGR_RESPONSE_T), false, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kNotSent:
-      Report("NetworkClient::Set - send failed\n");
-      return 0;
-    case Received::kTimeout:
-      Report("NetworkClient::Set - select failed on port %d (PID:%d)\n", GetSocket().get_port(),
-             static_cast<int>(::getpid()));
-      return 0;
-    default:
-      ReportErrno("NetworkUDPClient::Set - recvfrom failed");
-      return 0;
-  }
-  const auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
-  if (header.error != 0) {
-    SetOutcome(Outcome::kRefused);
-    Report("NetworkUDPClient::Set - response error:%d\n", static_cast<int>(header.error));
-    return 0;
-  }
-  return 1;
+  return exchange.Ask(kSet, request, answer) && IsDone(kSet, answer.As<XCONFIGMGR_RESPONSE_T>());
 }
+
+const NetworkClient::Operation NetworkUDPClient::kGetText = {
+    sizeof(XCONFIGMGR_RESPONSE_T),
+    true,
+    "NetworkUDPClient::Get",
+    "NetworkUDPClient::Get - socket send failed\n",
+    "NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
+    "NetworkUDPClient::Get - recvfrom failed",
+    nullptr,
+    "NetworkUDPClient::Get - response error != 0\n",
+    nullptr,
+    nullptr,
+    "NetworkUDPClient::Get - invalid streamLength (PID:%d)\n",
+    "NetworkUDPClient::Get - warning! deserialized non-StringValue:\"%s\" Len:%d\n"};
 
 int NetworkUDPClient::Get(eParam_t param, std::string& value) {
   Exchange exchange(*this);
-  XCONFIGMGR_REQUEST_T request = MakeRequest(XCFG_GET_STREAM_PARAM_REQUEST, param);
-  ConnectionUtilities::Dump(&request);
-  if (!exchange.Request(request, sizeof(XCONFIGMGR_RESPONSE_T), true)) {
-    ReportErrno("NetworkUDPClient::Get");
-    Report("NetworkUDPClient::Get - socket send failed\n");
-    return 0;
-  }
-  return Get(value);
+  return RequestText(exchange, kGetText, param) ? Get(value) : 0;
 }
 
-int NetworkUDPClient::Get(std::string& value) {
-  ReceivedRecord answer;
-  switch (Exchange::Receive(*this, answer)) {
-    case Received::kRecord:
-      break;
-    case Received::kTimeout:
-      Report("NetworkClient::Get [Stream] - select failed on port %d (PID:%d)\n",
-             GetSocket().get_port(), static_cast<int>(::getpid()));
-      return 0;
-    default:
-      ReportErrno("NetworkUDPClient::Get - recvfrom failed");
-      return 0;
-  }
-  auto header = answer.As<XCONFIGMGR_RESPONSE_T>();
-  ConnectionUtilities::Dump(&header);
-  SetOutcome(Outcome::kRefused);
-  if (header.error != 0) {
-    Report("NetworkUDPClient::Get - response error != 0\n");
-    return 0;
-  }
-  const uint32_t length = header.streamLength;
-  if (length == 0 || length > answer.stream.size()) {
-    Report("NetworkUDPClient::Get - invalid streamLength (PID:%d)\n", static_cast<int>(::getpid()));
-    return 0;
-  }
-  const auto decoded =
-      qel::config::DecodeValue(answer.stream.data(), length, eSerializationFormat_Network);
-  auto* const text = dynamic_cast<StringValue*>(decoded.get());
-  if (text == nullptr) {
-    Report("NetworkUDPClient::Get - warning! deserialized non-StringValue:\"%s\" Len:%d\n",
-           decoded == nullptr ? "" : decoded->ToString().c_str(), static_cast<int>(length));
-    return 0;
-  }
-  text->Get(value);
-  SetOutcome(Outcome::kDone);
-  return 1;
-}
+int NetworkUDPClient::Get(std::string& value) { return ReceiveText(kGetText, value); }
 
 }  // namespace qel::vorlane::config::access

@@ -52,6 +52,8 @@ class LIBCONFIG_API NetworkUDPClient : public NetworkClient {
  private:
   struct Responses;
 
+  static const Operation kGetText;
+
   void ProcessEvent(qel::config::ReceivedRecord& record);
   void NoteSequence(uint64_t sender, uint32_t number);
   static void* ResponseThreadHandler(void* client);
