@@ -15,6 +15,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "libconfig/base/Diagnostics.h"
@@ -33,8 +34,28 @@ auto Retry(Call call) {
 }
 
 template <typename T>
-const sockaddr* AsAddress(const T& address) {
-  return reinterpret_cast<const sockaddr*>(&address);
+auto AsAddress(T& address) {
+  using Address = std::conditional_t<std::is_const_v<T>, const sockaddr, sockaddr>;
+  return reinterpret_cast<Address*>(&address);
+}
+
+// 1, or 0 with the reason on standard error when the system's call returned -1.
+int Succeeded(ssize_t result, const char* what) {
+  if (result != -1) return 1;
+  ReportErrno(what);
+  return 0;
+}
+
+template <typename T>
+int SetOption(int fd, int level, int option, const T& value) {
+  return ::setsockopt(fd, level, option, &value, sizeof value);
+}
+
+// `call` is getsockname or getpeername. False where there is no Internet address.
+template <typename Call>
+bool GetAddress(Call call, int fd, sockaddr_in& address) {
+  socklen_t length = sizeof address;
+  return call(fd, AsAddress(address), &length) == 0 && address.sin_family == AF_INET;
 }
 
 void RemoveStaleSocket(const char* path) {
@@ -100,23 +121,16 @@ int Socket::Leave() {
 
 int Socket::create() {
   const int fd = ::socket(_family, _type | SOCK_CLOEXEC, 0);
-  if (fd == -1) {
-    ReportErrno("Socket::create - socket() failed");
-    return 0;
-  }
+  if (!Succeeded(fd, "Socket::create - socket() failed")) return 0;
   close();
   Adopt(fd);
-  const int on = 1;
   if (_type == SOCK_STREAM && _family == AF_INET &&
-      ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) == -1) {
-    ReportErrno("Socket::create setsockopt(TCP_NODELAY) failed");
+      !Succeeded(SetOption(fd, IPPROTO_TCP, TCP_NODELAY, 1),
+                 "Socket::create setsockopt(TCP_NODELAY) failed")) {
     return 0;
   }
-  if (::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == -1) {
-    ReportErrno("Socket::create - setsockopt(SO_REUSEADDR) call failed");
-    return 0;
-  }
-  return 1;
+  return Succeeded(SetOption(fd, SOL_SOCKET, SO_REUSEADDR, 1),
+                   "Socket::create - setsockopt(SO_REUSEADDR) call failed");
 }
 
 int Socket::close() {
@@ -154,8 +168,7 @@ int Socket::bind(const std::string& host, int port) {
 // For a datagram socket whose port the system chooses: two that allow sharing may get the same one,
 // and then receive each other's datagrams.
 void Socket::KeepPortToItself(int fd) {
-  const int off = 0;
-  if (_type == SOCK_DGRAM) ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &off, sizeof off);
+  if (_type == SOCK_DGRAM) SetOption(fd, SOL_SOCKET, SO_REUSEADDR, 0);
 }
 
 int Socket::bind_inet(int port) {
@@ -163,19 +176,21 @@ int Socket::bind_inet(int port) {
   if (port == 0) KeepPortToItself(use.fd);
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
-  if (!IsPort(port, 0) || ::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
-    ReportErrno("Socket::bind_inet");
-    return 0;
-  }
+  const bool bound = IsPort(port, 0) && ::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == 0;
+  if (!Succeeded(bound ? 0 : -1, "Socket::bind_inet")) return 0;
   _port = port;
   return 1;
 }
 
+void Socket::SetLocalAddress(int family, const std::string& host, int port) {
+  _localAddr.sun_family = static_cast<sa_family_t>(family);
+  std::strncpy(_localAddr.sun_path, build_local_path(host, port).c_str(),
+               sizeof _localAddr.sun_path - 1);
+}
+
 int Socket::bind_local(int port) {
   Use use(*this);
-  _localAddr.sun_family = AF_UNIX;
-  std::strncpy(_localAddr.sun_path, build_local_path(_host, port).c_str(),
-               sizeof _localAddr.sun_path - 1);
+  SetLocalAddress(AF_UNIX, _host, port);
   RemoveStaleSocket(_localAddr.sun_path);
   if (::bind(use.fd, AsAddress(_localAddr), sizeof _localAddr) == -1) return 0;
   _port = port;
@@ -192,11 +207,7 @@ int Socket::listen() {
   Use use(*this);
   if (use.fd == -1) return 0;
   constexpr int kBacklog = 100;
-  if (::listen(use.fd, kBacklog) == -1) {
-    ReportErrno("Socket::listen - listen returned -1");
-    return 0;
-  }
-  return 1;
+  return Succeeded(::listen(use.fd, kBacklog), "Socket::listen - listen returned -1");
 }
 
 int Socket::accept(Socket* peer) {
@@ -223,8 +234,10 @@ int Socket::connect(std::string host, int port) {
                             : connect_inet(std::move(host), port);
 }
 
+namespace {
+
 // A connect that a signal interrupts continues in the background; wait for its result.
-int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
+int ConnectTo(int fd, const sockaddr* address, socklen_t length) {
   if (::connect(fd, address, length) == 0) return 0;
   if (errno != EINTR) return -1;
   pollfd writable = {fd, POLLOUT, 0};
@@ -236,16 +249,11 @@ int Socket::ConnectTo(int fd, const sockaddr* address, socklen_t length) {
   return error == 0 ? 0 : -1;
 }
 
-namespace {
-
 // The system may choose the destination port as the source port when nobody listens there.
 bool IsConnectedToItself(int fd) {
   sockaddr_in own = {};
   sockaddr_in peer = {};
-  socklen_t ownSize = sizeof own;
-  socklen_t peerSize = sizeof peer;
-  return ::getsockname(fd, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
-         ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 &&
+  return GetAddress(::getsockname, fd, own) && GetAddress(::getpeername, fd, peer) &&
          own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
@@ -266,16 +274,14 @@ int Socket::connect_inet(std::string host, int port) {
     // Not a dotted address: make connect fail.
     _inetAddr.sin_addr.s_addr = INADDR_NONE;
   }
-  if (!IsPort(port, 1) || ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == -1) {
-    ReportErrno("Socket::connect_inet - connect() failed");
-    return 0;
-  }
-  if (!isBound && IsConnectedToItself(use.fd)) {
+  bool connected =
+      IsPort(port, 1) && ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == 0;
+  if (connected && !isBound && IsConnectedToItself(use.fd)) {
     close();
     errno = ECONNREFUSED;
-    ReportErrno("Socket::connect_inet - connect() failed");
-    return 0;
+    connected = false;
   }
+  if (!Succeeded(connected ? 0 : -1, "Socket::connect_inet - connect() failed")) return 0;
   _host = std::move(host);
   _port = port;
   return 1;
@@ -283,11 +289,9 @@ int Socket::connect_inet(std::string host, int port) {
 
 int Socket::connect_local(std::string host, int port) {
   Use use(*this);
-  _localAddr.sun_family = static_cast<sa_family_t>(_family);
-  std::strncpy(_localAddr.sun_path, build_local_path(host, port).c_str(),
-               sizeof _localAddr.sun_path - 1);
-  if (ConnectTo(use.fd, AsAddress(_localAddr), sizeof _localAddr) == -1) {
-    ReportErrno("Socket::connect_local");
+  SetLocalAddress(_family, host, port);
+  if (!Succeeded(ConnectTo(use.fd, AsAddress(_localAddr), sizeof _localAddr),
+                 "Socket::connect_local")) {
     return 0;
   }
   _host = std::move(host);
@@ -296,8 +300,7 @@ int Socket::connect_local(std::string host, int port) {
 }
 
 ssize_t Socket::recv_some(void* data, std::size_t length) {
-  Use use(*this);
-  return Retry([&] { return ::recv(use.fd, data, length, MSG_NOSIGNAL); });
+  return Retry([&] { return recv_once(data, length, nullptr); });
 }
 
 ssize_t Socket::send_some(const void* data, std::size_t length, bool wait) {
@@ -307,11 +310,7 @@ ssize_t Socket::send_some(const void* data, std::size_t length, bool wait) {
 }
 
 int Socket::send(char* data, unsigned length) {
-  if (send_some(data, length, true) == -1) {
-    ReportErrno("Socket::send - failed");
-    return 0;
-  }
-  return 1;
+  return Succeeded(send_some(data, length, true), "Socket::send - failed");
 }
 
 int Socket::sendall(char* data, int* length) {
@@ -319,26 +318,19 @@ int Socket::sendall(char* data, int* length) {
   const int wanted = *length;
   while (sent < wanted) {
     const ssize_t count = send_some(data + sent, static_cast<std::size_t>(wanted - sent), true);
-    if (count == -1) {
-      ReportErrno("Socket::sendall - send failed");
-      *length = sent;
-      return 0;
-    }
+    if (!Succeeded(count, "Socket::sendall - send failed")) break;
     sent += static_cast<int>(count);
   }
   *length = sent;
-  return wanted > 0 ? 1 : 0;
+  return wanted > 0 && sent >= wanted;
 }
 
 int Socket::recv(char* data, unsigned length) {
   if (_type == SOCK_DGRAM) {
     const ssize_t count = recv_some(data, length);
-    if (count == -1) {
-      ReportErrno("Socket::recv - failed");
-      Report("Socket::recv - UDP version (this:%p)\n", static_cast<void*>(this));
-      return 0;
-    }
-    return static_cast<int>(count);
+    if (Succeeded(count, "Socket::recv - failed")) return static_cast<int>(count);
+    Report("Socket::recv - UDP version (this:%p)\n", static_cast<void*>(this));
+    return 0;
   }
   if (length == 0) return 0;
   // Each call asks for the whole length, which is more than the caller may have room for.
@@ -347,8 +339,7 @@ int Socket::recv(char* data, unsigned length) {
   while (received < length) {
     const ssize_t count = recv_some(piece.get(), length);
     if (count == 0) break;
-    if (count == -1) {
-      ReportErrno("Socket::recv - failed");
+    if (!Succeeded(count, "Socket::recv - failed")) {
       Report("Socket::recv - TCP version (this:%p)\n", static_cast<void*>(this));
       return -1;
     }
@@ -363,30 +354,18 @@ int Socket::peek(char* data, unsigned length) {
   Use use(*this);
   const ssize_t count =
       Retry([&] { return ::recv(use.fd, data, length, MSG_PEEK | MSG_WAITALL | MSG_NOSIGNAL); });
-  if (count == -1) {
-    ReportErrno("Socket::recv - failed");
-    return 0;
-  }
-  return static_cast<int>(count);
+  return Succeeded(count, "Socket::recv - failed") ? static_cast<int>(count) : 0;
 }
 
 int Socket::sendto(void* data, unsigned length, const sockaddr_in& to) {
   Use use(*this);
-  const ssize_t count =
-      Retry([&] { return ::sendto(use.fd, data, length, 0, AsAddress(to), sizeof to); });
-  if (count == -1) {
-    ReportErrno("Socket::sendto - failed");
-    return 0;
-  }
-  return 1;
+  return Succeeded(
+      Retry([&] { return ::sendto(use.fd, data, length, 0, AsAddress(to), sizeof to); }),
+      "Socket::sendto - failed");
 }
 
 ssize_t Socket::recvfrom_some(void* data, std::size_t length, sockaddr_in& from) {
-  Use use(*this);
-  return Retry([&] {
-    socklen_t size = sizeof from;
-    return ::recvfrom(use.fd, data, length, 0, reinterpret_cast<sockaddr*>(&from), &size);
-  });
+  return Retry([&] { return recv_once(data, length, &from); });
 }
 
 ssize_t Socket::recv_once(void* data, std::size_t length, sockaddr_in* from) {
@@ -398,11 +377,7 @@ ssize_t Socket::recv_once(void* data, std::size_t length, sockaddr_in* from) {
 
 int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
   const ssize_t count = recvfrom_some(data, length, from);
-  if (count == -1) {
-    ReportErrno("Socket::recvfrom - failed");
-    return 0;
-  }
-  return static_cast<int>(count);
+  return Succeeded(count, "Socket::recvfrom - failed") ? static_cast<int>(count) : 0;
 }
 
 // 1 when one of `events` came, 0 when the time ran out, -1 on an error. What is left of the time
@@ -472,9 +447,8 @@ bool IsBufferSize(int option, const char* caller) {
 int Socket::set_buffer_size(int option, int bytes) {
   if (!IsBufferSize(option, "set_buffer_size")) return 0;
   Use use(*this);
-  if (::setsockopt(use.fd, SOL_SOCKET, option, &bytes, sizeof bytes) != -1) return 1;
-  ReportErrno("Socket::set_buffer_size:  Unable to set the buffer size");
-  return 0;
+  return Succeeded(SetOption(use.fd, SOL_SOCKET, option, bytes),
+                   "Socket::set_buffer_size:  Unable to set the buffer size");
 }
 
 int Socket::get_buffer_size(int option) {
@@ -482,36 +456,29 @@ int Socket::get_buffer_size(int option) {
   Use use(*this);
   int bytes = 0;
   socklen_t size = sizeof bytes;
-  if (::getsockopt(use.fd, SOL_SOCKET, option, &bytes, &size) != -1) return bytes;
-  ReportErrno("Socket::get_buffer_size:  Unable to get the buffer size");
-  return 0;
+  const int result = ::getsockopt(use.fd, SOL_SOCKET, option, &bytes, &size);
+  return Succeeded(result, "Socket::get_buffer_size:  Unable to get the buffer size") ? bytes : 0;
 }
 
 int Socket::set_receive_timeout(unsigned milliseconds) {
   Use use(*this);
-  const timeval time = ToTimeval(milliseconds);
-  return ::setsockopt(use.fd, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time) == 0;
+  return SetOption(use.fd, SOL_SOCKET, SO_RCVTIMEO, ToTimeval(milliseconds)) == 0;
 }
 
 int Socket::set_send_timeout(unsigned milliseconds) {
   Use use(*this);
-  const timeval time = ToTimeval(milliseconds);
-  return ::setsockopt(use.fd, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
+  return SetOption(use.fd, SOL_SOCKET, SO_SNDTIMEO, ToTimeval(milliseconds)) == 0;
 }
 
 int Socket::set_keepalive() {
   Use use(*this);
-  const int on = 1;
-  if (::setsockopt(use.fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) != 0) return 0;
+  if (SetOption(use.fd, SOL_SOCKET, SO_KEEPALIVE, 1) != 0) return 0;
   if (_type != SOCK_STREAM || _family != AF_INET) return 1;
   // Probe after a minute of silence, then every 15 seconds: a dead peer is dropped after two
   // minutes.
-  constexpr std::pair<int, int> kTimes[] = {
-      {TCP_KEEPIDLE, 60}, {TCP_KEEPINTVL, 15}, {TCP_KEEPCNT, 4}};
-  for (const auto& [option, value] : kTimes) {
-    if (::setsockopt(use.fd, IPPROTO_TCP, option, &value, sizeof value) != 0) return 0;
-  }
-  return 1;
+  return SetOption(use.fd, IPPROTO_TCP, TCP_KEEPIDLE, 60) == 0 &&
+         SetOption(use.fd, IPPROTO_TCP, TCP_KEEPINTVL, 15) == 0 &&
+         SetOption(use.fd, IPPROTO_TCP, TCP_KEEPCNT, 4) == 0;
 }
 
 namespace {
@@ -521,7 +488,7 @@ int ChangeMembership(int fd, int option, const std::string& group, const std::st
   ip_mreq request;
   request.imr_multiaddr.s_addr = ::inet_addr(group.c_str());
   request.imr_interface.s_addr = ::inet_addr(interface.c_str());
-  return ::setsockopt(fd, IPPROTO_IP, option, &request, sizeof request) != -1;
+  return SetOption(fd, IPPROTO_IP, option, request) != -1;
 }
 
 }  // namespace
@@ -548,19 +515,17 @@ bool Socket::is_peer_gone() {
 int Socket::get_bound_port() {
   Use use(*this);
   sockaddr_in address = {};
-  socklen_t length = sizeof address;
-  if (::getsockname(use.fd, reinterpret_cast<sockaddr*>(&address), &length) == -1) return 0;
-  return address.sin_family == AF_INET ? ntohs(address.sin_port) : _port;
+  if (GetAddress(::getsockname, use.fd, address)) return ntohs(address.sin_port);
+  return use.fd == -1 ? 0 : _port;
 }
 
 std::string Socket::get_peer_name() {
   Use use(*this);
   sockaddr_in address = {};
-  socklen_t length = sizeof address;
-  if (::getpeername(use.fd, reinterpret_cast<sockaddr*>(&address), &length) == -1 ||
-      address.sin_family != AF_INET) {
-    return "";
-  }
+  return GetAddress(::getpeername, use.fd, address) ? NameAddress(address) : "";
+}
+
+std::string Socket::NameAddress(const sockaddr_in& address) {
   char text[INET_ADDRSTRLEN] = "";
   ::inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
   return std::string(text) + ":" + std::to_string(ntohs(address.sin_port));

@@ -109,6 +109,7 @@ class LIBCONFIG_API Socket {
   int get_bound_port();
   // Who an Internet socket is connected to, as "127.0.0.1:43110"; empty when there is nobody.
   std::string get_peer_name();
+  static std::string NameAddress(const sockaddr_in& address);
 
  private:
   class Use;
@@ -120,7 +121,7 @@ class LIBCONFIG_API Socket {
   void Adopt(int fd);
   int Leave();
   void KeepPortToItself(int fd);
-  int ConnectTo(int fd, const sockaddr* address, socklen_t length);
+  void SetLocalAddress(int family, const std::string& host, int port);
   int Wait(short events, int milliseconds, int* left);
 
   const int _family;
