@@ -12,19 +12,15 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::Deadline;
-using qel::config::ExpectedAnswer;
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::RecordExchange;
-using qel::config::limits::kDatagram;
-using qel::config::limits::kStreamPayload;
+using namespace qel::config;
+using limits::kDatagram;
+using limits::kStreamPayload;
 
 namespace {
 
 // The row of a type that a server sends; null for any other word.
-const qel::config::RecordType* FindSent(uint32_t type) {
-  return qel::config::IsRequest(type) ? nullptr : FindNetworkRecord(type);
+const RecordType* FindSent(uint32_t type) {
+  return IsRequest(type) ? nullptr : FindNetworkRecord(type);
 }
 
 // A string is only answered when it was refused, and nobody waits for that.
@@ -49,10 +45,9 @@ Received StreamRecordReader::Read(ReceivedRecord& record, Deadline deadline,
   Result read = ReadHeader(deadline, exchange);
   const bool inStream = read == Result::kWhole && _streamFollows;
   if (inStream) {
-    if (_record.As<XCONFIGMGR_RESPONSE_T>().streamLength > kStreamPayload) {
-      return Received::kTooLong;
-    }
-    read = ReadStream(deadline);
+    const uint32_t length = _record.As<XCONFIGMGR_RESPONSE_T>().streamLength;
+    if (length > kStreamPayload) return Received::kTooLong;
+    read = _reader.ReadStream(_record.stream, length, _streamBytes, deadline);
   }
   if (read == Result::kTimeout) {
     errno = ETIMEDOUT;
@@ -95,19 +90,6 @@ StreamReader::Result StreamRecordReader::ReadHeader(Deadline deadline, RecordExc
     _streamFollows = !_record.IsEvent() && exchange.GetExpected(expected) && expected.withStream;
   }
   return Result::kWhole;
-}
-
-// What a peer only announces takes no memory.
-StreamReader::Result StreamRecordReader::ReadStream(Deadline deadline) {
-  constexpr std::size_t kPiece = std::size_t{64} * 1024;
-  const std::size_t length = _record.As<XCONFIGMGR_RESPONSE_T>().streamLength;
-  Result read = Result::kWhole;
-  while (read == Result::kWhole && _streamBytes < length) {
-    const std::size_t piece = std::min(length, _streamBytes + kPiece);
-    _record.stream.resize(piece);
-    read = _reader.Read(_record.stream.data(), piece, _streamBytes, deadline);
-  }
-  return read;
 }
 
 DatagramRecordReader::DatagramRecordReader(Socket& socket, std::chrono::milliseconds socketTimeout)

@@ -23,7 +23,6 @@ class StreamRecordReader : public qel::config::RecordReader {
   using Result = StreamReader::Result;
 
   Result ReadHeader(qel::config::Deadline deadline, qel::config::RecordExchange& exchange);
-  Result ReadStream(qel::config::Deadline deadline);
 
   Socket& _socket;
   StreamReader _reader;

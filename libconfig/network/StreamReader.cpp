@@ -108,6 +108,18 @@ StreamReader::Result StreamReader::Read(void* data, std::size_t length, std::siz
   return Result::kWhole;
 }
 
+StreamReader::Result StreamReader::ReadStream(std::vector<char>& bytes, std::size_t length,
+                                              std::size_t& done, Deadline deadline) {
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
+  Result read = Result::kWhole;
+  while (read == Result::kWhole && done < length) {
+    const std::size_t piece = std::min(length, done + kPiece);
+    bytes.resize(piece);
+    read = Read(bytes.data(), piece, done, deadline);
+  }
+  return read;
+}
+
 StreamReader::Result StreamReader::Skip(std::size_t length) {
   char scrap[4096];
   while (length > 0) {

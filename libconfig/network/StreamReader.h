@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "libconfig/access/RecordExchange.h"
 
@@ -45,6 +46,10 @@ class StreamReader {
   // The same until `deadline`. `done` bytes of it are there already: after kTimeout the next call
   // goes on where this one ended.
   Result Read(void* data, std::size_t length, std::size_t& done, qel::config::Deadline deadline);
+  // The same for what follows a record: `bytes` grows with what comes, not with what the peer
+  // announced.
+  Result ReadStream(std::vector<char>& bytes, std::size_t length, std::size_t& done,
+                    qel::config::Deadline deadline);
   // Whether something is at hand that was received already.
   bool HasBuffered() const { return Buffered() > 0; }
   // Reads `length` bytes and drops them.
