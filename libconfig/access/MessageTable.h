@@ -100,9 +100,4 @@ constexpr uint32_t AnswerType(uint32_t request) { return request + 16; }
 
 constexpr const RecordType* FindQueueRecord(uint32_t type) { return FindRow(kQueueRecords, type); }
 
-// The row of the answer to `request`; null when there is none on that transport.
-constexpr const RecordType* FindQueueAnswer(uint32_t request) {
-  return IsRequest(request) ? FindQueueRecord(AnswerType(request)) : nullptr;
-}
-
 }  // namespace qel::config

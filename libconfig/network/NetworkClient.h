@@ -107,6 +107,7 @@ class LIBCONFIG_API NetworkClient : public Config {
   // no listener is called, the connection has ended, and no other thread is inside this client.
   void Leave();
 
+  bool SendRequest(const void* record, std::size_t length);
   XCONFIGMGR_REQUEST_T MakeRequest(uint32_t type, eParam_t param);
   XCONFIGMGR_CONNECTION_REQUEST_T MakeConnectionRequest(uint32_t type, uint32_t requestID) const;
 
@@ -127,7 +128,6 @@ class LIBCONFIG_API NetworkClient : public Config {
 
  private:
   bool StartThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  bool SendRequest(const void* record, std::size_t length);
   int Deliver(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
   timeval NoteUpdate();

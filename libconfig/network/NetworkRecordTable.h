@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "libconfig/access/MessageTable.h"
+#include "libconfig/descriptors/ParamIDs.h"
 #include "libconfig/network/NetworkRecords.h"
 #include "libconfig/serialization/Identifiers.h"
 
@@ -37,10 +38,17 @@ constexpr const qel::config::RecordType* FindNetworkRecord(uint32_t type) {
   return qel::config::FindRow(kNetworkRecords, type);
 }
 
-// The row of the answer to `request`, or null.
-constexpr const qel::config::RecordType* FindNetworkAnswer(uint32_t request) {
-  return qel::config::IsRequest(request) ? FindNetworkRecord(qel::config::AnswerType(request))
-                                         : nullptr;
+// A request of any kind.
+union NetworkRequest {
+  uint32_t msgtype;
+  XCONFIGMGR_CONNECTION_REQUEST_T connection;
+  XCONFIGMGR_EVENT_HANDLER_REQUEST_T handler;
+  XCONFIGMGR_REQUEST_T param;
+};
+
+// Null for what is no request.
+constexpr const qel::config::RecordType* FindNetworkRequest(uint32_t type) {
+  return qel::config::IsRequest(type) ? FindNetworkRecord(type) : nullptr;
 }
 
 // A response with what it repeats of its request; the rest is zero.
@@ -54,6 +62,24 @@ Response ResponseTo(const Request& request, uint32_t type, uint32_t result) {
   response.priority = request.priority;
   response.result = result;
   return response;
+}
+
+inline XCONFIGMGR_RESPONSE_T ParamResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type,
+                                             uint32_t result) {
+  auto response = ResponseTo<XCONFIGMGR_RESPONSE_T>(request, type, result);
+  response.paramID = request.paramID;
+  return response;
+}
+
+template <typename Record>
+Record MakeEvent(uint32_t type, uint32_t configID, eParam_t param) {
+  Record event = {};
+  event.msgtype = type;
+  event.configID = configID;
+  event.result = kResultWord;
+  event.paramID = param;
+  event.streamFormat = eSerializationFormat_Network;
+  return event;
 }
 
 // Puts the response ahead of the value that stands behind room for it.

@@ -23,35 +23,25 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::Report;
-using qel::config::ReportErrno;
+using namespace qel::config;
 using qel::logging::Logger;
 using Result = StreamReader::Result;
-
-union NetworkTCPConnection::Request {
-  uint32_t msgtype;
-  XCONFIGMGR_CONNECTION_REQUEST_T connection;
-  XCONFIGMGR_EVENT_HANDLER_REQUEST_T handler;
-  XCONFIGMGR_REQUEST_T param;
-};
 
 namespace {
 
 // Parameters that a peer may name one by one.
 constexpr std::size_t kMaxParams = 1024;
 
-constexpr qel::config::ParamFraming kFraming = {
+constexpr ParamFraming kFraming = {
     eSerializationFormat_Network, false, sizeof(XCONFIGMGR_RESPONSE_T),
-    sizeof(XCONFIGMGR_RESPONSE_T) + qel::config::limits::kStreamPayload, eMessageError_NoValue};
+    sizeof(XCONFIGMGR_RESPONSE_T) + limits::kStreamPayload, eMessageError_NoValue};
 
 XCONFIGMGR_RESPONSE_T ParamResponseTo(const XCONFIGMGR_REQUEST_T& request, uint32_t type) {
-  auto response = ResponseTo<XCONFIGMGR_RESPONSE_T>(request, type, request.result);
-  response.paramID = request.paramID;
-  return response;
+  return ParamResponseTo(request, type, request.result);
 }
 
-qel::config::ParamRequest ParamOf(const XCONFIGMGR_REQUEST_T& request, char* stream = nullptr,
-                                  uint32_t length = 0) {
+ParamRequest ParamOf(const XCONFIGMGR_REQUEST_T& request, char* stream = nullptr,
+                     uint32_t length = 0) {
   return {request.msgtype, static_cast<eParam_t>(request.paramID), request.value, stream, length};
 }
 
@@ -91,8 +81,8 @@ NetworkTCPConnection::~NetworkTCPConnection() {
 
 bool NetworkTCPConnection::Start(std::shared_ptr<void> slot) {
   _slot = std::move(slot);
-  if (qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached,
-                               qel::config::limits::kPeerThreadStack, pthread_start, this) == 0) {
+  if (qel::config::StartThread(nullptr, ThreadKind::kDetached, limits::kPeerThreadStack,
+                               pthread_start, this) == 0) {
     return true;
   }
   ReportErrno("NetworkTCPConnection::Start");
@@ -120,7 +110,7 @@ void NetworkTCPConnection::Run() {
     // Out of memory, for one: this peer ends, the others go on.
   }
   _registered = false;
-  if (!_stop) _outbox->Drain(qel::config::limits::kHalfRecordMs);
+  if (!_stop) _outbox->Drain(limits::kHalfRecordMs);
   _outbox->Close();
   _socket->close();
   LeaveStore();
@@ -141,10 +131,10 @@ void NetworkTCPConnection::Leave(Config* store) {
   if (store == nullptr) return;
   while (store->RemoveConfigEventListener(this) != 0) {
   }
-  qel::config::DisconnectStore(store);
+  DisconnectStore(store);
 }
 
-bool NetworkTCPConnection::ReceiveRequest(Request& request) {
+bool NetworkTCPConnection::ReceiveRequest(NetworkRequest& request) {
   const unsigned pid = _connectionID & 0xFFFF;
   _reader->BeginRecord();
   const Result first = _reader->recv_exact(&request.msgtype, sizeof request.msgtype);
@@ -157,8 +147,7 @@ bool NetworkTCPConnection::ReceiveRequest(Request& request) {
     }
     return false;
   }
-  const qel::config::RecordType* const record =
-      qel::config::IsRequest(request.msgtype) ? FindNetworkRecord(request.msgtype) : nullptr;
+  const RecordType* const record = FindNetworkRequest(request.msgtype);
   if (record == nullptr) {
     Report("NetworkTCPConnection::ProcessMessages - Unknown message type %d\n",
            static_cast<int>(request.msgtype));
@@ -170,7 +159,7 @@ bool NetworkTCPConnection::ReceiveRequest(Request& request) {
       Report(
           "NetworkTCPConnection::ProcessMessages - error calling recv for %s (connection pid = "
           "0x%X)\n",
-          qel::config::FindMessageType(request.msgtype)->enumerator, pid);
+          FindMessageType(request.msgtype)->enumerator, pid);
     }
     return false;
   }
@@ -181,7 +170,7 @@ bool NetworkTCPConnection::ProcessMessages() {
   const Working working(this);
   FlushBatch batch([this] { return _reader->HasBuffered(); });
   while (!_stop) {
-    Request request = {};
+    NetworkRequest request = {};
     if (!_outbox->WaitForRoom() || !ReceiveRequest(request)) return false;
     batch.FlushWhenOld();
     Process(request);
@@ -189,7 +178,7 @@ bool NetworkTCPConnection::ProcessMessages() {
   return true;
 }
 
-void NetworkTCPConnection::Process(Request& request) {
+void NetworkTCPConnection::Process(NetworkRequest& request) {
   using Self = NetworkTCPConnection;
   static constexpr Handler<XCONFIGMGR_CONNECTION_REQUEST_T> kOfConnections[] = {
       {XCFG_CONNECT_REQUEST, &Self::ProcessConnectRequest},
@@ -205,21 +194,28 @@ void NetworkTCPConnection::Process(Request& request) {
       {XCFG_GET_STREAM_PARAM_REQUEST, &Self::ProcessGetStreamRequest},
       {XCFG_SET_STREAM_PARAM_REQUEST, &Self::ProcessSetStreamRequest},
   };
-  if (const auto* const param = qel::config::FindRow(kOfParams, request.msgtype)) {
+  if (const auto* const param = FindRow(kOfParams, request.msgtype)) {
     ConnectionUtilities::Dump(&request.param);
     (this->*param->process)(request.param);
-  } else if (const auto* const listener = qel::config::FindRow(kOfListeners, request.msgtype)) {
+  } else if (const auto* const listener = FindRow(kOfListeners, request.msgtype)) {
     TraceListener(request.handler);
     (this->*listener->process)(request.handler);
-  } else if (const auto* const connection = qel::config::FindRow(kOfConnections, request.msgtype)) {
+  } else if (const auto* const connection = FindRow(kOfConnections, request.msgtype)) {
     TraceConnection(request.connection);
     (this->*connection->process)(request.connection);
   }
 }
 
+template <typename Response>
+bool NetworkTCPConnection::Answer(const Response& response, const char* failure) {
+  if (_outbox->PutAnswer(&response, sizeof response)) return true;
+  Report("%s", failure);
+  return false;
+}
+
 bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request) {
   _connected = true;
-  Config* const store = qel::config::ConnectStore(static_cast<eConfigID_t>(request.configID));
+  Config* const store = ConnectStore(static_cast<eConfigID_t>(request.configID));
   if (store == nullptr) {
     Report("NetworkTCPConnection::ProcessConnectRequest - unable to connect to the config\n");
     Stop();
@@ -239,15 +235,13 @@ bool NetworkTCPConnection::ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQ
   }
   _peer.reset();
   if (before == store) {
-    qel::config::DisconnectStore(store);  // one use is enough
+    DisconnectStore(store);  // one use is enough
   } else {
     Leave(before);
   }
-  const auto response =
-      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(request, XCFG_CONNECT_RESPONSE, request.result);
-  if (_outbox->PutAnswer(&response, sizeof response)) return true;
-  Report("NetworkTCPConnection::ProcessConnectRequest - unable to send response\n");
-  return false;
+  return Answer(
+      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(request, XCFG_CONNECT_RESPONSE, request.result),
+      "NetworkTCPConnection::ProcessConnectRequest - unable to send response\n");
 }
 
 bool NetworkTCPConnection::ProcessDisconnectRequest(
@@ -260,7 +254,7 @@ bool NetworkTCPConnection::ProcessDisconnectRequest(
     Report("NetworkTCPConnection::ProcessDisconnectRequest: unable to send response\n");
   }
   // The answer leaves before the socket is shut.
-  _outbox->Drain(qel::config::limits::kHalfRecordMs);
+  _outbox->Drain(limits::kHalfRecordMs);
   Stop();
   return sent;
 }
@@ -291,12 +285,10 @@ bool NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest(
     _registered = false;
   }
   // Without the lock, as the answer may have to wait for the peer and a notifier must not.
-  const auto response = ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(
-      request, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, request.result);
-  if (_outbox->PutAnswer(&response, sizeof response)) return true;
-  Report(
+  return Answer(
+      ResponseTo<XCONFIGMGR_CONNECTION_RESPONSE_T>(
+          request, XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, request.result),
       "NetworkTCPConnection::ProcessRemoveConfigEventListenerRequest - Unable to send response!\n");
-  return false;
 }
 
 bool NetworkTCPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request) {
@@ -307,10 +299,8 @@ bool NetworkTCPConnection::ProcessGetRequest(const XCONFIGMGR_REQUEST_T& request
     return false;
   }
   // A parameter without a value reads as 0.
-  response.value = qel::config::AnswerParamRequest(*_config, ParamOf(request), kFraming).value;
-  if (_outbox->PutAnswer(&response, sizeof response)) return true;
-  Report("NetworkTCPConnection::ProcessGetRequest - _socket->send failed\n");
-  return false;
+  response.value = AnswerParamRequest(*_config, ParamOf(request), kFraming).value;
+  return Answer(response, "NetworkTCPConnection::ProcessGetRequest - _socket->send failed\n");
 }
 
 // A Set lasts as long as the store's listeners take. Send the peer's earlier answers before it,
@@ -322,7 +312,7 @@ void NetworkTCPConnection::FlushBeforeSet() {
 bool NetworkTCPConnection::ProcessSetRequest(const XCONFIGMGR_REQUEST_T& request) {
   if (_config == nullptr) return false;
   FlushBeforeSet();
-  return qel::config::AnswerParamRequest(*_config, ParamOf(request), kFraming).error == 0;
+  return AnswerParamRequest(*_config, ParamOf(request), kFraming).error == 0;
 }
 
 bool NetworkTCPConnection::ProcessGetStreamRequest(const XCONFIGMGR_REQUEST_T& request) {
@@ -343,7 +333,7 @@ bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& r
   FlushBeforeSet();
   const auto param = ParamOf(request, bytes.data(), static_cast<uint32_t>(bytes.size()));
   if (_config != nullptr && !bytes.empty() &&
-      qel::config::AnswerParamRequest(*_config, param, kFraming).error == 0) {
+      AnswerParamRequest(*_config, param, kFraming).error == 0) {
     return true;
   }
   XCONFIGMGR_RESPONSE_T response = ParamResponseTo(request, XCFG_SET_STREAM_PARAM_RESPONSE);
@@ -354,17 +344,9 @@ bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& r
 
 // False when the value did not come. One that is too long is dropped, and `bytes` stays empty.
 bool NetworkTCPConnection::ReceiveStream(uint32_t length, std::vector<char>& bytes) {
-  if (length > qel::config::limits::kStreamPayload) return _reader->Skip(length) == Result::kWhole;
-  // Grow with what arrives, not with what the peer announces.
-  constexpr std::size_t kPiece = std::size_t{64} * 1024;
-  while (bytes.size() < length) {
-    const std::size_t before = bytes.size();
-    bytes.resize(std::min<std::size_t>(length, before + kPiece));
-    if (_reader->recv_exact(bytes.data() + before, bytes.size() - before) != Result::kWhole) {
-      return false;
-    }
-  }
-  return true;
+  if (length > limits::kStreamPayload) return _reader->Skip(length) == Result::kWhole;
+  std::size_t done = 0;
+  return _reader->ReadStream(bytes, length, done, kForever) == Result::kWhole;
 }
 
 bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& request) {
@@ -374,15 +356,15 @@ bool NetworkTCPConnection::SendStreamResponse(const XCONFIGMGR_REQUEST_T& reques
     Report("NetworkTCPConnection::SendStreamResponse - Invalid msgtype");
     return false;
   }
-  XCONFIGMGR_RESPONSE_T response = ParamResponseTo(
-      request, isEvent ? request.msgtype : qel::config::AnswerType(request.msgtype));
-  qel::config::ParamAnswer answer;
+  XCONFIGMGR_RESPONSE_T response =
+      ParamResponseTo(request, isEvent ? request.msgtype : AnswerType(request.msgtype));
+  ParamAnswer answer;
   if (_config == nullptr) {
     response.error = eMessageError_NotConnected;
   } else {
-    qel::config::ParamRequest read = ParamOf(request);
+    ParamRequest read = ParamOf(request);
     read.type = XCFG_GET_STREAM_PARAM_REQUEST;
-    answer = qel::config::AnswerParamRequest(*_config, read, kFraming);
+    answer = AnswerParamRequest(*_config, read, kFraming);
     response.error = answer.error;
     if (answer.error != 0) Report("SendStreamResponse: Invalid serializable value\n");
   }
@@ -431,13 +413,10 @@ bool NetworkTCPConnection::PutEvent(const void* record, std::size_t length) {
 // What every event of the store says. REQUIRES: _lock is held, and there is a store.
 template <typename Record>
 Record NetworkTCPConnection::MakeEvent(uint32_t type, eParam_t param) const {
-  Record event = {};
-  event.msgtype = type;
+  auto event =
+      access::MakeEvent<Record>(type, static_cast<uint32_t>(_config->GetConfigID()), param);
   event.connectionID = _connectionID;
   event.requestID = 0xFFFFFFFF;
-  event.configID = static_cast<uint32_t>(_config->GetConfigID());
-  event.result = kResultWord;
-  event.paramID = param;
   return event;
 }
 
@@ -447,7 +426,6 @@ void NetworkTCPConnection::ParamChanged(eParam_t param, unsigned int value, time
   if (!_registered || _config == nullptr) return;
   auto event = MakeEvent<XCONFIGMGR_RESPONSE_T>(XCFG_PARAM_CHANGED_EVENT, param);
   event.value = value;
-  event.streamFormat = eSerializationFormat_Network;
   if (PutEvent(&event, sizeof event)) return;
   ReportErrno("NetworkTCPConnection::ParamChanged - unable to send event to socket");
 }

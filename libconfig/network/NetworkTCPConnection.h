@@ -30,6 +30,7 @@ namespace qel::vorlane::config::access {
 
 class Outbox;
 class StreamReader;
+union NetworkRequest;
 
 class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
  public:
@@ -79,17 +80,18 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   std::shared_ptr<NetworkPeer> GetPeer() override;
 
  private:
-  union Request;
   template <typename Record>
   struct Handler {
     uint32_t type;
     bool (NetworkTCPConnection::*process)(const Record&);
   };
 
-  bool ReceiveRequest(Request& request);
-  void Process(Request& request);
+  bool ReceiveRequest(NetworkRequest& request);
+  void Process(NetworkRequest& request);
   bool ReceiveStream(uint32_t length, std::vector<char>& bytes);
   void FlushBeforeSet();
+  template <typename Response>
+  bool Answer(const Response& response, const char* failure);
   template <typename Response>
   bool SendError(const Response& response);
   template <typename Record>

@@ -19,39 +19,22 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::Report;
-using qel::config::ReportErrno;
-
-union NetworkUDPConnection::Request {
-  uint32_t msgtype;
-  XCONFIGMGR_CONNECTION_REQUEST_T connection;
-  XCONFIGMGR_REQUEST_T param;
-};
+using namespace qel::config;
 
 namespace {
 
 constexpr int kSendBuffer = 786432;
 
-constexpr qel::config::ParamFraming kFraming = {
-    eSerializationFormat_Network, false, sizeof(XCONFIGMGR_RESPONSE_T),
-    qel::config::limits::kDatagram, eMessageError_NoValue};
+constexpr ParamFraming kFraming = {eSerializationFormat_Network, false,
+                                   sizeof(XCONFIGMGR_RESPONSE_T), limits::kDatagram,
+                                   eMessageError_NoValue};
 
 // Null for what is no request, or not served: a listener joins the multicast group instead.
-const qel::config::RecordType* FindRequest(uint32_t type) {
-  const auto* const record = qel::config::IsRequest(type) ? FindNetworkRecord(type) : nullptr;
+const RecordType* FindRequest(uint32_t type) {
+  const auto* const record = FindNetworkRequest(type);
   const bool isListener =
       record != nullptr && record->size == sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T);
   return isListener ? nullptr : record;
-}
-
-XCONFIGMGR_RESPONSE_T Event(uint32_t type, unsigned int configID, eParam_t param) {
-  XCONFIGMGR_RESPONSE_T event = {};
-  event.msgtype = type;
-  event.configID = configID;
-  event.result = kResultWord;
-  event.paramID = param;
-  event.streamFormat = eSerializationFormat_Network;
-  return event;
 }
 
 std::unique_ptr<Socket> OpenMulticastSocket() {
@@ -79,8 +62,8 @@ class NetworkUDPConnection::StoreUse {
     if (found != connection._instances.end()) {
       found->second.lastUse = std::chrono::steady_clock::now();
       _borrowed = found->second.store == nullptr;
-      _store = _borrowed ? qel::config::ConnectLivingStore(static_cast<eConfigID_t>(configID))
-                         : found->second.store;
+      _store =
+          _borrowed ? ConnectLivingStore(static_cast<eConfigID_t>(configID)) : found->second.store;
       if (_store == nullptr) connection._instances.erase(found);
     }
     if (_store == nullptr) {
@@ -89,7 +72,7 @@ class NetworkUDPConnection::StoreUse {
     }
   }
   ~StoreUse() {
-    if (_borrowed) qel::config::DisconnectStore(_store);
+    if (_borrowed) DisconnectStore(_store);
   }
   StoreUse(const StoreUse&) = delete;
   StoreUse& operator=(const StoreUse&) = delete;
@@ -110,17 +93,17 @@ NetworkUDPConnection::NetworkUDPConnection(Socket* serverSocket)
 }
 
 NetworkUDPConnection::~NetworkUDPConnection() {
-  for (auto& entry : _instances) qel::config::DisconnectStore(entry.second.store);
+  for (auto& entry : _instances) DisconnectStore(entry.second.store);
 }
 
 void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& from) {
   const Working working(this);
   const auto received = static_cast<std::size_t>(length < 0 ? 0 : length);
-  Request request = {};
+  NetworkRequest request = {};
   std::size_t size = sizeof request.msgtype;
   if (received >= size) {
     std::memcpy(&request.msgtype, data, sizeof request.msgtype);
-    const qel::config::RecordType* const record = FindRequest(request.msgtype);
+    const RecordType* const record = FindRequest(request.msgtype);
     if (record == nullptr) {
       Report(
           "NetworkUDPConnection::ProcessDatagramMessages - Unknown message type \"%s\" (0x%X )\n",
@@ -169,19 +152,18 @@ void NetworkUDPConnection::MakeRoom() {
   const auto victim = std::min_element(
       _instances.begin(), _instances.end(),
       [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
-  qel::config::DisconnectStore(victim->second.store);
+  DisconnectStore(victim->second.store);
   _instances.erase(victim);
 }
 
 bool NetworkUDPConnection::AddUser(uint32_t configID) {
-  if (_instances.count(configID) == 0 &&
-      _instances.size() >= qel::config::limits::kUdpConfigurations) {
+  if (_instances.count(configID) == 0 && _instances.size() >= limits::kUdpConfigurations) {
     MakeRoom();
   }
   Instance& instance = _instances[configID];
   instance.lastUse = std::chrono::steady_clock::now();
   if (instance.store == nullptr) {
-    instance.store = qel::config::ConnectStore(static_cast<eConfigID_t>(configID));
+    instance.store = ConnectStore(static_cast<eConfigID_t>(configID));
   }
   if (instance.store == nullptr) {
     _instances.erase(configID);
@@ -190,7 +172,7 @@ bool NetworkUDPConnection::AddUser(uint32_t configID) {
   std::vector<User>& users = instance.users;
   const User user = CurrentUser();
   if (std::find(users.begin(), users.end(), user) != users.end()) return true;
-  if (users.size() >= qel::config::limits::kUdpUsers) {
+  if (users.size() >= limits::kUdpUsers) {
     users.erase(users.begin());
     instance.hasForgotten = true;
   }
@@ -229,7 +211,7 @@ void NetworkUDPConnection::ProcessDisconnectRequest(
             "ConfigID %d\n",
             static_cast<int>(request.configID));
       }
-      qel::config::DisconnectStore(instance.store);
+      DisconnectStore(instance.store);
       instance.store = nullptr;
       if (lastUse) _instances.erase(found);
     }
@@ -247,14 +229,12 @@ void NetworkUDPConnection::ProcessParamRequest(const XCONFIGMGR_REQUEST_T& reque
   Config* const store = use.Get();
   if (store == nullptr) return;
   const auto param = static_cast<eParam_t>(request.paramID);
-  qel::config::ParamAnswer answer = qel::config::AnswerParamRequest(
-      *store, {request.msgtype, param, request.value, nullptr, 0}, kFraming);
+  ParamAnswer answer =
+      AnswerParamRequest(*store, {request.msgtype, param, request.value, nullptr, 0}, kFraming);
   const bool getsStream = request.msgtype == XCFG_GET_STREAM_PARAM_REQUEST;
   // The type of a value's answer is the request's own; clients have always been answered so.
-  auto response = ResponseTo<XCONFIGMGR_RESPONSE_T>(
-      request, getsStream ? request.msgtype : qel::config::AnswerType(request.msgtype),
-      kResultWord);
-  response.paramID = request.paramID;
+  auto response = ParamResponseTo(
+      request, getsStream ? request.msgtype : AnswerType(request.msgtype), kResultWord);
   response.value = answer.value;
   // A number that cannot be read is 0.
   if (request.msgtype != XCFG_GET_PARAM_REQUEST) response.error = answer.error;
@@ -279,7 +259,7 @@ bool NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* 
   }
   const StoreUse store(*this, configID);
   if (store.Get() == nullptr) return false;
-  const qel::config::ParamAnswer answer = qel::config::AnswerParamRequest(
+  const ParamAnswer answer = AnswerParamRequest(
       *store.Get(), {XCFG_SET_STREAM_PARAM_REQUEST, eParamID_None, 0, data, length}, kFraming);
   if (answer.error != 0) return false;
   ParamChanged(answer.param, configID, data, length);
@@ -292,39 +272,35 @@ bool NetworkUDPConnection::SendTo(const void* record, std::size_t length) {
              0;
 }
 
-void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, unsigned int value) {
+void NetworkUDPConnection::Multicast(void* event, std::size_t length) {
   if (_multicastSocket == nullptr) return;
-  XCONFIGMGR_RESPONSE_T event = Event(XCFG_PARAM_CHANGED_EVENT, configID, param);
-  event.requestID = _sequence++;
-  event.value = value;
-  if (!_multicastSocket->sendto(&event, sizeof event, _multicastAddress)) {
+  if (!_multicastSocket->sendto(event, static_cast<unsigned>(length), _multicastAddress)) {
     ReportErrno("NetworkUDPConnection::ParamChanged");
   }
 }
 
+void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, unsigned int value) {
+  auto event = MakeEvent<XCONFIGMGR_RESPONSE_T>(XCFG_PARAM_CHANGED_EVENT, configID, param);
+  event.requestID = _sequence++;
+  event.value = value;
+  Multicast(&event, sizeof event);
+}
+
 void NetworkUDPConnection::ParamChanged(eParam_t param, unsigned int configID, char* data,
                                         unsigned int length) {
-  if (_multicastSocket == nullptr) return;
-  XCONFIGMGR_RESPONSE_T event = Event(XCFG_PARAM_STREAM_CHANGED_EVENT, configID, param);
-  event.streamLength = length;
-  std::vector<char> datagram(sizeof event + length);
-  std::memcpy(datagram.data(), &event, sizeof event);
-  std::memcpy(datagram.data() + sizeof event, data, length);
-  if (!_multicastSocket->sendto(datagram.data(), static_cast<unsigned>(datagram.size()),
-                                _multicastAddress)) {
-    ReportErrno("NetworkUDPConnection::ParamChanged");
-  }
+  auto event = MakeEvent<XCONFIGMGR_RESPONSE_T>(XCFG_PARAM_STREAM_CHANGED_EVENT, configID, param);
+  std::vector<char> datagram(sizeof event);
+  datagram.insert(datagram.end(), data, data + length);
+  PutAhead(event, datagram);
+  Multicast(datagram.data(), datagram.size());
 }
 
 std::string NetworkUDPConnection::GetPeerName() { return NetworkConnection::GetPeerName(); }
 
 std::shared_ptr<NetworkPeer> NetworkUDPConnection::GetPeer() {
   if (_named == nullptr || _namedUser != CurrentUser()) {
-    char address[INET_ADDRSTRLEN] = "";
-    ::inet_ntop(AF_INET, &_peer.sin_addr, address, sizeof address);
     _namedUser = CurrentUser();
-    _named = std::make_shared<NetworkPeer>(
-        _connectionID, std::string(address) + ":" + std::to_string(ntohs(_peer.sin_port)));
+    _named = std::make_shared<NetworkPeer>(_connectionID, Socket::NameAddress(_peer));
   }
   return _named;
 }

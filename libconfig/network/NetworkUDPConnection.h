@@ -55,7 +55,6 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   std::shared_ptr<NetworkPeer> GetPeer() override;
 
  private:
-  union Request;
   class StoreUse;
 
   // Address, port and identifier.
@@ -77,6 +76,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   void MakeRoom();
   User CurrentUser() const;
   bool SendTo(const void* record, std::size_t length);
+  void Multicast(void* event, std::size_t length);
 
   std::unique_ptr<Socket> _multicastSocket;
   sockaddr_in _multicastAddress = {};
