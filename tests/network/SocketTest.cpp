@@ -121,28 +121,6 @@ TEST(Socket, SendsAllOrTellsHowMuch) {
   EXPECT_EQ(0, pair.socket.sendall(bytes.data(), &length));
 }
 
-TEST(Socket, WakesWhoeverIsInsideACallWhenItIsClosed) {
-  Connection pair;
-  Socket listening(AF_INET, SOCK_STREAM);
-  ASSERT_TRUE(listening.create() && listening.bind("127.0.0.1", 0) && listening.listen());
-  std::atomic<int> inside{0};
-  std::thread closer([&] {
-    EXPECT_TRUE(Eventually([&] { return inside == 3; }));
-    pair.socket.close();
-    listening.close();
-  });
-  OnThreads(3, [&](int call) {
-    ++inside;
-    char byte;
-    Socket peer(AF_INET, SOCK_STREAM);
-    const int result = call == 0   ? pair.socket.recv(&byte, 1)
-                       : call == 1 ? listening.accept(&peer)
-                                   : pair.socket.wait_readable(60000) - 1;
-    EXPECT_LE(result, 0);
-  });
-  closer.join();
-}
-
 TEST(Socket, KeepsItsNumberUntilNobodyIsInsideACall) {
   // Closing and reopening while others are inside must never hand them somebody else's socket.
   for (int round = 0; round < 200; ++round) {

@@ -113,26 +113,6 @@ TEST(UdpClient, NeverTakesALateAnswerForTheNext) {
                                              std::to_string(::getpid()) + ")\n"));
 }
 
-TEST(UdpClient, HearsWhatIsChangedOverUdp) {
-  TestServer server(SOCK_DGRAM);
-  const auto client = Connect(server.GetURI() + Own(3));
-  const auto other = Connect(server.GetURI() + Own(4));
-  const auto ears = Connect(kListen + Own(3));
-  RecordingListener listener;
-  ASSERT_EQ(1, ears->AddConfigEventListener(&listener));
-  for (unsigned i = 0; i < 100; ++i) {
-    other->Set(eParamID_MediaUpdated, 1000 + i);
-    client->Set(eParamID_MediaUpdated, i);
-  }
-  client->Set(eParamID_SysName, std::string("Edit 7"));
-  EXPECT_TRUE(listener.WaitFor(eParamID_MediaUpdated, "99"));
-  EXPECT_TRUE(listener.WaitFor(eParamID_SysName, "Edit 7"));
-  EXPECT_EQ(100U, listener.GetValues(eParamID_MediaUpdated).size());
-  EXPECT_EQ(0U, ears->GetMissedEvents());
-  EXPECT_EQ(1, ears->RemoveConfigEventListener(&listener));
-  EXPECT_EQ(0, ears->AddConfigEventListener(&listener));
-}
-
 TEST(UdpClient, CountsTheEventsThatItMissed) {
   const auto ears = Connect(kListen + Own(5));
   const uint32_t config = ConfigOf(*ears);

@@ -4,9 +4,6 @@
 #include <numeric>
 #include <string>
 
-#include "libconfig/access/Config.h"
-#include "libconfig/access/ConfigFactoryImpl.h"
-#include "libconfig/manager/ConfigManager.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
 #include "tests/testing/Names.h"
@@ -31,10 +28,6 @@ Bytes Request(uint32_t type, uint32_t config, uint32_t param, uint32_t value = 0
 
 // Configuration numbers of this process, as all processes of a device hear each other's multicasts.
 uint32_t Own(uint32_t number) { return static_cast<uint32_t>(::getpid()) % 100000 * 100 + number; }
-
-Config* ConnectTo(uint32_t config) {
-  return ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(config));
-}
 
 class UdpServer : public testing::Test {
  protected:
@@ -122,11 +115,10 @@ TEST_F(UdpServer, DropsWhatIsNoWholeRequest) {
                                 "message type \"N/A\" (0xFFFFFFFF )\n"));
   EXPECT_THAT(report, HasSubstr("NetworkUDPConnection::ProcessSetStreamMessage - invalid "
                                 "streamLength\n"));
-  Config* const store = ConnectTo(config);
+  Store store(config);
   std::string name;
   EXPECT_EQ(1, store->Get(eParamID_SysName, name));
   EXPECT_EQ("Vantor Rack", name);
-  ConfigFactoryImpl::GetInstance()->Disconnect(store);
 }
 
 TEST_F(UdpServer, HoldsAStoreUntilTheLastOfItsPeersLeaves) {
@@ -188,7 +180,7 @@ TEST_F(UdpServer, RefusesNobodyForWantOfRoom) {
 TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {
   const uint32_t config = Own(9);
   Connect(config);
-  Config* const store = ConnectTo(config);
+  Store store(config);
   const auto ask = [&](std::size_t length) {
     store->Set(eParamID_SysName, std::string(length, 'x'));
     _peer.Send(Request(112, config, eParamID_SysName));
@@ -200,7 +192,6 @@ TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {
   ASSERT_EQ(11U, answer.size());
   EXPECT_EQ(60U, answer[7]);
   EXPECT_EQ(0U, answer[9]);
-  ConfigFactoryImpl::GetInstance()->Disconnect(store);
 }
 
 TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
@@ -227,7 +218,7 @@ TEST_F(UdpServer, MulticastsWhatIsChangedThroughIt) {
              Bytes{'m', 'o', 'r', 'e'});
   const Bytes event = group.ReceiveEvent(config);
   ASSERT_LE(44U, event.size());
-  EXPECT_THAT(ToWords(event), ElementsAre(145U, 0U, 0U, config, 0U, 4096U,
-                                          uint32_t(eParamID_SysName), 0U, 0U, size, 3072U));
+  EXPECT_THAT(ToWords(event, 11), ElementsAre(145U, 0U, 0U, config, 0U, 4096U,
+                                              uint32_t(eParamID_SysName), 0U, 0U, size, 3072U));
   EXPECT_EQ(text, Bytes(event.begin() + 44, event.end()));
 }

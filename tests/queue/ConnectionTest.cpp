@@ -38,11 +38,10 @@ TEST_F(QueueConnection, HasAQueueOfItsOwnUntilItIsGivenBack) {
 }
 
 TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
-  std::function<void(QueueWords&)> spoil;
-  FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
-    if (words[0] != 16) return true;
-    QueueWords answer = Response{}.To(words);
+  std::function<void(WordList&)> spoil;
+  FakeDaemon daemon([&](const WordList& request, TestQueue& queue) {
+    if (request[0] != 16) return true;
+    WordList answer = Response{}.To(request);
     spoil(answer);
     return answer.empty() || queue.Send(answer);
   });
@@ -51,23 +50,23 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
     return "PosixMQFactory::Connect - failed to confirm connection " + ResponseName(number) +
            " with server\n";
   };
-  spoil = [](QueueWords& words) { words[5] = 12; };
+  spoil = [](WordList& words) { words[5] = 12; };
   EXPECT_EQ("PosixMQFactory::ConfirmConnection: server responded with error 12\n" + lastLine(0),
             FailToConnect(factory));
   EXPECT_FALSE(TestQueue::Existing(ResponseName(0)).IsOpen());
-  spoil = [](QueueWords& words) { words[0] = 33; };
+  spoil = [](WordList& words) { words[0] = 33; };
   EXPECT_EQ("PosixMQFactory::ConfirmConnection: unexpected msgtype == 33\n" + lastLine(1),
             FailToConnect(factory));
-  spoil = [](QueueWords& words) { words[2] = 9; };
+  spoil = [](WordList& words) { words[2] = 9; };
   EXPECT_EQ(
       "IsValidResponse - request.requestID (2) != response.requestID (9)\n"
       "PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" +
           lastLine(2),
       FailToConnect(factory));
-  spoil = [](QueueWords& words) { words.resize(6); };
+  spoil = [](WordList& words) { words.resize(6); };
   EXPECT_EQ("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" + lastLine(3),
             FailToConnect(factory));
-  spoil = [](QueueWords& words) { words.clear(); };
+  spoil = [](WordList& words) { words.clear(); };
   factory.SetPatience(std::chrono::milliseconds(20));
   char identifier[16];
   std::snprintf(identifier, sizeof identifier, "%X", FakeDaemon::FirstConnection() + 4);
@@ -84,10 +83,10 @@ TEST_F(QueueConnection, LeavesNoDescriptorsToHandshakesThatFailed) {
     ::close(fd);
     return fd;
   };
-  FakeDaemon daemon([&](const std::string& request, TestQueue& queue) {
+  FakeDaemon daemon([&](const WordList& request, TestQueue& queue) {
     Response refusal;
     refusal.result = 1;
-    return queue.Send(refusal.To(TestQueue::ToWords(request)));
+    return queue.Send(refusal.To(request));
   });
   PosixMQFactory factory(TestQueueName());
   FailToConnect(factory);

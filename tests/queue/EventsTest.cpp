@@ -22,7 +22,7 @@ class QueueEvents : public QueueTest {
     CreateDescriptors();
   }
 
-  static QueueWords Event(uint32_t value, uint32_t connection = FakeDaemon::FirstConnection()) {
+  static WordList Event(uint32_t value, uint32_t connection = FakeDaemon::FirstConnection()) {
     Response event;
     event.param = eParamID_MediaUpdated;
     event.seconds = 1700000000;
@@ -30,43 +30,16 @@ class QueueEvents : public QueueTest {
     return event.Event(144, connection);
   }
 
-  bool Send(const QueueWords& words, const std::string& stream = {}) {
+  bool Send(const WordList& words, const Bytes& stream = {}) {
     return FakeDaemon::ResponseQueue(FakeDaemon::FirstConnection())->Send(words, stream);
   }
 };
 
-TEST_F(QueueEvents, AreAskedForOnceAndUntilTheLastListenerLeaves) {
-  std::mutex mutex;
-  std::vector<QueueWords> requests;
-  Connect([&](const std::string& request, TestQueue&) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    requests.push_back(TestQueue::ToWords(request));
-    return false;
-  });
-  RecordingListener listener;
-  EXPECT_EQ(0, _client->AddConfigEventListener(eParamID_MediaUpdated, &listener));
-  EXPECT_EQ(1, _client->AddConfigEventListener(&listener));
-  EXPECT_EQ(1, _client->AddConfigEventListener(&listener));
-  ASSERT_TRUE(Send(Event(1)));
-  EXPECT_TRUE(Eventually([&] { return listener.GetHeard().size() == 2; })) << "twice";
-  EXPECT_EQ(1, _client->RemoveConfigEventListener(&listener));
-  EXPECT_EQ(1, _client->RemoveConfigEventListener(&listener));
-  EXPECT_EQ(1, _client->RemoveConfigEventListener(&listener)) << "asks again";
-  GiveBack();
-  const uint32_t id = FakeDaemon::FirstConnection();
-  const std::lock_guard<std::mutex> lock(mutex);
-  ASSERT_EQ(5U, requests.size());
-  EXPECT_EQ((QueueWords{48, id, 1, 0, 0, 0}), requests[1]);
-  EXPECT_EQ((QueueWords{49, id, 2, 0, 0, 0}), requests[2]);
-  EXPECT_EQ((QueueWords{49, id, 3, 0, 0, 0}), requests[3]);
-}
-
 TEST_F(QueueEvents, AreNotOnWhenTheDaemonRefuses) {
-  Connect([](const std::string& request, TestQueue& queue) {
+  ConnectTo(48, [](const WordList& request, TestQueue& queue) {
     Response refusal;
     refusal.result = 5;
-    const QueueWords words = TestQueue::ToWords(request);
-    return words[0] == 48 && queue.Send(refusal.To(words));
+    queue.Send(refusal.To(request));
   });
   RecordingListener listener;
   CaptureStderr();
@@ -77,12 +50,10 @@ TEST_F(QueueEvents, AreNotOnWhenTheDaemonRefuses) {
 
 // A notification only comes for a queue that was empty.
 TEST_F(QueueEvents, ThatComeAheadOfTheirNotificationAreHeard) {
-  Connect([](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
-    if (words[0] != 48) return false;
+  ConnectTo(48, [](const WordList& request, TestQueue& queue) {
     queue.Send(Event(1));
-    queue.Send(Response{}.To(words));
-    return queue.Send(Event(2));
+    queue.Send(Response{}.To(request));
+    queue.Send(Event(2));
   });
   RecordingListener listener;
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
@@ -92,11 +63,10 @@ TEST_F(QueueEvents, ThatComeAheadOfTheirNotificationAreHeard) {
 
 TEST_F(QueueEvents, AndAnswersNeverTakeEachOthersPlace) {
   constexpr uint32_t kEvents = 10000;
-  Connect([](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
+  ConnectTo(80, [](const WordList& request, TestQueue& queue) {
     Response response;
-    response.value = words[2];
-    return words[0] == 80 && queue.Send(response.To(words));
+    response.value = request[2];
+    queue.Send(response.To(request));
   });
   RecordingListener listener;
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
@@ -122,8 +92,7 @@ TEST_F(QueueEvents, OfOthersAndDamagedOnesAreLeftOut) {
   ASSERT_EQ(1, _client->AddConfigEventListener(&listener));
   Response text;
   text.param = eParamID_SysName;
-  const auto bytes = StringValueBytes(eParamID_SysName, "Edit 7");
-  const std::string stream(bytes.begin(), bytes.end());
+  const Bytes stream = StringValueBytes(eParamID_SysName, "Edit 7");
   const uint32_t id = FakeDaemon::FirstConnection();
   CaptureStderr();
   Send(Event(9, id + 1));
@@ -210,12 +179,10 @@ TEST_F(QueueEvents, AreHeardWithEverySignalBlocked) {
 
 TEST_F(QueueEvents, CanBeWaitedFor) {
   std::atomic<int> registrations{0};
-  Connect([&](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
-    if (words[0] != 48) return false;
+  ConnectTo(48, [&](const WordList& request, TestQueue& queue) {
     ++registrations;
-    queue.Send(Response{}.To(words));
-    return queue.Send(Event(1));
+    queue.Send(Response{}.To(request));
+    queue.Send(Event(1));
   });
   ConfigEvent event;
   event.type = eParamType_Unknown;
@@ -242,11 +209,9 @@ TEST_F(QueueEvents, CanBeWaitedFor) {
 }
 
 TEST_F(QueueEvents, AreHeardAfterOneWhoWaitedForThemWasCancelled) {
-  Connect([](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
-    if (words[0] != 48) return false;
+  ConnectTo(48, [](const WordList& request, TestQueue& queue) {
     queue.Send(Event(1));
-    return queue.Send(Response{}.To(words));
+    queue.Send(Response{}.To(request));
   });
   std::thread waiter([this] {
     ConfigEvent event;

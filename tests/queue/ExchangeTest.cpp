@@ -22,26 +22,11 @@ namespace {
 constexpr uint32_t kIPConfig = 0x32010000;
 const std::string kText = "Edit 7";
 
-std::string ValueBytes(const std::string& text) {
-  const auto bytes = StringValueBytes(eParamID_SysName, text);
-  return {bytes.begin(), bytes.end()};
-}
-
 class QueueExchange : public QueueTest {
  protected:
   void SetUp() override {
     QueueTest::SetUp();
     CreateDescriptors();
-  }
-
-  // Connects to a daemon that answers the requests of one type with what `make` makes of them.
-  void ConnectTo(uint32_t type, std::function<void(const QueueWords&, TestQueue&)> answer) {
-    Connect([type, answer](const std::string& request, TestQueue& queue) {
-      const QueueWords words = TestQueue::ToWords(request);
-      if (words[0] != type) return false;
-      answer(words, queue);
-      return true;
-    });
   }
 
   template <typename Call>
@@ -58,13 +43,12 @@ TEST_F(QueueExchange, SpeaksTheRecordsOfItsProtocol) {
           .GetExchange("queue");
   std::atomic<std::size_t> next{0};
   Connect(
-      [&](const std::string& request, TestQueue& queue) {
+      [&](const WordList&, TestQueue& queue) {
         if (next == messages.size()) return false;
-        EXPECT_EQ(messages[next].ToHex(), Hex({request.begin(), request.end()}));
+        EXPECT_EQ(messages[next].ToHex(), Hex(_daemon->GetRequest()));
         const uint32_t type = messages[next].fields[0].second;
         for (++next; next < messages.size() && !messages[next].fromClient; ++next) {
-          const Bytes answer = messages[next].ToBytes();
-          if (type >= 48) queue.Send(answer.data(), answer.size());
+          if (type >= 48) queue.SendBytes(messages[next].ToBytes());
         }
         return type >= 48;
       },
@@ -89,7 +73,7 @@ TEST_F(QueueExchange, ReturnsWhatTheDaemonSays) {
   response.seconds = 1700000000;
   response.microseconds = 42;
   response.value = 7;
-  ConnectTo(80, [&](const QueueWords& words, TestQueue& queue) { queue.Send(response.To(words)); });
+  ConnectTo(80, [&](const WordList& words, TestQueue& queue) { queue.Send(response.To(words)); });
   EXPECT_EQ(0, _client->GetLastConfigUpdate().tv_sec);
   unsigned int value = 0;
   EXPECT_EQ(7, _client->Get(eParamID_IPConfig, value)) << "the value, not whether there is one";
@@ -100,13 +84,12 @@ TEST_F(QueueExchange, ReturnsWhatTheDaemonSays) {
 }
 
 TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
-  QueueWords answer;
-  std::string stream;
-  std::function<void(QueueWords&)> spoil;
-  Connect([&](const std::string& request, TestQueue& queue) {
-    const QueueWords words = TestQueue::ToWords(request);
-    if (words[0] < 80) return false;
-    answer = Response{}.To(words);
+  WordList answer;
+  Bytes stream;
+  std::function<void(WordList&)> spoil;
+  Connect([&](const WordList& request, TestQueue& queue) {
+    if (request[0] < 80) return false;
+    answer = Response{}.To(request);
     spoil(answer);
     return queue.Send(answer, stream);
   });
@@ -119,35 +102,35 @@ TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
   const std::string noMatch =
       "PosixMQClient::Get(): response message did not match response message info\n";
 
-  spoil = [](QueueWords& words) { words[1] = 0x00070003; };
+  spoil = [](WordList& words) { words[1] = 0x00070003; };
   EXPECT_EQ("IsValidResponse - request.connectionID (" + name +
                 ") != response.connectionID (/mqd_7_3)\n" + noMatch,
             Complaint(get));
-  spoil = [](QueueWords& words) { words[3] = 5; };
+  spoil = [](WordList& words) { words[3] = 5; };
   EXPECT_EQ(
       "IsValidResponse - request.configID (0) != response.configID (5)\n"
       "PosixMQClient::Set - invalid response for the given request\n",
       Complaint(set));
-  spoil = [](QueueWords& words) { words[2] += 1000; };
+  spoil = [](WordList& words) { words[2] += 1000; };
   EXPECT_THAT(Complaint(setText), HasSubstr("PosixMQClient::Get - response does not match"));
-  spoil = [](QueueWords& words) { words[0] = 98; };
+  spoil = [](WordList& words) { words[0] = 98; };
   EXPECT_EQ(noMatch, Complaint(get));
-  spoil = [](QueueWords& words) { words.resize(9); };
+  spoil = [](WordList& words) { words.resize(9); };
   EXPECT_EQ(noMatch, Complaint(get)) << "a cut one";
-  spoil = [](QueueWords& words) { words[9] = 1; };
+  spoil = [](WordList& words) { words[9] = 1; };
   EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n", Complaint(get));
   EXPECT_EQ("PosixMQClient::Get - response error != 0\n", Complaint(getText));
   EXPECT_EQ("", Complaint(set));
-  spoil = [](QueueWords&) {};
+  spoil = [](WordList&) {};
   EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText));
-  stream = ValueBytes(kText);
-  spoil = [](QueueWords& words) { words[11] = 24; };
+  stream = StringValueBytes(eParamID_SysName, kText);
+  spoil = [](WordList& words) { words[11] = 24; };
   EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText))
       << "longer than the message";
-  spoil = [](QueueWords& words) { words[11] = 22; };
+  spoil = [](WordList& words) { words[11] = 22; };
   EXPECT_EQ("", Complaint(getText)) << "a text without its end";
   EXPECT_EQ("as it was", text);
-  spoil = [](QueueWords&) {};
+  spoil = [](WordList&) {};
   stream.clear();
   EXPECT_EQ(1, _client->Set(eParamID_IPConfig, 1U)) << "the next one is none the worse";
   GiveBack();
@@ -155,8 +138,8 @@ TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
 
 TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
   _patience = milliseconds(500);
-  QueueWords kept;
-  ConnectTo(80, [&](const QueueWords& words, TestQueue& queue) {
+  WordList kept;
+  ConnectTo(80, [&](const WordList& words, TestQueue& queue) {
     if (words[5] == kIPConfig) {
       kept = words;  // answered with the next one
       return;
@@ -179,7 +162,7 @@ TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
 TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
   std::atomic<int> asked{0};
   std::atomic<int> ended{0};
-  ConnectTo(80, [&](const QueueWords&, TestQueue&) { ++asked; });
+  ConnectTo(80, [&](const WordList&, TestQueue&) { ++asked; });
   std::thread slow([&] {
     EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
     ++ended;
@@ -193,7 +176,7 @@ TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
               EXPECT_EQ(0, hasty->Get(eParamID_SysName, text));
             }));
   EXPECT_EQ(0, ended) << "it waited for the other one";
-  const QueueWords answer = Response{}.To({80, FakeDaemon::FirstConnection(), 1, 0});
+  const WordList answer = Response{}.To({80, FakeDaemon::FirstConnection(), 1, 0});
   FakeDaemon::ResponseQueue(FakeDaemon::FirstConnection())->Send(answer);
   slow.join();
   EXPECT_EQ(1, asked);
@@ -221,7 +204,7 @@ TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
   Connect();
   // The daemon is gone, and nobody takes what is in its queue.
   _daemon.reset();
-  while (FakeDaemon::Requests().Waiting() < 128) ASSERT_TRUE(FakeDaemon::Requests().Send("", 0));
+  while (FakeDaemon::Requests().Waiting() < 128) ASSERT_TRUE(FakeDaemon::Requests().SendBytes({}));
   EXPECT_EQ(
       "PosixMQClient::Set mq_send failed: Connection timed out\n"
       "PosixMQClient::Set - mq_send failed\n",

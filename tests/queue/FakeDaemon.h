@@ -21,7 +21,7 @@ class FakeDaemon {
  public:
   // Given the request and the queue to answer on. False when it leaves the answer to the fake,
   // which agrees to everything.
-  using Behaviour = std::function<bool(const std::string& request, TestQueue& response)>;
+  using Behaviour = std::function<bool(const WordList& request, TestQueue& response)>;
 
   explicit FakeDaemon(Behaviour behaviour = {})
       : _requests(Requests()), _behaviour(std::move(behaviour)) {
@@ -29,7 +29,7 @@ class FakeDaemon {
     _thread = std::thread([this] { Run(); });
   }
   ~FakeDaemon() {
-    _requests.Send("", 0);
+    _requests.SendBytes({});
     _thread.join();
   }
   FakeDaemon(const FakeDaemon&) = delete;
@@ -56,19 +56,21 @@ class FakeDaemon {
     const std::lock_guard<std::mutex> lock(QueuesMutex());
     Queues().clear();
   }
+  // All of the request that the behaviour is given.
+  const Bytes& GetRequest() const { return _request; }
   // Of the first connection of a factory of this process.
   static uint32_t FirstConnection() { return static_cast<uint32_t>(::getpid()) << 16; }
 
  private:
   void Run() {
     for (;;) {
-      const std::string request = _requests.Receive(-1);
-      if (request.empty()) return;
-      const QueueWords words = TestQueue::ToWords(request);
+      _request = _requests.Receive(-1);
+      if (_request.empty()) return;
+      const WordList words = ToWords(_request);
       // A new connection has a new queue, whatever its name.
       if (words[0] == 16) Forget(words[1]);
       const std::shared_ptr<TestQueue> response = ResponseQueue(words[1]);
-      const bool done = _behaviour && _behaviour(request, *response);
+      const bool done = _behaviour && _behaviour(words, *response);
       // One that is refused is not heard of again either.
       if (words[0] == 17 || (words[0] == 16 && done)) Forget(words[1]);
       if (!done) response->Send(Response{}.To(words));
@@ -89,6 +91,7 @@ class FakeDaemon {
   }
 
   TestQueue& _requests;
+  Bytes _request;
   const Behaviour _behaviour;
   std::thread _thread;
 };
@@ -122,6 +125,14 @@ class QueueTest : public testing::Test {
     _factory->SetPatience(_patience);
     _client = _factory->Connect(uri);
     ASSERT_NE(nullptr, _client);
+  }
+
+  // To a daemon that answers the requests of one type with `answer`.
+  void ConnectTo(uint32_t type, std::function<void(const WordList&, TestQueue&)> answer) {
+    Connect([type, answer](const WordList& request, TestQueue& queue) {
+      if (request[0] == type) answer(request, queue);
+      return request[0] == type;
+    });
   }
 
   // Ahead of what the daemon's behaviour refers to.

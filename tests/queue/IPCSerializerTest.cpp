@@ -2,9 +2,9 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
+#include <algorithm>
 #include <chrono>
 #include <climits>
-#include <cstring>
 #include <memory>
 #include <thread>
 
@@ -36,22 +36,20 @@ class IPCQueue : public testing::Test {
     return header;
   }
 
-  bool Send(long type, const std::string& text) {
-    std::string message(sizeof type + text.size(), '\0');
-    std::memcpy(message.data(), &type, sizeof type);
-    std::memcpy(message.data() + sizeof type, text.data(), text.size());
-    return ::msgsnd(_queue, message.data(), text.size(), IPC_NOWAIT) == 0;
+  struct Message {
+    long type;
+    char bytes[9000];
+  };
+  void Send(long type, const Bytes& bytes) {
+    Message message = {type, {}};
+    std::copy(bytes.begin(), bytes.end(), message.bytes);
+    EXPECT_EQ(0, ::msgsnd(_queue, &message, bytes.size(), IPC_NOWAIT));
   }
+  // In hexadecimal digits.
   std::string Receive(long type) {
-    std::string message(9000, '\0');
-    const ssize_t size =
-        ::msgrcv(_queue, message.data(), message.size() - sizeof type, type, IPC_NOWAIT);
-    return size < 0 ? "none" : message.substr(sizeof type, static_cast<std::size_t>(size));
-  }
-  template <typename... Word>
-  static std::string Words(Word... words) {
-    const uint32_t values[] = {static_cast<uint32_t>(words)...};
-    return {reinterpret_cast<const char*>(values), sizeof values};
+    Message message;
+    const ssize_t size = ::msgrcv(_queue, &message, sizeof message.bytes, type, IPC_NOWAIT);
+    return size < 0 ? "none" : Hex({message.bytes, message.bytes + size});
   }
   std::unique_ptr<Serializable> Read(long type, bool wait) {
     CONFIGMGR_STREAM_HEADER_T header = Header(type);
@@ -68,23 +66,8 @@ TEST_F(IPCQueue, CarriesAHeaderAndThenTheObject) {
   ASSERT_TRUE(_writer.Write(Header(7), &_value));
   long type = 7;
   for (const auto& message : Golden().GetExchange("systemv")) {
-    const std::string text = Receive(type++);
-    EXPECT_EQ(message.ToHex(), Hex({text.begin(), text.end()}));
+    EXPECT_EQ(message.ToHex(), Receive(type++));
   }
-}
-
-TEST_F(IPCQueue, BringsTheObjectBack) {
-  ASSERT_TRUE(_writer.Write(Header(7), &_value));
-  CONFIGMGR_STREAM_HEADER_T header = Header(7);
-  header.tag = 0;
-  const std::unique_ptr<Serializable> object(_reader.Read(header, false));
-  auto* const text = dynamic_cast<StringValue*>(object.get());
-  ASSERT_NE(nullptr, text);
-  std::string value;
-  text->Get(value);
-  EXPECT_EQ("Edit 7", value);
-  EXPECT_EQ(0x01020304U, header.tag);
-  EXPECT_EQ(nullptr, Read(7, false)) << "nothing is left";
 }
 
 TEST_F(IPCQueue, SendsNothingThatIsNothing) {
@@ -102,16 +85,16 @@ TEST_F(IPCQueue, SendsNothingThatIsNothing) {
 
 TEST_F(IPCQueue, ReadsNoDamagedMessages) {
   for (const uint32_t length : {0U, 7U, 1024U * 1024U + 1, 0xFFFFFFFFU}) {
-    Send(7, Words(0, 0, length, 0, 0, 0));
+    Send(7, Words({0, 0, length, 0, 0, 0}));
     EXPECT_EQ(nullptr, Read(7, true)) << length;
   }
-  Send(7, Words(0, 0, 31));
+  Send(7, Words({0, 0, 31}));
   EXPECT_EQ(nullptr, Read(7, true)) << "a cut header";
-  Send(7, Words(0, 0, 31, 0, 0, 0));
-  Send(8, Words(0, 0x01000000));
+  Send(7, Words({0, 0, 31, 0, 0, 0}));
+  Send(8, Words({0, 0x01000000}));
   EXPECT_EQ(nullptr, Read(7, true)) << "cut data";
-  Send(7, Words(0, 0, 31, 0, 0, 0));
-  Send(8, std::string(27, '\xFF'));
+  Send(7, Words({0, 0, 31, 0, 0, 0}));
+  Send(8, Bytes(27, '\xFF'));
   EXPECT_EQ(nullptr, Read(7, true)) << "no object";
 }
 
@@ -119,8 +102,15 @@ TEST_F(IPCQueue, WaitsForWhatIsOnItsWayAndNoLongerThanTheQueueIsThere) {
   const auto begin = steady_clock::now();
   EXPECT_EQ(nullptr, Read(7, false));
   std::thread sender([this] { EXPECT_TRUE(_writer.Write(Header(7), &_value)); });
-  EXPECT_NE(nullptr, Read(7, true));
+  CONFIGMGR_STREAM_HEADER_T header = {};
+  header.mtype = 7;
+  const std::unique_ptr<Serializable> object(_reader.Read(header, true));
   sender.join();
+  ASSERT_NE(nullptr, object);
+  EXPECT_EQ(0x01020304U, header.tag);
+  std::string text;
+  dynamic_cast<StringValue&>(*object).Get(text);
+  EXPECT_EQ("Edit 7", text);
   std::thread remover([this] { Remove(); });
   EXPECT_EQ(nullptr, Read(7, true));
   remover.join();
@@ -128,7 +118,7 @@ TEST_F(IPCQueue, WaitsForWhatIsOnItsWayAndNoLongerThanTheQueueIsThere) {
 }
 
 TEST_F(IPCQueue, IsGivenUpAfterTenSeconds) {
-  Send(7, Words(0, 0, 31, 0, 0, 0));
+  Send(7, Words({0, 0, 31, 0, 0, 0}));
   const auto begin = steady_clock::now();
   EXPECT_EQ(nullptr, Read(7, false)) << "the data are waited for in any case";
   EXPECT_GE(steady_clock::now() - begin, milliseconds(10000));

@@ -43,19 +43,16 @@ class QueueService : public testing::Test {
   }
 
   // The words of the answer; as many zeros when there is none.
-  QueueWords Ask(const QueueWords& request, const std::string& stream = {}) {
+  WordList Ask(const WordList& request, const Bytes& stream = {}) {
     _requests.Send(request, stream);
-    QueueWords answer = _responses.ReceiveWords();
+    WordList answer = _responses.ReceiveWords();
     answer.resize(std::max<std::size_t>(answer.size(), 13));
     return answer;
   }
-  QueueWords Get(uint32_t param = kIPConfig) { return Ask({80, _id, 1, 0, 0, param, 0, 0, 0}); }
-  QueueWords Set(uint32_t value) { return Ask({81, _id, 2, 0, 0, kIPConfig, value, 0, 0}); }
-  static std::string Value(const std::string& text) {
-    const auto bytes = StringValueBytes(eParamID_SysName, text);
-    return {bytes.begin(), bytes.end()};
-  }
-  QueueWords SetText(const std::string& stream, std::size_t length) {
+  WordList Get(uint32_t param = kIPConfig) { return Ask({80, _id, 1, 0, 0, param, 0, 0, 0}); }
+  WordList Set(uint32_t value) { return Ask({81, _id, 2, 0, 0, kIPConfig, value, 0, 0}); }
+  static Bytes Value(const char* text) { return StringValueBytes(eParamID_SysName, text); }
+  WordList SetText(const Bytes& stream, std::size_t length) {
     return Ask({113, _id, 3, 0, 0, eParamID_SysName, 0, static_cast<uint32_t>(length), 2560},
                stream);
   }
@@ -78,20 +75,18 @@ TEST_F(QueueService, AnswersInTheRecordsOfItsProtocol) {
   const std::size_t count = Golden().GetExchange("queue").size();
   for (std::size_t i = 0; i < count; ++i) {
     if (Golden().GetExchange("queue")[i].fromClient) {
-      const Bytes request = Golden(variables).GetExchange("queue")[i].ToBytes();
-      ASSERT_TRUE(_requests.Send(request.data(), request.size()));
+      ASSERT_TRUE(_requests.SendBytes(Golden(variables).GetExchange("queue")[i].ToBytes()));
       continue;
     }
-    const std::string answer = _responses.Receive();
-    const QueueWords words = TestQueue::ToWords(answer);
+    const Bytes answer = _responses.Receive();
+    const WordList words = ToWords(answer);
     ASSERT_LE(13U, words.size());
     if (words[0] == 129 || words[0] == 144) {
       EXPECT_LE(before, words[7]);
       variables["seconds"] = words[7];
       variables["microseconds"] = words[8];
     }
-    EXPECT_EQ(Golden(variables).GetExchange("queue")[i].ToHex(),
-              Hex({answer.begin(), answer.end()}));
+    EXPECT_EQ(Golden(variables).GetExchange("queue")[i].ToHex(), Hex(answer));
   }
   EXPECT_EQ(107U, Get()[9]) << "not connected any more";
 }
@@ -103,7 +98,7 @@ TEST_F(QueueService, RefusesWithANumberWhatCannotBeDone) {
   EXPECT_EQ(53U, SetText(Value("x"), 19)[9]) << "announced longer than it is";
   EXPECT_EQ(53U, SetText({}, 0xFFFFFFFF)[9]);
   EXPECT_EQ(53U, SetText(Value("x"), 17)[9]) << "without its end";
-  EXPECT_EQ(53U, SetText(std::string(40, '\xFF'), 40)[9]);
+  EXPECT_EQ(53U, SetText(Bytes(40, '\xFF'), 40)[9]);
   EXPECT_EQ(60U, Ask({112, _id, 4, 0, 0, kIPConfig, 0, 0, 0})[9]) << "no text";
   EXPECT_EQ(53U, Ask({113, _id, 3, 0, 0, eParamID_ClipName, 0, 18, 2560}, Value("x"))[9])
       << "another parameter's";
@@ -121,14 +116,14 @@ TEST_F(QueueService, RefusesWithANumberWhatCannotBeDone) {
 }
 
 TEST_F(QueueService, DropsWhatIsShorterThanItsRecord) {
-  const QueueWords whole = {113, _id, 9, 0, 0, eParamID_SysName, 0, 0, 0};
+  const WordList whole = {113, _id, 9, 0, 0, eParamID_SysName, 0, 0, 0};
   for (std::size_t words = 0; words < 9; ++words) {
     for (const uint32_t type : {16U, 17U, 48U, 49U, 80U, 81U, 112U, 113U, 114U, 5U, 0xFFFFFFFFU}) {
       const std::size_t needed = type <= 17 && type >= 16 ? 5 : type <= 49 && type >= 48 ? 6 : 9;
       if (words >= needed) continue;
-      QueueWords request(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(words));
+      WordList request(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(words));
       if (words > 0) request[0] = type;
-      ASSERT_TRUE(_requests.Send(request, "xyz"));
+      ASSERT_TRUE(_requests.Send(request, {'x', 'y', 'z'}));
     }
   }
   EXPECT_EQ(96U, Get()[0]) << "the first answer there is";
@@ -154,12 +149,12 @@ TEST_F(QueueService, WaitsForNoClientAndNamesTheSlowOneOnce) {
   network->Set(eParamID_IntervalTime, 7U);
   network->Set(eParamID_MediaUpdated, 300U);
   EXPECT_EQ(300U, network->Get(eParamID_MediaUpdated));
-  _requests.Send(QueueWords{80, _id, 1, 0, 0, eParamID_MediaUpdated, 0, 0, 0});
+  _requests.Send({80, _id, 1, 0, 0, eParamID_MediaUpdated, 0, 0, 0});
   for (unsigned i = 0; i < 120; ++i) EXPECT_EQ(i, _responses.ReceiveWords()[10]);
   // What came next, whole and in its order: the answer, and the latest change of each parameter.
   std::vector<std::string> next;
   for (const char* const what : {"type ", "param ", "param "}) {
-    const QueueWords words = _responses.ReceiveWords();
+    const WordList words = _responses.ReceiveWords();
     ASSERT_LE(13U, words.size());
     next.push_back(what + std::to_string(what[0] == 't' ? words[0] : words[6]) + " value " +
                    std::to_string(words[10]));
@@ -198,8 +193,8 @@ TEST_F(QueueService, DoesNotWriteToAnotherUsersQueue) {
   if (::fchown(foreign.Get(), 12345, 12345) != 0) {
     GTEST_SKIP() << "only root can make a queue of another user";
   }
-  _requests.Send(QueueWords{16, _id + 1, 0, 0, 0});
-  _requests.Send(QueueWords{80, _id + 1, 0, 0, 0, kIPConfig, 0, 0, 0});
+  _requests.Send({16, _id + 1, 0, 0, 0});
+  _requests.Send({80, _id + 1, 0, 0, 0, kIPConfig, 0, 0, 0});
   EXPECT_EQ(96U, Get()[0]);
   EXPECT_EQ(0, foreign.Waiting());
 }

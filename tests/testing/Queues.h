@@ -7,27 +7,22 @@
 #include <gtest/gtest.h>
 #include <mqueue.h>
 #include <net/if.h>
-#include <poll.h>
 #include <sched.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "libconfig/access/ConnectionUtilities.h"
 #include "tests/testing/Eventually.h"
+#include "tests/testing/Wire.h"
 
 namespace testing_support {
 
@@ -146,8 +141,6 @@ inline std::string WhyNoQueues() {
   return std::string("no message queues of 128 messages can be had here: ") + std::strerror(error);
 }
 
-using QueueWords = std::vector<uint32_t>;
-
 // A descriptor of a queue, open as long as the object lives.
 class TestQueue {
  public:
@@ -185,33 +178,26 @@ class TestQueue {
     _queue = -1;
   }
 
-  bool Send(const void* bytes, std::size_t size, unsigned priority = 0) {
-    return ::mq_send(_queue, static_cast<const char*>(bytes), size, priority) == 0;
+  bool SendBytes(const Bytes& bytes) {
+    return ::mq_send(_queue, bytes.data(), bytes.size(), 0) == 0;
   }
-  bool Send(const QueueWords& words, const std::string& stream = {}) {
-    std::string bytes(reinterpret_cast<const char*>(words.data()), words.size() * 4);
-    bytes += stream;
-    return Send(bytes.data(), bytes.size());
+  bool Send(const WordList& words, const Bytes& stream = {}) {
+    return SendBytes(Words(words) + stream);
   }
 
   // The bytes of the next message; empty when none comes.
-  std::string Receive(int milliseconds = 20000, unsigned* priority = nullptr) {
+  Bytes Receive(int milliseconds = 20000) {
     pollfd wanted = {_queue, POLLIN, 0};
     if (::poll(&wanted, 1, milliseconds) <= 0) return {};
     mq_attr attributes;
     ::mq_getattr(_queue, &attributes);
-    std::string bytes(static_cast<std::size_t>(attributes.mq_msgsize), '\0');
-    const ssize_t size = ::mq_receive(_queue, bytes.data(), bytes.size(), priority);
+    Bytes bytes(static_cast<std::size_t>(attributes.mq_msgsize));
+    const ssize_t size = ::mq_receive(_queue, bytes.data(), bytes.size(), nullptr);
     bytes.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
     return bytes;
   }
 
-  static QueueWords ToWords(const std::string& bytes) {
-    QueueWords words(bytes.size() / 4);
-    std::memcpy(words.data(), bytes.data(), words.size() * 4);
-    return words;
-  }
-  QueueWords ReceiveWords(int milliseconds = 20000) { return ToWords(Receive(milliseconds)); }
+  WordList ReceiveWords() { return ToWords(Receive()); }
 
   long Waiting() const {
     mq_attr attributes = {};
@@ -235,11 +221,11 @@ struct Response {
   uint32_t value = 0;
   uint32_t streamLength = 0;
 
-  QueueWords To(const QueueWords& request) const {
+  WordList To(const WordList& request) const {
     return {request[0] + 16, request[1], request[2], request[3],   0,   result, param, seconds,
             microseconds,    error,      value,      streamLength, 2560};
   }
-  QueueWords Event(uint32_t type, uint32_t connection) const {
+  WordList Event(uint32_t type, uint32_t connection) const {
     return To({type - 16, connection, 0xFFFFFFFF, 0});
   }
 };

@@ -1,4 +1,4 @@
-// A server of this process on a port that the system chose, for as long as the object lives.
+// Servers and stores of this process.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,10 +8,12 @@
 #include <thread>
 
 #include "libconfig/access/ConfigFactoryImpl.h"
+#include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/NetworkServer.h"
 
 namespace testing_support {
 
+// Serves a port that the system chose, for as long as the object lives.
 class TestServer {
  public:
   // `type` is SOCK_STREAM or SOCK_DGRAM.
@@ -40,6 +42,21 @@ class TestServer {
   const std::string _scheme;
   int _port = 0;
   std::thread _thread;
+};
+
+// A store of the test's own, held open so that its state can be looked at.
+class Store {
+ public:
+  explicit Store(uint32_t number)
+      : _config(ConfigFactoryImpl::GetInstance()->Connect("local:configid=" +
+                                                          std::to_string(number))) {}
+  ~Store() { ConfigFactoryImpl::GetInstance()->Disconnect(_config); }
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+  ConfigManager* operator->() { return static_cast<ConfigManager*>(_config); }
+
+ private:
+  Config* const _config;
 };
 
 }  // namespace testing_support

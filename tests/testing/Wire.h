@@ -34,9 +34,9 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
   return a;
 }
 
-// The words that a record begins with, a value behind it aside.
-inline WordList ToWords(const Bytes& bytes) {
-  WordList words(std::min<std::size_t>(bytes.size() / 4, 11));
+// The whole words that `bytes` begin with, as many as there are or as are asked for.
+inline WordList ToWords(const Bytes& bytes, std::size_t most = SIZE_MAX) {
+  WordList words(std::min(bytes.size() / 4, most));
   if (!words.empty()) std::memcpy(words.data(), bytes.data(), words.size() * 4);
   return words;
 }
@@ -217,14 +217,14 @@ class Datagrams {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (std::chrono::steady_clock::now() < end) {
       Bytes event = Receive(1000);
-      const auto words = ToWords(event);
+      const auto words = ToWords(event, 11);
       if (words.size() == 11 && words[3] == config) return event;
     }
     return {};
   }
 
   // The words that a datagram begins with.
-  WordList Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds)); }
+  WordList Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds), 11); }
 
  private:
   const int _fd;
