@@ -8,6 +8,7 @@
 #include "libconfig/mapping/RecorderParamMapper.h"
 #include "tests/conformance/Ways.h"
 #include "tests/testing/Names.h"
+#include "tests/testing/Threads.h"
 
 using quarn::mapper::RecorderParamMapper;
 
@@ -152,44 +153,38 @@ TEST_P(Configs, ShowEachOtherTheirChanges) {
 }
 
 TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {
-  std::string data;
   unsigned int transaction;
   ConfigEvent event;
   EXPECT_EQ(0, _config->SetSerializable(eParamID_IPConfig, nullptr));
-  EXPECT_EQ(0, _config->GetData(eParamID_IPConfig, data));
-  EXPECT_EQ(0, _config->SetData(eParamID_IPConfig, data));
   // Over a queue this waits for an event, as long as it takes.
   if (!Is(kQueue)) {
     EXPECT_EQ(0, _config->WaitForConfigEvent(event, 0, 0));
   }
   EXPECT_THAT(_config->GetDescriptorsByClassName("volatile"), IsEmpty());
   EXPECT_EQ(0, _config->Lock(eParamID_IPConfig, Config::eParamLock_Exclusive));
-  EXPECT_EQ(0, _config->Unlock(eParamID_IPConfig));
   EXPECT_EQ(0, _config->StartTransaction({eParamID_IPConfig}, transaction));
-  EXPECT_EQ(0, _config->Commit(0));
-  EXPECT_EQ(0, _config->Rollback(0));
   EXPECT_EQ(Is(kLendsValues), _config->GetSerializable(eParamID_IPConfig) != nullptr);
   EXPECT_EQ(Is(kTakesRules) ? 1 : 0, _config->AddUpdatePrecondition(nullptr));
   EXPECT_EQ(Is(kTakesRules) ? 1 : 0, _config->RemoveUpdatePrecondition(nullptr));
 }
 
 TEST_P(Configs, BearManyThreads) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (unsigned i = 0; i < 200; ++i) {
-        ASSERT_EQ(1, _config->Set(eParamID_IPConfig, i % 3));
-        unsigned number;
-        const int result = _config->Get(eParamID_IPConfig, number);
-        ASSERT_EQ(Read(number), result);
-        ASSERT_LE(number, 2U);
-        ASSERT_EQ(1, _config->Set(eParamID_SysName, std::string(i, static_cast<char>('a' + t))));
-        std::string text;
-        ASSERT_EQ(1, _config->Get(eParamID_SysName, text));
-        // Whole texts, whoever set them.
-        ASSERT_EQ(std::string::npos, text.find_first_not_of(text.empty() ? 'a' : text[0]));
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
+  // Two of them on a connection of their own.
+  Config* const other = Connect();
+  OnThreads(4, [&](int thread) {
+    Config* const config = thread < 2 ? _config : other;
+    for (unsigned i = 0; i < 200; ++i) {
+      ASSERT_EQ(1, config->Set(eParamID_IPConfig, i % 3));
+      unsigned number;
+      const int result = config->Get(eParamID_IPConfig, number);
+      ASSERT_EQ(Read(number), result);
+      ASSERT_LE(number, 2U);
+      ASSERT_EQ(1, config->Set(eParamID_SysName, std::string(i, static_cast<char>('a' + thread))));
+      std::string text;
+      ASSERT_EQ(1, config->Get(eParamID_SysName, text));
+      // Whole texts, whoever set them.
+      ASSERT_EQ(std::string::npos, text.find_first_not_of(text.empty() ? 'a' : text[0]));
+    }
+  });
+  GiveBack(other);
 }

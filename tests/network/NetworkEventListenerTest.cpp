@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "libconfig/access/Config.h"
-#include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkEventListener.h"
 #include "tests/testing/Eventually.h"
@@ -53,16 +52,6 @@ TEST(NetworkEventListener, QueuesTheNewestEvents) {
   listener.SetMaximumQueueSize(0);
   change(4, 5);
   EXPECT_THAT(Drain(listener), IsEmpty());
-}
-
-// Its events then come from whoever else has some.
-TEST(NetworkEventListener, SitsOnAConfigThatTakesNoListeners) {
-  ConfigCache deaf(nullptr);
-  NetworkEventListener listener;
-  ASSERT_TRUE(listener.Open(&deaf));
-  listener.ParamChanged(eParamID_MediaUpdated, 3U, timeval{});
-  ConfigEvent event;
-  EXPECT_TRUE(listener.WaitForConfigEvent(event));
 }
 
 TEST(NetworkEventListener, HandsOutEventsAsTheyWere) {

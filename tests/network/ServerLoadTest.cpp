@@ -44,22 +44,24 @@ TEST(ServerLoad, DoesNotLetAWatcherThatNeverReadsHoldUpTheOthers) {
   EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(longest).count(), 5000);
 }
 
-TEST(ServerLoad, LetsAPeerThatAsksAndNeverReadsWaitAlone) {
+// Many more answers than an outbox holds.
+TEST(ServerLoad, LetsAPeerThatAsksAndDoesNotReadWaitAloneAndAnswersItAll) {
   TestServer server;
   WirePeer deaf(server.GetPort(), 42);
-  std::atomic<bool> asking{true};
-  std::thread asker([&] {
-    const Bytes request = ParamRequest(80, eParamID_MediaUpdated);
-    Bytes many;
-    for (int i = 0; i < 1000; ++i) many.insert(many.end(), request.begin(), request.end());
-    for (int i = 0; i < 200 && deaf.Send(many); ++i) {
+  constexpr uint32_t kRequests = 200000;
+  WatchedThread asker([&] {
+    Bytes requests;
+    for (uint32_t i = 0; i < kRequests; ++i) {
+      const Bytes request = ParamRequest(80, eParamID_MediaUpdated, 0, i);
+      requests.insert(requests.end(), request.begin(), request.end());
     }
-    asking = false;
+    EXPECT_TRUE(deaf.Send(requests));
+    deaf.CloseForWriting();
   });
   WirePeer other(server.GetPort(), 42);
-  for (int i = 0; i < 200; ++i) ASSERT_EQ(0U, other.Get(eParamID_IPConfig));
-  ::shutdown(deaf.fd(), SHUT_RDWR);
-  asker.join();
+  for (int i = 0; i < 200; ++i) EXPECT_EQ(0U, other.Get(eParamID_IPConfig));
+  for (uint32_t i = 0; i < kRequests; ++i) EXPECT_EQ(i, deaf.Record().at(2));
+  EXPECT_TRUE(deaf.IsClosedByPeer());
 }
 
 TEST(ServerLoad, TurnsAwayAPeerOnlyWhenAllPlacesAreInUse) {

@@ -258,20 +258,3 @@ TEST(ServerProtocol, UnderstandsRecordsThatWereCutAnywhere) {
   for (const char byte : stream) ASSERT_TRUE(peer.Send({byte}));
   EXPECT_EQ(3U, peer.Record().at(2));
 }
-
-TEST(ServerProtocol, AnswersAPeerThatHasFinishedAsking) {
-  TestServer server;
-  WirePeer peer(server.GetPort(), 35);
-  constexpr int kRequests = 20000;
-  Bytes requests;
-  for (uint32_t i = 0; i < kRequests; ++i)
-    requests = std::move(requests) + ParamRequest(80, eParamID_MediaUpdated, 0, i);
-  // More answers than any outbox holds, read only when all has been asked.
-  std::thread asker([&] {
-    EXPECT_TRUE(peer.Send(requests));
-    peer.CloseForWriting();
-  });
-  asker.join();
-  for (uint32_t i = 0; i < kRequests; ++i) ASSERT_EQ(i, peer.Record().at(2));
-  EXPECT_TRUE(peer.IsClosedByPeer());
-}
