@@ -46,6 +46,12 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
     return answer.empty() || queue.Send(answer);
   });
   PosixMQFactory factory(TestQueueName());
+  const auto nextDescriptor = [] {
+    const int fd = ::dup(0);
+    ::close(fd);
+    return fd;
+  };
+  const int before = nextDescriptor();
   const auto lastLine = [](unsigned number) {
     return "PosixMQFactory::Connect - failed to confirm connection " + ResponseName(number) +
            " with server\n";
@@ -75,24 +81,7 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
       "PosixMQFactory::ConfirmConnection - mq_receive for connectionID " +
           std::string(identifier) + " failed\n" + lastLine(4),
       FailToConnect(factory));
-}
-
-TEST_F(QueueConnection, LeavesNoDescriptorsToHandshakesThatFailed) {
-  const auto open = [] {
-    const int fd = ::dup(0);
-    ::close(fd);
-    return fd;
-  };
-  FakeDaemon daemon([&](const WordList& request, TestQueue& queue) {
-    Response refusal;
-    refusal.result = 1;
-    return queue.Send(refusal.To(request));
-  });
-  PosixMQFactory factory(TestQueueName());
-  FailToConnect(factory);
-  const int before = open();
-  for (int i = 0; i < 20; ++i) FailToConnect(factory);
-  EXPECT_LE(open(), before + 1);
+  EXPECT_EQ(before, nextDescriptor()) << "they leave none behind";
 }
 
 TEST_F(QueueConnection, NeedsADescriptorToEndItsWaiting) {
