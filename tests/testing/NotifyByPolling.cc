@@ -12,12 +12,11 @@
 #include <mqueue.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <cstdint>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -45,22 +44,12 @@ ssize_t __wrap_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned*
 
 namespace {
 
-// A descriptor that becomes readable, for good.
-struct Flag {
-  Flag() : fd(::eventfd(0, EFD_CLOEXEC)) {}
-  ~Flag() { ::close(fd); }
-  void Raise() const {
-    const std::uint64_t one = 1;
-    while (::write(fd, &one, sizeof one) < 0 && errno == EINTR) {
-    }
-  }
-  const int fd;
-};
+constexpr std::chrono::milliseconds kStep(1);
 
 struct Registration {
-  Flag stop;
-  Flag emptied;
-  Flag left;  // nobody polls the queue any more
+  std::atomic<bool> stop{false};
+  std::atomic<bool> emptied{false};
+  std::atomic<bool> left{false};  // nobody polls the queue any more
 };
 
 std::mutex& RegistrationsMutex() {
@@ -73,19 +62,16 @@ std::map<mqd_t, std::shared_ptr<Registration>>& Registrations() {
   return *registrations;
 }
 
-// False when the registration ended first.
-bool WaitFor(int fd, const Registration& registration) {
-  pollfd wanted[] = {{fd, POLLIN, 0}, {registration.stop.fd, POLLIN, 0}};
-  while (::poll(wanted, 2, -1) < 0 && errno == EINTR) {
+void Watch(mqd_t queue, std::shared_ptr<Registration> registration, sigevent event) {
+  pollfd wanted = {queue, POLLIN, 0};
+  while (!registration->stop) {
+    if (!registration->emptied) {
+      std::this_thread::sleep_for(kStep);
+    } else if (::poll(&wanted, 1, kStep.count()) == 1) {
+      break;
+    }
   }
-  return wanted[1].revents == 0;
-}
-
-void Watch(mqd_t queue, std::shared_ptr<Registration> registration, sigevent event, bool waiting) {
-  const bool came = (!waiting || WaitFor(registration->emptied.fd, *registration)) &&
-                    WaitFor(queue, *registration);
-  registration->left.Raise();
-  if (!came) return;
+  registration->left = true;
   {
     const std::lock_guard<std::mutex> lock(RegistrationsMutex());
     const auto found = Registrations().find(queue);
@@ -114,7 +100,7 @@ ssize_t Received(mqd_t queue, ssize_t length) {
   } else if (errno == EAGAIN || errno == ETIMEDOUT) {
     const std::lock_guard<std::mutex> lock(RegistrationsMutex());
     const auto found = Registrations().find(queue);
-    if (found != Registrations().end()) found->second->emptied.Raise();
+    if (found != Registrations().end()) found->second->emptied = true;
   }
   errno = saved;
   return length;
@@ -136,13 +122,11 @@ int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
   if (event == nullptr) {
     if (found == Registrations().end()) return 0;
     const std::shared_ptr<Registration> registration = found->second;
-    registration->stop.Raise();
+    registration->stop = true;
     Registrations().erase(found);
     lock.unlock();
     // Who polls a queue keeps it, and its part of the user's limit, also when it is closed.
-    pollfd left = {registration->left.fd, POLLIN, 0};
-    while (::poll(&left, 1, -1) < 0 && errno == EINTR) {
-    }
+    while (!registration->left) std::this_thread::sleep_for(kStep);
     return 0;
   }
   if (found != Registrations().end()) {
@@ -152,8 +136,9 @@ int __wrap_mq_notify(mqd_t queue, const sigevent* event) {
   mq_attr attributes;
   if (::mq_getattr(queue, &attributes) != 0) return -1;
   auto registration = std::make_shared<Registration>();
+  registration->emptied = attributes.mq_curmsgs == 0;
   Registrations()[queue] = registration;
-  std::thread(Watch, queue, registration, *event, attributes.mq_curmsgs > 0).detach();
+  std::thread(Watch, queue, registration, *event).detach();
   return 0;
 }
 

@@ -38,7 +38,7 @@ class Process {
     EXPECT_EQ(0, ::pipe2(err, O_CLOEXEC));
     // All that takes memory comes before the fork.
     Words variables = Merge(environment);
-    Words words = Emulated(command, command[0]);
+    Words words = Emulated(command);
     const std::vector<char*> envp = Pointers(variables);
     const std::vector<char*> argv = Pointers(words);
     const pid_t parent = ::getpid();
@@ -67,25 +67,6 @@ class Process {
   }
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
-
-  // The command as an emulated process has to give it. `name` is what the program believes to be
-  // called.
-  static Words Emulated(const Words& command, const std::string& name) {
-    if (Emulator() == nullptr) return command;
-    std::istringstream prefix(Emulator());
-    Words words{std::istream_iterator<std::string>(prefix), {}};
-    words.insert(words.end(), {"-0", name});
-    words.insert(words.end(), command.begin(), command.end());
-    return words;
-  }
-
-  // As the system wants them.
-  static std::vector<char*> Pointers(Words& words) {
-    std::vector<char*> pointers;
-    for (std::string& word : words) pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    return pointers;
-  }
 
   pid_t GetPid() const { return _pid; }
   void Kill(int signal) { ::kill(_pid, signal); }
@@ -132,6 +113,24 @@ class Process {
     std::string text;
     std::size_t taken = 0;
   };
+
+  // The command as an emulated process has to give it.
+  static Words Emulated(const Words& command) {
+    if (Emulator() == nullptr) return command;
+    std::istringstream prefix(Emulator());
+    Words words{std::istream_iterator<std::string>(prefix), {}};
+    words.insert(words.end(), {"-0", command[0]});
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
+  }
+
+  // As the system wants them.
+  static std::vector<char*> Pointers(Words& words) {
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    return pointers;
+  }
 
   static Words Merge(const Words& environment) {
     Words merged = environment;

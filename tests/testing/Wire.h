@@ -183,11 +183,15 @@ class WirePeer : public Wire {
 // A datagram socket of the test's own, connected to a server or bound to a port.
 class Datagrams {
  public:
-  explicit Datagrams(int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+  explicit Datagrams(int port) : Datagrams() {
     WithAddress(::connect, _fd, AddressOf(INADDR_LOOPBACK, port));
   }
+  Datagrams(const std::string& from, const std::string& to, int port) : Datagrams() {
+    WithAddress(::bind, _fd, AddressOf(ntohl(::inet_addr(from.c_str())), 0));
+    WithAddress(::connect, _fd, AddressOf(ntohl(::inet_addr(to.c_str())), port));
+  }
   // Hears what is sent to the group on the loopback interface.
-  Datagrams(const char* group, int port) : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+  Datagrams(const char* group, int port) : Datagrams() {
     const int on = 1;
     ::setsockopt(_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     WithAddress(::bind, _fd, AddressOf(INADDR_ANY, port));
@@ -227,6 +231,8 @@ class Datagrams {
   WordList Record(int milliseconds = 60000) { return ToWords(Receive(milliseconds), 11); }
 
  private:
+  Datagrams() : _fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
+
   const int _fd;
 };
 
