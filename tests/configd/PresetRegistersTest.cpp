@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <memory>
 #include <string>
 
 #include "libconfig/libconfig.h"
@@ -68,26 +67,6 @@ TEST_F(PresetRegistersTest, SaveAndRecallWhatPresetsHold) {
   for (const unsigned int number : {0U, 21U, 0xFFFFFFFFU}) {
     EXPECT_EQ(kFailed, Save(number));
     EXPECT_EQ(kFailed, Recall(number));
-  }
-}
-
-TEST_F(PresetRegistersTest, MoveAsFilesTwiceInARowAndThroughACache) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root reads a file without permission bits";
-  const PresetFiles files;
-  const std::unique_ptr<Config> cached(
-      ConfigFactoryImpl::GetInstance()->Connect(_daemon.GetURI() + "/caching=true"));
-  ASSERT_NE(nullptr, cached);
-  for (Config* const client : {_config, cached.get(), cached.get()}) {
-    _config->Set(eParamID_GenLock, 1U);
-    ASSERT_EQ(kComplete, Save(17));
-    PresetsParamVector presets;
-    ASSERT_TRUE(presets.Load(static_cast<eConfigID_t>(17), client));
-    ASSERT_TRUE(presets.Store(static_cast<eConfigID_t>(18), client));
-    _config->Set(eParamID_GenLock, 0U);
-    EXPECT_EQ(kComplete, Recall(18));
-    EXPECT_EQ(1U, _config->Get(eParamID_GenLock));
-    EXPECT_FALSE(presets.Load(static_cast<eConfigID_t>(16), client));
-    EXPECT_FALSE(presets.Store(static_cast<eConfigID_t>(21), client));
   }
 }
 

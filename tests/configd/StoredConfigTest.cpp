@@ -20,12 +20,6 @@ class StoredConfigTest : public ::testing::Test {
     const auto sector = OwnBanks().Load();
     return sector ? sector->odometer : 0;
   }
-  void Write(Sector sector) {
-    Banks banks = OwnBanks();
-    banks.Load();
-    std::string why;
-    ASSERT_TRUE(banks.Save(EncodeSector(std::move(sector)), why)) << why;
-  }
   // The saved number of the parameter, or "none".
   std::string Saved(eParam_t id) {
     const auto sector = OwnBanks().Load();
@@ -46,14 +40,6 @@ class StoredConfigTest : public ::testing::Test {
 struct Store : ConfigManager {
   Store() : ConfigManager(eConfigID_Default) { Init(); }
 };
-
-Sector Numbers(const std::vector<std::pair<eParam_t, unsigned int>>& numbers) {
-  Sector sector;
-  for (const auto& number : numbers) {
-    sector.values.emplace_back(IntegerValue::Create(number.first, eParamType_Enum, number.second));
-  }
-  return sector;
-}
 
 }  // namespace
 
@@ -98,17 +84,22 @@ TEST_F(StoredConfigTest, WritesTheOldValueAnewAfterAFailure) {
 }
 
 TEST_F(StoredConfigTest, KeepsInTheFileWhatTheCatalogueDoesNotTake) {
-  Sector sector = Numbers({{kUnknown, 5},
-                           {eParamID_IPConfig, 77},         // no such choice
-                           {eParamID_IntervalFrames, 500},  // above the most
-                           {eParamID_RegisterSave, 4},      // a command
-                           {eParamID_SysName, 1},           // a text
-                           {eParamID_GenLock, 1}});
-  Write(std::move(sector));
+  const std::pair<eParam_t, unsigned int> numbers[] = {
+      {kUnknown, 5},
+      {eParamID_IPConfig, 77},         // no such choice
+      {eParamID_IntervalFrames, 500},  // above the most
+      {eParamID_RegisterSave, 4},      // a command
+      {eParamID_SysName, 1},           // a text
+      {eParamID_GenLock, 1}};
+  Sector sector;
+  for (const auto& [id, number] : numbers) {
+    sector.values.emplace_back(IntegerValue::Create(id, eParamType_Enum, number));
+  }
+  std::string why;
+  ASSERT_TRUE(OwnBanks().Save(EncodeSector(std::move(sector)), why)) << why;
   Store store;
   StoredConfig stored(store, OwnBanks());
   ::testing::internal::CaptureStdout();
-  std::string why;
   ASSERT_TRUE(stored.Restore(why)) << why;
   EXPECT_EQ(1U, store.Get(eParamID_GenLock));
   EXPECT_EQ(0U, store.Get(eParamID_IPConfig));

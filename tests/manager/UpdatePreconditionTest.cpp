@@ -101,7 +101,6 @@ TEST(StorePreconditions, AreAskedInOrderAndMayChangeOrRefuse) {
 
     EXPECT_EQ(1, store->RemoveUpdatePrecondition(refusing));
     EXPECT_EQ(0, store->RemoveUpdatePrecondition(refusing));
-    EXPECT_EQ(0, store->RemoveUpdatePrecondition(nullptr));
     EXPECT_EQ(1, store->Set(eParamID_IntervalTime, 6U));
     delete refusing;
     asked.clear();
