@@ -28,17 +28,26 @@ std::string LineOf(const Change& change) {
   return line;
 }
 
+bool Read(Config& store, eParam_t param, programs::Value& value) {
+  unsigned int number;
+  std::string text;
+  if (store.Get(param, number) != 0) {
+    value = number;
+  } else if (store.Get(param, text) != 0) {
+    value = std::move(text);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-ChangeLog::ChangeLog(Config& store, LineWriter& out) : _configID(store.GetConfigID()), _out(out) {
+ChangeLog::ChangeLog(Config& store, LineWriter& out)
+    : _store(store), _configID(store.GetConfigID()), _out(out) {
   for (const eParam_t param : store.GetParamIDs()) {
-    std::string text;
-    unsigned int number;
-    if (store.Get(param, number) != 0) {
-      _values[param] = number;
-    } else if (store.Get(param, text) != 0) {
-      _values[param] = text;
-    }
+    programs::Value value;
+    if (Read(store, param, value)) _values[param] = std::move(value);
   }
 }
 
@@ -48,9 +57,20 @@ void ChangeLog::ParamChanged(eParam_t param, std::string value, timeval) {
   Note(param, std::move(value));
 }
 
+// What fails here must not keep the store's other listeners from hearing of the change.
 void ChangeLog::Note(eParam_t param, programs::Value value) {
+  try {
+    NoteAndWrite(param, std::move(value));
+  } catch (const std::bad_alloc&) {
+    _out.CountLost();
+  }
+}
+
+void ChangeLog::NoteAndWrite(eParam_t param, programs::Value value) {
   programs::Value& known = _values[param];
   if (known == value) return;
+  // A number that is set on a text is announced, and not stored. The other way round, too.
+  if (known.index() != value.index() && Read(_store, param, value) && known == value) return;
   Change change{programs::Now(),
                 _configID,
                 param,

@@ -1,6 +1,9 @@
 // Prints one line for each change of one store: when, which parameter, from what to what, and who
 // made it where that can be told. A set to the value that a parameter has already is no change.
 //
+// What counts is the value that the store has: a number that is set on a text is announced although
+// nothing is stored.
+//
 // It is one of the store's listeners, and is called with the store's listeners held: it only takes
 // what the line is made of. The line is made by the writer.
 #pragma once
@@ -23,7 +26,9 @@ class ChangeLog : public ConfigEventListener {
 
  private:
   void Note(eParam_t param, programs::Value value);
+  void NoteAndWrite(eParam_t param, programs::Value value);
 
+  Config& _store;
   const eConfigID_t _configID;
   LineWriter& _out;
   std::map<eParam_t, programs::Value> _values;

@@ -1,7 +1,6 @@
 #include "configd/QueueService.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "configd/LineWriter.h"
@@ -31,11 +30,12 @@ const char* Advice(int error) {
 std::unique_ptr<PosixMQServer> OpenQueue(const std::string& name, bool& isTaken) {
   const auto report = [count = 0UL](const std::string& program, long process,
                                     const std::string& queue) mutable {
-    LineWriter::Instance().Write("configd: " + program + " (" + std::to_string(process) +
-                                 ") does not read its message queue " + queue +
-                                 " and hears only the latest changes when it does; clients so "
-                                 "far: " +
-                                 std::to_string(++count));
+    LineWriter::Instance().WriteLimited(
+        "configd: " + program + " (" + std::to_string(process) +
+        ") does not read its message queue " + queue +
+        " and hears only the latest changes when it does; clients so "
+        "far: " +
+        std::to_string(++count));
   };
   auto server = std::make_unique<PosixMQServer>(name, report);
   const PosixMQServer::Opened opened = server->Open();
@@ -43,13 +43,12 @@ std::unique_ptr<PosixMQServer> OpenQueue(const std::string& name, bool& isTaken)
   isTaken = opened == PosixMQServer::Opened::kTaken;
   if (opened == PosixMQServer::Opened::kYes) return server;
   if (isTaken) {
-    std::fprintf(stderr,
-                 "configd: cannot serve mq:%s: another configd serves it; stop that one, or start "
-                 "with --queue NAME for another queue, or with --no-queue for none\n",
-                 name.c_str());
+    Complain("configd: cannot serve mq:" + name +
+             ": another configd serves it; stop that one, or start with --queue NAME for another "
+             "queue, or with --no-queue for none");
   } else {
-    std::fprintf(stderr, "configd: not serving mq:%s: %s; %s, or start with --no-queue\n",
-                 name.c_str(), std::strerror(error), Advice(error));
+    Complain("configd: not serving mq:" + name + ": " + std::strerror(error) + "; " +
+             Advice(error) + ", or start with --no-queue");
   }
   return nullptr;
 }

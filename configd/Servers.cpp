@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -66,8 +65,8 @@ bool Servers::Open(const std::string& address, int port, bool udp) {
       if (port != 0 || error != EADDRINUSE) break;
     }
   }
-  std::fprintf(stderr, "configd: cannot serve %s://%s:%d: %s; %s\n", Scheme(_udp), address.c_str(),
-               _port, std::strerror(error), Advice(error));
+  Complain(std::string("configd: cannot serve ") + Scheme(_udp) + "://" + address + ":" +
+           std::to_string(_port) + ": " + std::strerror(error) + "; " + Advice(error));
   return false;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "configd/LineWriter.h"
 #include "libconfig/libconfig.h"
 
 // Drops the library's messages while it exists: where a line of the daemon's says it better, or
@@ -11,7 +12,7 @@
 class Silence {
  public:
   Silence() { qel::config::SilenceMessages(); }
-  ~Silence() { qel::config::SetMessageHandler(nullptr, nullptr); }
+  ~Silence() { SendLibraryMessagesToErrors(); }
   Silence(const Silence&) = delete;
   Silence& operator=(const Silence&) = delete;
 };

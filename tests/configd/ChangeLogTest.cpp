@@ -140,3 +140,33 @@ TEST_F(ChangeLogTest, PausesBetweenWritesUnlessFlushed) {
   EXPECT_EQ("last\n", _output.Next(0));
   EXPECT_LT(std::chrono::steady_clock::now() - flush, std::chrono::milliseconds(90));
 }
+
+// A store announces what is set on a parameter of the other kind, and stores nothing.
+TEST_F(ChangeLogTest, TellsOfWhatWasStored) {
+  Listen();
+  _store.Set(eParamID_SysName, 5U);
+  _store.Set(eParamID_IPConfig, std::string("x"));
+  _store.Set(eParamID_IPConfig, 1U);
+  EXPECT_THAT(_output.Next(),
+              EndsWith("  configuration 4  IPConfig: Default Addr (0) -> DHCP (1)\n"));
+  EXPECT_TRUE(_output.Next(200).empty());
+}
+
+TEST_F(ChangeLogTest, LimitsWhatAPeerCanCauseOverAndOver) {
+  std::promise<void> go;
+  _out.Write([&] {
+    go.get_future().wait();
+    return "begun";
+  });
+  for (int i = 0; i < 300; ++i) _out.WriteLimited("bad datagram " + std::to_string(i));
+  _out.WriteLimited("another");
+  for (int i = 0; i < 11000; ++i) _out.Write([] { return "change"; });
+  _out.Write("cannot save");
+  go.set_value();
+  std::string all;
+  for (std::string more; !(more = _output.Next(1500)).empty();) all += more;
+  EXPECT_THAT(all, HasSubstr("bad datagram 99\nanother\nchange\n"));
+  EXPECT_THAT(all, HasSubstr("change\ncannot save\n"));
+  EXPECT_THAT(all,
+              HasSubstr("configd: 200 more were left out that begin with \"bad datagram \"\n"));
+}
