@@ -1,5 +1,9 @@
 #include "configd/StoreKeeper.h"
 
+#include <algorithm>
+#include <new>
+#include <set>
+
 #include "configd/LineWriter.h"
 
 using qel::config::MutexLock;
@@ -14,28 +18,28 @@ constexpr std::size_t kKeptStores = 64;
 // Notices the changes of one store.
 class StoreKeeper::Changes : public ConfigEventListener {
  public:
-  Changes(StoreKeeper& keeper, ConfigManager& store, std::shared_ptr<StoredConfig> stored)
-      : _keeper(keeper), _store(store), _stored(std::move(stored)) {}
+  Changes(StoreKeeper& keeper, ConfigManager& store) : _keeper(keeper), _store(store) {}
 
   using ConfigEventListener::ParamChanged;
   void ParamChanged(eParam_t param, unsigned int value, timeval) override {
     Note(param);
-    _keeper._presets.Note(_store, param, value, _kept);
+    try {
+      _keeper._presets.Note(_store, param, value, _kept);
+    } catch (const std::bad_alloc&) {
+      // Who asked for the preset hears of no result; the store's other listeners hear of this.
+    }
   }
   void ParamChanged(eParam_t param, std::string, timeval) override { Note(param); }
 
  private:
   void Note(eParam_t param) {
-    if (!_noted) {
-      _noted = true;
-      _kept = _keeper.Keep(_store.GetConfigID());
-    }
-    if (_kept && _stored != nullptr) _keeper._saver->Note(_stored, param);
+    if (!_noted) _kept = _keeper.Keep(_store);
+    _noted = true;
+    if (_kept && _keeper._saver != nullptr) _keeper._saver->Note(_store.GetConfigID(), param);
   }
 
   StoreKeeper& _keeper;
   ConfigManager& _store;
-  const std::shared_ptr<StoredConfig> _stored;
   bool _noted = false;
   bool _kept = false;
 };
@@ -44,10 +48,16 @@ StoreKeeper::StoreKeeper(const StateFolder* folder, bool logChanges)
     : _logChanges(logChanges), _presets(folder) {
   if (folder != nullptr) {
     _saver = std::make_unique<StateSaver>(*folder);
-    _places = folder->GetConfigurations();
+    const std::set<eConfigID_t> saved = folder->GetConfigurations();
+    _places.assign(saved.begin(), saved.end());
   }
+  _places.reserve(_places.size() + kKeptStores + 1);
   // No peer takes the place of the device's own.
-  _places.insert(eConfigID_Default);
+  if (!HasPlace(eConfigID_Default)) _places.push_back(eConfigID_Default);
+}
+
+bool StoreKeeper::HasPlace(eConfigID_t configID) const {
+  return std::find(_places.begin(), _places.end(), configID) != _places.end();
 }
 
 StoreKeeper::~StoreKeeper() = default;
@@ -58,13 +68,9 @@ bool StoreKeeper::Stop() {
 }
 
 bool StoreKeeper::StoreOpened(ConfigManager& store) {
-  std::shared_ptr<StoredConfig> stored;
-  if (_saver != nullptr) {
-    stored = _saver->Restore(store);
-    if (stored == nullptr) return false;
-  }
+  if (_saver != nullptr && !_saver->Restore(store)) return false;
   Watch watch;
-  watch.changes = std::make_unique<Changes>(*this, store, std::move(stored));
+  watch.changes = std::make_unique<Changes>(*this, store);
   store.AddConfigEventListener(watch.changes.get());
   if (_logChanges) {
     watch.log = std::make_unique<ChangeLog>(store);
@@ -85,28 +91,34 @@ void StoreKeeper::StoreClosing(ConfigManager& store) {
     _watches.erase(found);
   }
   store.RemoveConfigEventListener(watch.changes.get());
+  if (_saver != nullptr) _saver->Forget(store, store.GetConfigID());
   if (watch.log != nullptr) store.RemoveConfigEventListener(watch.log.get());
 }
 
 // The client that made the change is still connected, so the store exists.
-bool StoreKeeper::Keep(eConfigID_t configID) {
+bool StoreKeeper::Keep(ConfigManager& store) {
+  const eConfigID_t configID = store.GetConfigID();
+  bool warn;
   {
     MutexLock lock(_mutex);
-    if (_kept.count(configID) != 0) return true;
-    if (_places.count(configID) == 0 && _places.size() >= kKeptStores) {
-      if (!_warned) {
-        LineWriter::Instance().Write(
-            "configd: configuration " + std::to_string(configID) + " and those that follow are " +
-            "forgotten when their last client leaves, as " + std::to_string(kKeptStores) +
-            " are kept already; restart configd" +
-            (_saver == nullptr ? "" : " after removing files of others from the state folder"));
-      }
-      _warned = true;
-      return false;
+    const bool hasPlace = HasPlace(configID);
+    if (hasPlace || _places.size() < kKeptStores) {
+      if (!hasPlace) _places.push_back(configID);
+      store.IncrementUseCount();  // as one who connects and stays
+      return true;
     }
-    _places.insert(configID);
-    _kept.insert(configID);
+    warn = !std::exchange(_warned, true);
   }
-  return ConfigFactoryImpl::GetInstance()->Connect("local:configid=" + std::to_string(configID)) !=
-         nullptr;
+  if (warn) {
+    try {
+      LineWriter::Instance().Write(
+          "configd: configuration " + std::to_string(configID) + " and those that follow are " +
+          "forgotten when their last client leaves, as " + std::to_string(kKeptStores) +
+          " are kept already; restart configd" +
+          (_saver == nullptr ? "" : " after removing files of others from the state folder"));
+    } catch (const std::bad_alloc&) {
+      LineWriter::Instance().CountLost();
+    }
+  }
+  return false;
 }

@@ -6,7 +6,7 @@
 
 #include <map>
 #include <memory>
-#include <set>
+#include <vector>
 
 #include "configd/ChangeLog.h"
 #include "configd/state/PresetRegisters.h"
@@ -35,16 +35,17 @@ class StoreKeeper : public qel::config::access::StoreObserver {
     std::unique_ptr<ChangeLog> log;
   };
 
-  // False when there are too many already.
-  bool Keep(eConfigID_t configID);
+  bool HasPlace(eConfigID_t configID) const LIBCONFIG_REQUIRES(_mutex);
+  // Without an allocation, as a setting would be lost for want of memory. False when there are too
+  // many already.
+  bool Keep(ConfigManager& store);
 
   const bool _logChanges;
   std::unique_ptr<StateSaver> _saver;  // null without a state folder
   PresetRegisters _presets;
   qel::config::Mutex _mutex;
   std::map<ConfigManager*, Watch> _watches LIBCONFIG_GUARDED_BY(_mutex);
-  // Configurations that are kept, here or in the state folder.
-  std::set<eConfigID_t> _places LIBCONFIG_GUARDED_BY(_mutex);
-  std::set<eConfigID_t> _kept LIBCONFIG_GUARDED_BY(_mutex);
+  // Configurations that are kept, here or in the state folder, and room for all that may follow.
+  std::vector<eConfigID_t> _places LIBCONFIG_GUARDED_BY(_mutex);
   bool _warned LIBCONFIG_GUARDED_BY(_mutex) = false;
 };

@@ -39,6 +39,7 @@ struct Options {
   bool serveQueue = true;
   std::string queue = PosixMQFactory::kRequestQueue;
   std::string state;  // empty for none
+  std::uint64_t stateQuota = StateFolder::kQuota;
 };
 
 // The folder that the service manager made for this service; it may name more than one.
@@ -121,12 +122,13 @@ int Serve(const Options& options) {
   RaiseDescriptorLimit();
 
   LineWriter& out = LineWriter::Instance();
+  SendLibraryMessagesToErrors();
   // These stay until the process ends: connections use them as long as there are any.
-  static auto* const folder = new StateFolder;
+  static auto* const folder = new StateFolder(options.stateQuota);
   if (!options.state.empty()) {
     std::string why;
     if (!folder->Open(options.state, why)) {
-      std::fprintf(stderr, "configd: %s\n", why.c_str());
+      Complain("configd: " + why);
       return kFailed;
     }
   }
@@ -136,9 +138,9 @@ int Serve(const Options& options) {
   LocalConfigFactory::SetStoreObserver(keeper);
   if (!OpenStore()) {
     out.Flush(kFlush);
-    std::fprintf(stderr,
-                 "configd: the device's configuration cannot be served; fix what is said above, "
-                 "or free memory, and restart\n");
+    Complain(
+        "configd: the device's configuration cannot be served; fix what is said above, or "
+        "free memory, and restart");
     return kFailed;
   }
 
@@ -173,6 +175,7 @@ int Serve(const Options& options) {
   if (!saved) out.Write("configd: the last changes could not be saved and are lost");
   out.Write("configd: ended");
   out.Flush(kFlush);
+  LineWriter::Errors().Flush(kFlush);
   return saved ? kDone : kFailed;
 }
 
@@ -211,6 +214,13 @@ int Run(int argc, char** argv) {
           ->check([](const std::string& folder) {
             return folder.empty() ? "a folder has a name; for none there is --no-state" : "";
           });
+  app.add_option("--state-quota", options.stateQuota,
+                 "Bytes that the folder may come to hold, such as 64MiB; a part of them is for the "
+                 "device's own configuration")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(std::uint64_t{1} << 20, std::uint64_t{1} << 50))
+      ->capture_default_str();
   app.add_flag_callback(
          "--no-state", [&options] { options.state.clear(); },
          "Keep nothing: start with the factory values, and forget all at the end")
@@ -235,7 +245,7 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "configd: %s; fix this and restart\n", error.what());
+    Complain(std::string("configd: ") + error.what() + "; fix this and restart");
     return kFailed;
   }
 }

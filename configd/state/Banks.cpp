@@ -23,9 +23,10 @@ bool IsDamage(int error) {
 
 }  // namespace
 
-Banks::Banks(const std::string& folder, const std::string& name) : _folder(folder) {
-  _banks[0].path = folder + "/" + name + ".a";
-  _banks[1].path = folder + "/" + name + ".b";
+Banks::Banks(const StateFolder& folder, const std::string& name, eConfigID_t configID)
+    : _folder(folder), _configID(configID) {
+  _banks[0].path = folder.GetPath() + "/" + name + ".a";
+  _banks[1].path = folder.GetPath() + "/" + name + ".b";
 }
 
 bool Banks::HasFile() const {
@@ -57,7 +58,16 @@ std::optional<Sector> Banks::LoadBank(Bank& bank) {
   if (error != 0) {
     why = error == EINVAL ? "is no file" : std::string("cannot be read: ") + std::strerror(error);
   } else {
-    sector = DecodeSector(std::move(bytes), why);
+    SectorFault fault;
+    sector = DecodeSector(std::move(bytes), why, &fault);
+    if (!sector && fault == SectorFault::kNewer) {
+      _unreadable = bank.path + " " + why + ": start the configd that wrote it, or move it away";
+      return std::nullopt;
+    }
+    if (sector && sector->configID != _configID) {
+      why = "is of configuration " + std::to_string(sector->configID);
+      sector.reset();
+    }
   }
   if (sector) {
     bank.odometer = sector->odometer;
@@ -121,11 +131,7 @@ bool Banks::Save(std::vector<char> sector, std::string& why) {
   }
   const unsigned int odometer = other.odometer.value_or(0) + 1;
   SetOdometer(sector, odometer);
-  const int error = ReplaceStateFile(_folder, bank.path, sector);
-  if (error != 0) {
-    why = bank.path + ".new: " + std::strerror(error);
-    return false;
-  }
+  if (!_folder.Replace(bank.path, sector, _configID == eConfigID_Default, why)) return false;
   bank.odometer = odometer;
   return true;
 }

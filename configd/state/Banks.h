@@ -8,14 +8,17 @@
 
 #include "configd/state/Sector.h"
 
+class StateFolder;
+
 class Banks {
  public:
-  // The files are FOLDER/NAME.a and FOLDER/NAME.b.
-  Banks(const std::string& folder, const std::string& name);
+  // The files are FOLDER/NAME.a and FOLDER/NAME.b, of configuration `configID`.
+  Banks(const StateFolder& folder, const std::string& name, eConfigID_t configID);
 
-  // The newest sector that is whole; none when there is none. A damaged file is moved aside and
-  // reported. None either when a file cannot be read at present, for want of descriptors, memory or
-  // permission: GetUnreadable then says why.
+  // The newest sector that is whole; none when there is none. A damaged file, or one of another
+  // configuration, is moved aside and reported. None either when a file cannot be read at present,
+  // for want of descriptors, memory or permission, or as a later configd wrote it: GetUnreadable
+  // then says why.
   std::optional<Sector> Load();
   // For a person; empty when the last Load has read all there is.
   const std::string& GetUnreadable() const { return _unreadable; }
@@ -40,7 +43,8 @@ class Banks {
   static bool MoveAside(const Bank& bank, std::string& newPath);
   Bank& Older();
 
-  const std::string _folder;
+  const StateFolder& _folder;
+  const eConfigID_t _configID;
   std::string _unreadable;
   std::array<Bank, 2> _banks;
 };

@@ -39,8 +39,8 @@ void PresetRegisters::SetResult(ConfigManager& store, const Command& command, un
 
 void PresetRegisters::ReportFailure(const Command& command, unsigned int number,
                                     const std::string& why) {
-  LineWriter::Instance().Write(std::string("configd: ") + command.words + " preset " +
-                               std::to_string(number) + " failed: " + why);
+  LineWriter::Instance().WriteLimited(std::string("configd: ") + command.words + " preset " +
+                                      std::to_string(number) + " failed: " + why);
 }
 
 const PresetRegisters::Command PresetRegisters::kCommands[] = {

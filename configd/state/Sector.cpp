@@ -63,7 +63,8 @@ void SetOdometer(std::vector<char>& bytes, unsigned int odometer) {
   Seal(bytes);
 }
 
-std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why) {
+std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why, SectorFault* fault) {
+  if (fault != nullptr) *fault = SectorFault::kDamaged;
   if (bytes.empty()) {
     why = "is empty";
     return std::nullopt;
@@ -91,6 +92,7 @@ std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why) {
   if (header.GetConfigVersion() != kVersion) {
     why = "is of version " + std::to_string(header.GetConfigVersion()) +
           ", which this configd does not know";
+    if (fault != nullptr && header.GetConfigVersion() > kVersion) *fault = SectorFault::kNewer;
     return std::nullopt;
   }
   stream.SetPos(bytes.data() + kHeaderSize);

@@ -26,6 +26,10 @@ std::vector<char> EncodeSector(Sector sector);
 // Of an encoded sector: counts another save of it.
 void SetOdometer(std::vector<char>& bytes, unsigned int odometer);
 
-// None when the bytes are not a whole sector; `why` then says what is wrong with them, as the end
-// of "it ...".
-std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why);
+enum class SectorFault { kDamaged, kNewer };
+
+// None when the bytes are not a whole sector of this version; `why` then says what is wrong with
+// them, as the end of "it ...". A whole one of a later version is no damage: another configd wrote
+// it and may want it back.
+std::optional<Sector> DecodeSector(std::vector<char> bytes, std::string& why,
+                                   SectorFault* fault = nullptr);

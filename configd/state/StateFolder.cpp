@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -10,6 +13,7 @@
 #include <filesystem>
 #include <new>
 
+#include "configd/LineWriter.h"
 #include "libconfig/base/FileIO.h"
 #include "libconfig/base/Limits.h"
 
@@ -20,6 +24,12 @@ namespace {
 
 constexpr char kSettings[] = "config-";
 constexpr char kPreset[] = "preset-";
+
+// Of the quota, for the device's own configuration alone.
+constexpr std::uint64_t kOwnRoom = std::uint64_t{16} * 1024 * 1024;
+
+// Until the folder at the path is the one that is locked.
+constexpr int kLockAttempts = 3;
 
 int SyncFolder(const std::string& folder) {
   const FileDescriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -43,6 +53,52 @@ StateFolder::~StateFolder() {
   if (_fd >= 0) ::close(_fd);
 }
 
+// The folder at the path, locked. Another one may have taken the place of the one that is held.
+bool StateFolder::Hold(std::string& why) const {
+  constexpr char kAnother[] = "; choose another with --state, or --no-state for none";
+  for (int i = 0; i < kLockAttempts; ++i) {
+    struct stat held;
+    struct stat there;
+    if (_fd >= 0 && ::fstat(_fd, &held) == 0 && ::stat(_path.c_str(), &there) == 0 &&
+        held.st_dev == there.st_dev && held.st_ino == there.st_ino) {
+      return true;
+    }
+    const int fd = ::open(_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+      why = "cannot open the folder " + _path + ": " + std::strerror(errno) + kAnother;
+      return false;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+      ::close(fd);
+      why = "another configd keeps its settings in " + _path +
+            "; stop it, or choose another folder with --state";
+      return false;
+    }
+    if (_fd >= 0) ::close(_fd);
+    _fd = fd;
+  }
+  why = "the folder " + _path + " is replaced over and over" + kAnother;
+  return false;
+}
+
+// What is in it is the device's, and nobody else may slip anything in.
+bool StateFolder::MakeSafe(std::string& why) const {
+  struct stat status;
+  if (::fstat(_fd, &status) != 0 || (status.st_uid != ::geteuid() && status.st_uid != 0)) {
+    why = "the folder " + _path + " belongs to another user; choose one of your own with --state";
+    return false;
+  }
+  if ((status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return true;
+  if (::fchmod(_fd, status.st_mode & 07777 & ~(S_IWGRP | S_IWOTH)) != 0) {
+    why = "others may write into the folder " + _path +
+          "; take that from them (chmod go-w), or choose another with --state";
+    return false;
+  }
+  LineWriter::Instance().Write("configd: others could write into " + _path +
+                               "; that was taken from them");
+  return true;
+}
+
 bool StateFolder::Open(const std::string& path, std::string& why) {
   std::error_code error;
   if (!std::filesystem::is_directory(path, error)) {
@@ -56,28 +112,49 @@ bool StateFolder::Open(const std::string& path, std::string& why) {
     }
   }
   _path = path;
-  _fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (_fd < 0) {
-    why = "cannot open the folder " + path + ": " + std::strerror(errno) +
-          "; choose another with --state, or --no-state for none";
-    return false;
+  return Hold(why) && MakeSafe(why);
+}
+
+bool StateFolder::HasRoom(std::size_t size, bool own, std::string& why) const {
+  std::uint64_t used = 0;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(_path, error)) {
+    std::error_code unknown;
+    const std::uint64_t bytes = entry.file_size(unknown);
+    if (!unknown) used += bytes;
   }
-  if (::flock(_fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-    why = "another configd keeps its settings in " + path +
-          "; stop it, or choose another folder with --state";
-    return false;
+  const std::uint64_t room = own ? _quota : _quota - std::min(_quota / 4, kOwnRoom);
+  if (used + size <= room) return true;
+  why = _path + " holds " + std::to_string(used / 1024) +
+        " KiB, and more is not allowed; remove what is not needed from it, or allow more with "
+        "--state-quota";
+  return false;
+}
+
+bool StateFolder::Replace(const std::string& path, const std::vector<char>& bytes, bool own,
+                          std::string& why) const {
+  if (!Hold(why) || !HasRoom(bytes.size(), own, why)) return false;
+  // More could not be read again.
+  const std::string fresh = path + ".new";
+  int error = bytes.size() > kPresetFile ? EFBIG : WriteSynced(fresh, O_TRUNC, bytes);
+  if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;
+  if (error != 0) {
+    ::unlink(fresh.c_str());
+  } else {
+    error = SyncFolder(_path);
   }
-  return true;
+  if (error != 0) why = fresh + ": " + std::strerror(error);
+  return error == 0;
 }
 
 bool StateFolder::IsWritable() const { return ::access(_path.c_str(), W_OK) == 0; }
 
 Banks StateFolder::SettingsOf(eConfigID_t configID) const {
-  return Banks(_path, kSettings + std::to_string(configID));
+  return Banks(*this, kSettings + std::to_string(configID), configID);
 }
 
 Banks StateFolder::PresetOf(eConfigID_t configID, unsigned int number) const {
-  return Banks(_path, kPreset + std::to_string(configID) + "-" + std::to_string(number));
+  return Banks(*this, kPreset + std::to_string(configID) + "-" + std::to_string(number), configID);
 }
 
 std::set<eConfigID_t> StateFolder::GetConfigurations() const {
@@ -106,20 +183,6 @@ int ReadStateFile(const std::string& path, std::vector<char>& bytes) {
     return ENOMEM;
   }
   return qel::config::ReadWhole(file.Get(), bytes.data(), bytes.size()) ? 0 : errno;
-}
-
-int ReplaceStateFile(const std::string& folder, const std::string& path,
-                     const std::vector<char>& bytes) {
-  // It could not be read again.
-  if (bytes.size() > kPresetFile) return EFBIG;
-  const std::string fresh = path + ".new";
-  int error = WriteSynced(fresh, O_TRUNC, bytes);
-  if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;
-  if (error != 0) {
-    ::unlink(fresh.c_str());
-    return error;
-  }
-  return SyncFolder(folder);
 }
 
 int WriteNewFile(const std::string& path, const std::vector<char>& bytes) {

@@ -2,6 +2,7 @@
 // time.
 #pragma once
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,14 +11,19 @@
 
 class StateFolder {
  public:
-  StateFolder() = default;
+  static constexpr std::uint64_t kQuota = std::uint64_t{256} * 1024 * 1024;
+
+  // `quota` is how many bytes the folder may come to hold, all files in it counted. A part of it is
+  // for the device's own configuration.
+  explicit StateFolder(std::uint64_t quota = kQuota) : _quota(quota) {}
   StateFolder(const StateFolder&) = delete;
   StateFolder& operator=(const StateFolder&) = delete;
   // Leaves it to the next daemon.
   ~StateFolder();
 
-  // Makes the folder where there is none and takes hold of it. False, with `why` for a person, when
-  // that cannot be, or another daemon has it.
+  // Makes the folder where there is none and takes hold of it. Where others than its owner may
+  // write, that is put right and reported. False, with `why` for a person, when that cannot be, or
+  // another daemon has it.
   bool Open(const std::string& path, std::string& why);
 
   const std::string& GetPath() const { return _path; }
@@ -26,23 +32,29 @@ class StateFolder {
   Banks SettingsOf(eConfigID_t configID) const;
   Banks PresetOf(eConfigID_t configID, unsigned int number) const;
 
+  // Replaces the file at `path`, which is in this folder: whatever happens meanwhile, it holds
+  // either what it held before or all of `bytes`; once this has returned true, the loss of power
+  // included. False, with `why` for a person. `own` is for the device's own configuration.
+  bool Replace(const std::string& path, const std::vector<char>& bytes, bool own,
+               std::string& why) const;
+
   // The configurations whose settings it holds, damaged ones included.
   std::set<eConfigID_t> GetConfigurations() const;
 
  private:
+  bool Hold(std::string& why) const;
+  bool MakeSafe(std::string& why) const;
+  bool HasRoom(std::size_t size, bool own, std::string& why) const;
+
+  const std::uint64_t _quota;
   std::string _path;
-  int _fd = -1;
+  mutable int _fd = -1;  // locked; of another folder once that has taken the place of the first
 };
 
 // Files of the state folder, read and replaced as a whole. Results are 0 or an errno.
 
 // Of a regular file that is no link and not unreasonably large.
 int ReadStateFile(const std::string& path, std::vector<char>& bytes);
-
-// Whatever happens meanwhile, `path` holds either what it held before or all of `bytes`; once this
-// has returned 0, the loss of power included.
-int ReplaceStateFile(const std::string& folder, const std::string& path,
-                     const std::vector<char>& bytes);
 
 // Makes `path` anew for the daemon's user alone, in a folder where others may have put something in
 // its place. A file that could not be written whole is removed.

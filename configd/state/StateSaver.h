@@ -1,9 +1,10 @@
-// Keeps the settings of the daemon's stores in the state folder. A change is only noted here;
-// a thread writes it within a second, together with what else has changed meanwhile. A full or
-// read-only disk is reported once and retried with growing pauses.
-// Any thread may call.
+// Keeps the settings of the daemon's stores in the state folder. A change is only noted here, which
+// allocates nothing; a thread writes it within a second, together with what else has changed
+// meanwhile. A configuration that cannot be saved, as the disk is full or read-only say, is
+// reported once and retried with growing pauses of its own. Any thread may call.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -20,31 +21,37 @@ class StateSaver {
   StateSaver& operator=(const StateSaver&) = delete;
 
   // Gives a store that nobody has reached yet what was saved of it. Note is told of its changes.
-  // Null when that cannot be read at present, which is reported.
-  std::shared_ptr<StoredConfig> Restore(ConfigManager& store);
+  // False when that cannot be read at present, which is reported.
+  bool Restore(ConfigManager& store);
+  // For a store of which nothing was noted. Another one of the same number may have been restored
+  // meanwhile.
+  void Forget(const ConfigManager& store, eConfigID_t configID);
 
-  // REQUIRES: the store of `config` lives as long as this.
-  void Note(const std::shared_ptr<StoredConfig>& config, eParam_t param);
+  // REQUIRES: the store was restored here, and lives as long as this.
+  void Note(eConfigID_t configID, eParam_t param);
 
   // Saves what is unsaved and ends the thread. False when something could not be saved, which is
   // then reported. Nothing is saved afterwards.
   bool Stop();
 
  private:
-  using Configs = std::set<std::shared_ptr<StoredConfig>>;
-
   using Worker = qel::config::Worker;
 
+  struct Entry {
+    std::unique_ptr<StoredConfig> config;
+    bool unsaved = false;
+    Worker::Clock::time_point due{};
+    Worker::Clock::duration pause{};  // to the next attempt; zero after a success
+  };
+
   void SaveUnsaved();
-  void ReportOutcome(const std::string& why);
+  bool Save(eConfigID_t configID, Entry& entry);
+  void ReportOutcome(eConfigID_t configID, const std::string& why);
 
   const StateFolder& _folder;
-  // The thread's own.
-  bool _failing = false;  // as reported
-  Worker::Clock::duration _pause{};
+  std::set<eConfigID_t> _failing;  // as reported; the thread's own
 
   qel::config::Mutex _mutex;
-  Configs _unsaved LIBCONFIG_GUARDED_BY(_mutex);
-  Worker::Clock::time_point _retry LIBCONFIG_GUARDED_BY(_mutex);  // not before
+  std::map<eConfigID_t, Entry> _entries LIBCONFIG_GUARDED_BY(_mutex);
   Worker _worker{[this] { SaveUnsaved(); }};
 };

@@ -49,7 +49,11 @@ bool HasValue(Config& store, ConfigValue& value) {
 }
 
 StoredConfig::StoredConfig(ConfigManager& store, Banks banks)
-    : _store(store), _banks(std::move(banks)) {}
+    : _store(store), _banks(std::move(banks)) {
+  for (const eParam_t id : GetParamIDs()) {
+    if (IsSaved(*FindDescriptor(id))) _set[id] = false;
+  }
+}
 
 bool StoredConfig::IsSaved(const ParamDescriptor& param) {
   return param.GetPersistenceType() == ePersist;
@@ -86,10 +90,10 @@ bool StoredConfig::Restore(std::string& why) {
 }
 
 bool StoredConfig::Note(eParam_t param) {
-  const ParamDescriptor* const descriptor = FindDescriptor(param);
-  if (descriptor == nullptr || !IsSaved(*descriptor)) return false;
   MutexLock lock(_mutex);
-  _set.insert(param);
+  const auto found = _set.find(param);
+  if (found == _set.end()) return false;
+  found->second = true;
   return true;
 }
 
@@ -109,8 +113,9 @@ Sector StoredConfig::Collect() {
 bool StoredConfig::Save(std::string& why) {
   {
     MutexLock lock(_mutex);
-    for (const eParam_t id : _set) _notInForce.erase(id);
-    _set.clear();
+    for (auto& param : _set) {
+      if (std::exchange(param.second, false)) _notInForce.erase(param.first);
+    }
   }
   std::vector<char> bytes = EncodeSector(Collect());
   if (bytes == _saved) return true;

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "configd/state/Banks.h"
@@ -21,6 +20,8 @@ class StoredConfig {
  public:
   StoredConfig(ConfigManager& store, Banks banks);
 
+  bool IsOf(const ConfigManager& store) const { return &store == &_store; }
+
   // Gives the store the saved values, where there are any. What the catalogue does not know or
   // would not take is reported, and stays in the file. False, with `why` for a person, when the
   // file cannot be read at present. REQUIRES: nobody listens to the store yet.
@@ -29,7 +30,7 @@ class StoredConfig {
   // Whether the value of `param` is one that is saved.
   static bool IsSaved(const ParamDescriptor& param);
 
-  // Notes that `param` was set. False when it is none that is saved.
+  // Notes that `param` was set, without an allocation. False when it is none that is saved.
   bool Note(eParam_t param);
 
   // Writes the values, unless they are those in the file. False, with `why` for a person, when they
@@ -47,5 +48,6 @@ class StoredConfig {
   std::map<eParam_t, std::unique_ptr<ConfigValue>> _notInForce;
   std::vector<char> _saved;  // as encoded with odometer 0
   qel::config::Mutex _mutex;
-  std::set<eParam_t> _set LIBCONFIG_GUARDED_BY(_mutex);  // since the last save
+  // Of each parameter that is saved: whether it was set since the last save.
+  std::map<eParam_t, bool> _set LIBCONFIG_GUARDED_BY(_mutex);
 };

@@ -16,6 +16,7 @@
 #include "configd/state/StateFolder.h"
 #include "configd/state/StoredConfig.h"
 #include "tests/configd/FailingCalls.h"
+#include "tests/configd/HeldFolder.h"
 #include "tests/testing/Folder.h"
 #include "tests/testing/Names.h"
 
@@ -45,10 +46,16 @@ std::string Describe(const std::optional<Sector>& sector) {
   return value == 1 ? string : "damage";
 }
 
-std::string Load(const Folder& folder) { return Describe(Banks(folder.GetPath(), "s").Load()); }
+// The banks of configuration 3 in a folder that the daemon has taken hold of.
+struct OwnBanks : private HeldFolder, public Banks {
+  explicit OwnBanks(const Folder& folder, std::uint64_t quota = StateFolder::kQuota)
+      : HeldFolder(folder.GetPath(), quota), Banks(state, "s", static_cast<eConfigID_t>(3)) {}
+};
+
+std::string Load(const Folder& folder) { return Describe(OwnBanks(folder).Load()); }
 
 bool Save(const Folder& folder, const std::string& text) {
-  Banks banks(folder.GetPath(), "s");
+  OwnBanks banks(folder);
   banks.Load();
   std::string why;
   const bool saved = banks.Save(EncodeSector(MakeSector(text)), why);
@@ -130,7 +137,7 @@ TEST(Banks, HoldTheStateBeforeOrTheStateAfterWhateverCallOfASaveFails) {
       ASSERT_TRUE(Save(folder, "before"));
       const pid_t child = ::fork();
       if (child == 0) {
-        Banks banks(folder.GetPath(), "s");
+        OwnBanks banks(folder);
         banks.Load();
         const std::vector<char> bytes = EncodeSector(MakeSector("after"));
         std::string why;
@@ -170,9 +177,9 @@ TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
     wrecks.back()[i] = static_cast<char>(wrecks.back()[i] ^ 1 << i % 8);
   }
   // Whole in themselves, and still not what they should be: the version, a record of another class,
-  // a list that promises more than it holds and one whose last item is cut.
+  // another configuration, a list that promises more than it holds and one whose last item is cut.
   for (const auto& change : std::vector<std::pair<std::size_t, char>>{
-           {11, 9}, {19, 6}, {31, 7}, {whole.size() - 5, 'x'}}) {
+           {11, 0}, {19, 6}, {27, 4}, {31, 7}, {whole.size() - 5, 'x'}}) {
     wrecks.push_back(whole);
     wrecks.back()[change.first] = change.second;
     SetChecksum(wrecks.back());
@@ -189,11 +196,39 @@ TEST(Banks, MoveAsideWhatIsDamagedAndUseTheOther) {
   }
 }
 
+// Factory values in the place of what a later daemon has saved would be a loss.
+TEST(Banks, LeaveAloneWhatALaterVersionWrote) {
+  const Folder folder;
+  ASSERT_TRUE(Save(folder, "later"));
+  std::string later = folder.Read("s.a");
+  later[11] = 2;
+  SetChecksum(later);
+  folder.Write("s.a", later);
+  OwnBanks banks(folder);
+  EXPECT_EQ("nothing", Describe(banks.Load()));
+  EXPECT_THAT(banks.GetUnreadable(), HasSubstr("s.a is of version 2, which this configd does not "
+                                               "know: start the configd that wrote it"));
+  std::string why;
+  EXPECT_FALSE(banks.Save(EncodeSector(MakeSector("own")), why));
+  EXPECT_EQ(later, folder.Read("s.a"));
+}
+
+TEST(Banks, TakeNoMoreThanTheirShare) {
+  const Folder folder;
+  OwnBanks banks(folder, 65536);
+  banks.Load();
+  std::string why;
+  EXPECT_TRUE(banks.Save(EncodeSector(MakeSector(std::string(30000, 'x'))), why));
+  EXPECT_FALSE(banks.Save(EncodeSector(MakeSector(std::string(30000, 'x'))), why));
+  EXPECT_THAT(why, HasSubstr(" KiB, and more is not allowed; remove what is not needed from it"));
+  EXPECT_EQ(1U, folder.CountFiles());
+}
+
 TEST(Banks, LeaveAloneWhatCannotBeReadForTheMoment) {
   const Folder folder;
   ASSERT_TRUE(Save(folder, "older"));
   ASSERT_TRUE(Save(folder, "newer"));
-  Banks banks(folder.GetPath(), "s");
+  OwnBanks banks(folder);
   rlimit limit;
   ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
   const rlimit none = {3, limit.rlim_max};

@@ -1,5 +1,8 @@
 // The daemon that forgets nothing: killed, ended, without space, and told to keep nothing.
+#include <arpa/inet.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <map>
@@ -160,6 +163,52 @@ TEST(Persistence, GoesOnWithoutItsFolderAndSavesWhenItIsBack) {
   EXPECT_EQ(1, next.End(SIGTERM));
   EXPECT_THAT(next.GetOutput(), HasSubstr("configd: the last changes could not be saved and are "
                                           "lost\n"));
+}
+
+// The folder in the way of config-3.a.new fails every save of that one.
+TEST(Persistence, LetsNoConfigurationHoldUpTheOthers) {
+  const Folder folder;
+  Daemon daemon({"--state", folder.GetPath()});
+  fs::create_directory(folder / "config-3.a.new");
+  Client(daemon, 3).Name("stuck");
+  EXPECT_TRUE(
+      daemon.WaitForOutput("configd: settings cannot be saved: " + folder / "config-3.a.new"));
+  const auto begin = std::chrono::steady_clock::now();
+  Client(daemon).Name("saved");
+  EXPECT_TRUE(Eventually([&] { return HasBank(folder, "config-0.a"); }));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+  fs::remove(folder / "config-3.a.new");
+  EXPECT_TRUE(daemon.WaitForOutput("configd: settings are saved again\n"));
+}
+
+TEST(Persistence, TakesTheFolderFromOthers) {
+  const Folder folder;
+  fs::permissions(folder.GetPath(), fs::perms::all);
+  Daemon daemon({"--state", folder.GetPath()});
+  EXPECT_THAT(daemon.GetOutput(),
+              HasSubstr("configd: others could write into " + folder.GetPath()));
+  EXPECT_EQ(fs::perms(0755), fs::status(folder.GetPath()).permissions());
+}
+
+// A peer has much to complain about, and nobody reads the daemon's standard error.
+TEST(Persistence, ServesAlthoughNobodyReadsItsErrors) {
+  Daemon daemon;
+  const std::string udp = "udp" + daemon.GetURI().substr(3);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(std::stoi(daemon.GetPort())));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  for (int i = 0; i < 3000; ++i) {
+    ::sendto(fd, "what?", 5, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  }
+  ::close(fd);
+  Config* const config = ConfigFactoryImpl::GetInstance()->Connect(udp);
+  ASSERT_NE(nullptr, config);
+  EXPECT_EQ(1, config->Set(eParamID_IPConfig, 1U));
+  EXPECT_TRUE(ConfigFactoryImpl::GetInstance()->Disconnect(config));
+  EXPECT_EQ(0, daemon.End(SIGTERM));
+  EXPECT_THAT(daemon.GetOutput(), HasSubstr(" more were left out that begin with "));
 }
 
 TEST(Persistence, TakesTheServiceManagersFolderUnlessToldOtherwise) {

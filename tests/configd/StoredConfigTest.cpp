@@ -4,6 +4,7 @@
 
 #include "configd/state/StoredConfig.h"
 #include "tests/configd/FailingCalls.h"
+#include "tests/configd/HeldFolder.h"
 #include "tests/testing/Folder.h"
 #include "tests/testing/Names.h"
 
@@ -15,7 +16,7 @@ class StoredConfigTest : public ::testing::Test {
  protected:
   StoredConfigTest() { CreateDescriptors(); }
 
-  Banks OwnBanks() { return Banks(_folder.GetPath(), "config-0"); }
+  Banks OwnBanks() { return _held.state.SettingsOf(eConfigID_Default); }
   unsigned int Odometer() {
     const auto sector = OwnBanks().Load();
     return sector ? sector->odometer : 0;
@@ -34,6 +35,7 @@ class StoredConfigTest : public ::testing::Test {
   }
 
   const Folder _folder;
+  const HeldFolder _held{_folder.GetPath()};
 };
 
 // A store as the factory would have made it.
