@@ -138,10 +138,12 @@ void LineWriter::WriteLimited(const std::string& line) noexcept {
 
 void LineWriter::Flush(std::chrono::milliseconds limit) {
   const auto deadline = Worker::Clock::now() + limit;
-  _worker.Wake();
+  const auto isWaiting = [](const Kind& kind) { return kind.leftOut > 0; };
   MutexLock lock(_mutex);
   _nextTold = {};
-  while ((!_lines.empty() || _writing) && _written.WaitUntil(_mutex, deadline)) {
+  _worker.Wake();
+  while ((!_lines.empty() || _writing || std::any_of(_kinds.begin(), _kinds.end(), isWaiting)) &&
+         _written.WaitUntil(_mutex, deadline)) {
   }
 }
 

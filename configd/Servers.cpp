@@ -10,6 +10,7 @@ namespace {
 
 // Ports that are tried when the system chooses: one that is free for TCP may be taken for UDP.
 constexpr int kAttempts = 50;
+constexpr std::chrono::seconds kEnd(1);  // of a server that nobody has reached
 
 const char* Advice(int error) {
   switch (error) {
@@ -50,7 +51,7 @@ bool Servers::StartAll(const std::string& address, int port, bool udp, int& erro
   if (!udp) return true;
   _udp = true;
   if (Start(SOCK_DGRAM, address, _port, error)) return true;
-  Stop();
+  Stop(kEnd);
   return false;
 }
 
@@ -70,9 +71,15 @@ bool Servers::Open(const std::string& address, int port, bool udp) {
   return false;
 }
 
-void Servers::Stop() {
-  for (NetworkServer* const server : _servers) server->Stop();
+bool Servers::Stop(std::chrono::milliseconds limit) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  bool ended = true;
+  for (NetworkServer* const server : _servers) {
+    const auto left = deadline - std::chrono::steady_clock::now();
+    ended &= server->StopAll(std::chrono::duration_cast<std::chrono::milliseconds>(left));
+  }
   _servers.clear();
+  return ended;
 }
 
 std::vector<std::string> Servers::GetURIs() const {

@@ -1,6 +1,7 @@
 // What the daemon serves over the network.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,8 @@ class Servers {
   // All of them or none: false after one line on standard error that says what to do. Port 0 lets
   // the system choose.
   bool Open(const std::string& address, int port, bool udp);
-  void Stop();
+  // Ends the connections, too. False when some of them may still set something after `limit`.
+  bool Stop(std::chrono::milliseconds limit);
 
   // The port that is served. REQUIRES: Open succeeded.
   int GetPort() const { return _port; }

@@ -28,6 +28,8 @@ namespace {
 constexpr int kDefaultPort = 43110;
 // How long a slow reader of its output may delay the daemon's start and end.
 constexpr std::chrono::milliseconds kFlush(500);
+// And how long a client that is being served.
+constexpr std::chrono::milliseconds kEnd(2000);
 
 enum Status { kDone = 0, kFailed = 1, kUsage = 2 };
 
@@ -169,14 +171,16 @@ int Serve(const Options& options) {
   }
   service_manager::Notify("STOPPING=1");
   qel::config::SilenceMessages();  // what the servers' threads report from here on helps nobody
-  servers.Stop();
+  // What a client has read back before its connection ended is saved.
+  const bool ended = servers.Stop(kEnd);
   queue.reset();
   const bool saved = keeper->Stop();
   if (!saved) out.Write("configd: the last changes could not be saved and are lost");
+  if (!ended) out.Write("configd: a client was still being served; its last changes may be lost");
   out.Write("configd: ended");
   out.Flush(kFlush);
   LineWriter::Errors().Flush(kFlush);
-  return saved ? kDone : kFailed;
+  return saved && ended ? kDone : kFailed;
 }
 
 int Run(int argc, char** argv) {

@@ -40,6 +40,7 @@ class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
   std::shared_ptr<void> Take(NetworkTCPConnection& connection) {
     {
       MutexLock lock(_mutex);
+      if (_ended) return nullptr;
       if (_connections.size() >= qel::config::limits::kTcpPeers) {
         const auto silent = std::find_if(_connections.begin(), _connections.end(),
                                          [](const auto* peer) { return !peer->HasConnected(); });
@@ -48,15 +49,31 @@ class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
         _connections.erase(silent);
       }
       _connections.push_back(&connection);
+      ++_living;
     }
     return {&connection, [self = shared_from_this()](NetworkTCPConnection* peer) {
               MutexLock lock(self->_mutex);
               self->_connections.remove(peer);  // unless its place was given away
+              --self->_living;
+              self->_left.Broadcast();
             }};
+  }
+
+  // Ends all of them, and takes no more. False when `deadline` passed before they were gone.
+  bool End(std::chrono::steady_clock::time_point deadline) {
+    MutexLock lock(_mutex);
+    _ended = true;
+    for (NetworkTCPConnection* const peer : _connections) peer->Stop();
+    while (_living > 0 && _left.WaitUntil(_mutex, deadline)) {
+    }
+    return _living == 0;
   }
 
  private:
   qel::config::Mutex _mutex;
+  qel::config::Condition _left;
+  bool _ended LIBCONFIG_GUARDED_BY(_mutex) = false;
+  unsigned _living LIBCONFIG_GUARDED_BY(_mutex) = 0;  // those that gave their place away, too
   std::list<NetworkTCPConnection*> _connections LIBCONFIG_GUARDED_BY(_mutex);  // the oldest first
 };
 
@@ -73,9 +90,24 @@ struct NetworkServer::Ending {
     while (!reached) condition.Wait(mutex);
   }
 
+  // The thread serves no more.
+  void NoteServed() {
+    MutexLock lock(mutex);
+    served = true;
+    condition.Broadcast();
+  }
+
+  bool AwaitServed(std::chrono::steady_clock::time_point deadline) {
+    MutexLock lock(mutex);
+    while (!served && condition.WaitUntil(mutex, deadline)) {
+    }
+    return served;
+  }
+
   qel::config::Mutex mutex;
   qel::config::Condition condition;
   bool reached LIBCONFIG_GUARDED_BY(mutex) = false;
+  bool served LIBCONFIG_GUARDED_BY(mutex) = false;
 };
 
 NetworkServer::NetworkServer(int family, int type, int port, std::string address)
@@ -129,6 +161,17 @@ void NetworkServer::Stop() {
   ending->Reach();
 }
 
+bool NetworkServer::StopAll(std::chrono::milliseconds limit) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  const std::shared_ptr<Ending> ending = _ending;
+  _stop = true;
+  _socket->close();
+  const bool gone = _peers->End(deadline);
+  const bool served = ending->AwaitServed(deadline);
+  ending->Reach();
+  return gone && served;
+}
+
 void* NetworkServer::pthread_start(void* object) {
   auto* const server = static_cast<NetworkServer*>(object);
   try {
@@ -138,6 +181,7 @@ void* NetworkServer::pthread_start(void* object) {
   } catch (...) {
     // Out of memory: the server ends, its connections go on.
   }
+  server->_ending->NoteServed();
   server->_ending->Await();
   delete server;
   return nullptr;

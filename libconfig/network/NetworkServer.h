@@ -13,6 +13,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -40,6 +41,10 @@ class LIBCONFIG_API NetworkServer {
   bool Init();
   bool Start();
   void Stop();
+  // In the place of Stop, where the stores are to be saved next: ends the connections, too, and
+  // returns when none of them and not the server's thread will touch a store again. False when
+  // `limit` passed first.
+  bool StopAll(std::chrono::milliseconds limit);
 
   // The port that is served; 0 without a socket.
   int GetPort();

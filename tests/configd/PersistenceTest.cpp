@@ -4,9 +4,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <thread>
 
 #include "libconfig/libconfig.h"
 #include "tests/testing/Daemon.h"
@@ -115,6 +117,30 @@ TEST(Persistence, SavesBeforeItEnds) {
     EXPECT_EQ(0, daemon.End(signal));
     Daemon next({"--state", folder.GetPath()});
     EXPECT_EQ(name, Client(next).GetName());
+  }
+}
+
+// A client that sets and reads back until its connection ends; the next daemon has the last value
+// that was read, or the one that was sent after it.
+TEST(Persistence, SavesAllThatAClientHasReadBack) {
+  const Folder folder;
+  for (int round = 0; round < 10; ++round) {
+    Daemon daemon({"--state", folder.GetPath()});
+    std::atomic<unsigned int> last{0};
+    std::thread client([&] {
+      Client config(daemon);
+      unsigned int read = 0;
+      for (unsigned int i = 1; config->Set(eParamID_IntervalFrames, i % 9000 + 1) != 0; ++i) {
+        if (config->Get(eParamID_IntervalFrames, read) == 0) break;
+        last = read;
+      }
+    });
+    EXPECT_TRUE(Eventually([&] { return last > 20; }));
+    EXPECT_EQ(0, daemon.End(SIGTERM));
+    client.join();
+    Daemon next({"--state", folder.GetPath()});
+    EXPECT_THAT(Client(next)->Get(eParamID_IntervalFrames),
+                ::testing::AnyOf(last.load(), last + 1));
   }
 }
 
