@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 
 #include "configctl/Failure.h"
 #include "libconfig/base/FileIO.h"
@@ -68,10 +69,17 @@ Failure CannotWrite(const std::string& path) {
   return Cannot("write", path, "fix this, or name another file");
 }
 
-std::string Folder(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
+// A path as the folder and the name in it.
+struct Destination {
+  explicit Destination(const std::string& path)
+      : name(path.substr(path.rfind('/') + 1)),
+        folder(
+            ::open(name.size() == path.size() ? "." : path.substr(0, path.rfind('/') + 1).c_str(),
+                   O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+
+  const std::string name;
+  const FileDescriptor folder;
+};
 
 mode_t Umask() {
   const mode_t mask = ::umask(0);
@@ -81,16 +89,18 @@ mode_t Umask() {
 
 // A new file beside `target`, on the disk. Returns its name; empty, and nothing is left, when that
 // failed.
-std::string WriteBeside(const std::string& target, const std::string& content, mode_t mode) {
-  std::string name = target + ".XXXXXX";
-  const FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
+std::string WriteBeside(const Destination& target, const std::string& content, mode_t mode) {
+  std::random_device random;
+  const std::string name = target.name + "." + std::to_string(random()) + ".new";
+  const FileDescriptor file(::openat(target.folder.Get(), name.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwner));
   if (file.Get() < 0) return {};
   if (qel::config::WriteWhole(file.Get(), content.data(), content.size()) &&
       ::fchmod(file.Get(), mode) == 0 && ::fsync(file.Get()) == 0) {
     return name;
   }
   const int error = errno;
-  ::unlink(name.c_str());
+  ::unlinkat(target.folder.Get(), name.c_str(), 0);
   errno = error;
   return {};
 }
@@ -130,15 +140,19 @@ std::string ReadFile(const std::string& path, std::size_t limit) {
 }
 
 void ReplaceFile(const std::string& path, const std::string& content, Readers readers) {
-  const std::string target = FollowLinks(path);
+  const Destination target(path);
+  if (target.folder.Get() < 0) throw CannotWrite(path);
   mode_t mode = kUsual & ~Umask();
   struct stat before = {};
-  if (::stat(target.c_str(), &before) == 0) {
-    if (!S_ISREG(before.st_mode)) {
-      throw Failure(Status::kRefused, programs::Quote(path) +
-                                          " is no regular file, and nothing was written; name "
-                                          "another file");
-    }
+  // A link to a device, such as /dev/stdout, is not replaced either.
+  if (::fstatat(target.folder.Get(), target.name.c_str(), &before, 0) == 0 &&
+      !S_ISREG(before.st_mode)) {
+    throw Failure(Status::kRefused, programs::Quote(path) +
+                                        " is no regular file, and nothing was written; name "
+                                        "another file");
+  }
+  if (::fstatat(target.folder.Get(), target.name.c_str(), &before, AT_SYMLINK_NOFOLLOW) == 0 &&
+      S_ISREG(before.st_mode)) {
     mode = before.st_mode & kPermissions;
   }
   if (readers == Readers::kOwnerOnly) mode &= kOwner;
@@ -147,16 +161,16 @@ void ReplaceFile(const std::string& path, const std::string& content, Readers re
   const std::string beside = WriteBeside(target, content, mode);
   if (beside.empty()) throw CannotWrite(path);
   if (end.HasCome()) {
-    ::unlink(beside.c_str());
+    ::unlinkat(target.folder.Get(), beside.c_str(), 0);
     return;  // no further than to the end of `end`
   }
-  if (std::rename(beside.c_str(), target.c_str()) != 0) {
+  if (::renameat(target.folder.Get(), beside.c_str(), target.folder.Get(), target.name.c_str()) !=
+      0) {
     const Failure failure = CannotWrite(path);
-    ::unlink(beside.c_str());
+    ::unlinkat(target.folder.Get(), beside.c_str(), 0);
     throw failure;
   }
-  const FileDescriptor folder(::open(Folder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder.Get() >= 0) ::fsync(folder.Get());
+  ::fsync(target.folder.Get());
 }
 
 }  // namespace configctl

@@ -19,10 +19,10 @@ std::string ReadFile(const std::string& path, std::size_t limit);
 enum class Readers { kAsUsual, kOwnerOnly };
 
 // `path` then holds `content`, or what it held before if that cannot be done: another file is
-// written beside it, brought to the disk and put in its place. A link stays, and what it leads to
-// is replaced. A file that is replaced keeps its permissions, as far as `readers` lets it. A signal
-// that ends the program takes effect behind the writing, and nothing is left beside `path`. Throws
-// Failure.
+// written beside it, brought to the disk and put in its place. A link is replaced, and what it
+// leads to stays. A file that is replaced keeps its permissions, as far as `readers` lets it. A
+// signal that ends the program takes effect behind the writing, and nothing is left beside `path`.
+// Throws Failure.
 void ReplaceFile(const std::string& path, const std::string& content, Readers readers);
 
 }  // namespace configctl

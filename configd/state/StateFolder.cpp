@@ -37,8 +37,8 @@ int SyncFolder(const std::string& folder) {
   return ::fsync(fd.Get()) == 0 ? 0 : errno;
 }
 
-int WriteSynced(const std::string& path, int flags, const std::vector<char>& bytes) {
-  const int fd = qel::config::OpenRegular(path.c_str(), O_WRONLY | O_CREAT | flags, 0600);
+// Takes over `fd`, which may be -1 with errno set.
+int WriteSynced(int fd, const std::vector<char>& bytes) {
   if (fd < 0) return errno;
   int error = 0;
   if (!qel::config::WriteWhole(fd, bytes.data(), bytes.size()) || ::fsync(fd) != 0) error = errno;
@@ -136,7 +136,11 @@ bool StateFolder::Replace(const std::string& path, const std::vector<char>& byte
   if (!Hold(why) || !HasRoom(bytes.size(), own, why)) return false;
   // More could not be read again.
   const std::string fresh = path + ".new";
-  int error = bytes.size() > kPresetFile ? EFBIG : WriteSynced(fresh, O_TRUNC, bytes);
+  int error =
+      bytes.size() > kPresetFile
+          ? EFBIG
+          : WriteSynced(qel::config::OpenRegular(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600),
+                        bytes);
   if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;
   if (error != 0) {
     ::unlink(fresh.c_str());
@@ -186,8 +190,8 @@ int ReadStateFile(const std::string& path, std::vector<char>& bytes) {
 }
 
 int WriteNewFile(const std::string& path, const std::vector<char>& bytes) {
-  ::unlink(path.c_str());
-  const int error = WriteSynced(path, O_EXCL, bytes);
-  if (error != 0 && error != EEXIST) ::unlink(path.c_str());
+  const int fd = qel::config::CreateInPlaceOfOwn(path.c_str(), O_WRONLY, 0600);
+  const int error = WriteSynced(fd, bytes);
+  if (fd >= 0 && error != 0) ::unlink(path.c_str());
   return error;
 }

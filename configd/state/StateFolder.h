@@ -57,5 +57,6 @@ class StateFolder {
 int ReadStateFile(const std::string& path, std::vector<char>& bytes);
 
 // Makes `path` anew for the daemon's user alone, in a folder where others may have put something in
-// its place. A file that could not be written whole is removed.
+// its place: what is not a file of the daemon's own is an error and stays. A file that could not be
+// written whole is removed.
 int WriteNewFile(const std::string& path, const std::vector<char>& bytes);

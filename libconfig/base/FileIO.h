@@ -54,6 +54,24 @@ inline int OpenRegular(const char* path, int flags, mode_t mode = 0, Links links
   return -1;
 }
 
+// A new file at `path`, open for writing, in a folder where others may have put something in its
+// place: a regular file of the caller's own is removed first. -1 with errno set for anything else
+// that is there: a link, a folder, what belongs to another.
+inline int CreateInPlaceOfOwn(const char* path, int flags, mode_t mode) {
+  struct stat there;
+  if (::lstat(path, &there) == 0) {
+    const bool own = there.st_uid == ::geteuid();
+    if (!S_ISREG(there.st_mode) || !own) {
+      errno = S_ISLNK(there.st_mode) ? ELOOP : S_ISDIR(there.st_mode) ? EISDIR : EEXIST;
+      return -1;
+    }
+    if (::unlink(path) != 0 && errno != ENOENT) return -1;
+  } else if (errno != ENOENT) {
+    return -1;
+  }
+  return ::open(path, flags | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+}
+
 // Repeats transfer(done) until `size` bytes are through. False, with errno set, when that cannot be
 // had; a transfer that ends early is EIO.
 template <typename Transfer>

@@ -67,7 +67,7 @@ std::string PresetsParamVector::GetPath(eConfigID_t reg) {
 }
 
 bool PresetsParamVector::Spill(const std::string& path) {
-  const FileDescriptor file(OpenRegular(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0));
+  const FileDescriptor file(CreateInPlaceOfOwn(path.c_str(), O_RDWR, 0));
   if (file.Get() < 0) {
     ReportErrno("open failed");
     Report("File::write_file - open %s failed\n", path.c_str());
