@@ -1,8 +1,5 @@
 // The process-wide factory: which URI leads where.
 
-#include <atomic>
-#include <thread>
-
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/access/ConfigURI.h"

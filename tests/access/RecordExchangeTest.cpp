@@ -4,10 +4,8 @@
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
-#include <functional>
 #include <mutex>
 #include <new>
-#include <thread>
 
 #include "libconfig/access/RecordExchange.h"
 #include "tests/testing/Eventually.h"
@@ -152,31 +150,9 @@ TEST_F(Exchanges, GoOnWhenMemoryRunsOutInAnotherThreadsRead) {
   EXPECT_TRUE(records->IsEnded());
 }
 
-TEST_F(Exchanges, HaveTheirTurnInOrderAndInTime) {
-  std::vector<int> order;
-  std::vector<std::thread> threads;
-  {
-    const RecordExchange::Turn first(*records, kForever);
-    for (int i = 0; i < 3; ++i) {
-      std::atomic<bool> begun{false};
-      threads.emplace_back([&, i] {
-        begun = true;
-        const RecordExchange::Turn turn(*records, kForever);
-        if (turn.IsMine()) order.push_back(i);
-      });
-      ASSERT_TRUE(Eventually([&] { return begun.load(); }));
-      std::this_thread::sleep_for(milliseconds(20));
-    }
-    EXPECT_EQ(Received::kNotSent, Ask(1, milliseconds(1)));
-    EXPECT_EQ(ETIMEDOUT, errno);
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ((std::vector<int>{0, 1, 2}), order);
-}
-
 // The cancellation is pending when the thread begins to wait, as not every emulator can unwind from
 // a signal.
-TEST_F(Exchanges, GoOnAfterAThreadIsCancelledThatWaitsForItsTurn) {
+TEST_F(Exchanges, WaitForTheirTurnInTimeAndMayBeCancelledMeanwhile) {
   {
     const RecordExchange::Turn first(*records, kForever);
     std::thread cancelled([this] {
@@ -184,6 +160,8 @@ TEST_F(Exchanges, GoOnAfterAThreadIsCancelledThatWaitsForItsTurn) {
       const RecordExchange::Turn turn(*records, kForever);
     });
     cancelled.join();
+    EXPECT_EQ(Received::kNotSent, Ask(1, milliseconds(1))) << "nor has this one its turn";
+    EXPECT_EQ(ETIMEDOUT, errno);
   }
   EXPECT_EQ(Received::kTimeout, Ask(1, milliseconds(1)));
   records->Close();

@@ -1,6 +1,5 @@
 // What every Config does, whatever it takes to reach the store. Where a way stands apart, the table
 // of ways says so.
-#include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigEvent.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/IntegerDescriptor.h"
@@ -131,25 +130,6 @@ TEST_P(Configs, CallAListenerAsOftenAsTheyKeepIt) {
   unsigned value;
   const int result = _config->Get(eParamID_MediaUpdated, value);
   EXPECT_EQ(Is(kLivesWithoutListeners) ? Read(2) : 0, result);
-}
-
-TEST_P(Configs, ShowEachOtherTheirChanges) {
-  if (!Is(kHears)) GTEST_SKIP() << "changes do not come this way";
-  Config* const other = Connect();
-  RecordingListener listener;
-  ASSERT_EQ(1, other->AddConfigEventListener(&listener));
-  // A cache only hears of changes when it listens itself.
-  if (Is(kCached)) {
-    auto* const cache = dynamic_cast<ConfigCache*>(other);
-    ASSERT_NE(nullptr, cache);
-    ASSERT_EQ(1, other->AddConfigEventListener(cache));
-  }
-  // The answer says that the registration has arrived.
-  other->Get(eParamID_IPConfig);
-  _config->Set(eParamID_IPConfig, 2U);
-  ASSERT_TRUE(listener.WaitFor(eParamID_IPConfig, "2"));
-  EXPECT_TRUE(Eventually([&] { return other->Get(eParamID_IPConfig) == 2U; }));
-  GiveBack(other);
 }
 
 TEST_P(Configs, AnswerWhatTheyDoNotOfferWithNothing) {

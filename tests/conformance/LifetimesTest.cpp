@@ -1,10 +1,6 @@
 // How listeners come and go, and how a Config ends while others are inside it, whatever it takes to
 // reach the store. What sets a way apart is in the table of ways.
-#include <atomic>
 #include <future>
-#include <memory>
-#include <string>
-#include <thread>
 
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigEvent.h"

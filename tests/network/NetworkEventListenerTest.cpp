@@ -1,11 +1,6 @@
 // Events as a queue that a thread waits on.
 #include <time.h>
 
-#include <atomic>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/network/NetworkEventListener.h"

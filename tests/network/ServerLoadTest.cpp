@@ -1,9 +1,6 @@
 // Many peers, slow peers and hostile ones: none of them is noticed by the others.
-#include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <random>
-#include <thread>
 
 #include "libconfig/network/NetworkServer.h"
 #include "libconfig/network/Socket.h"

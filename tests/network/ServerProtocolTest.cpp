@@ -1,8 +1,5 @@
 // What a server says to peers that speak the protocol, byte by byte.
-#include <memory>
 #include <numeric>
-#include <string>
-#include <thread>
 
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/Outbox.h"

@@ -1,7 +1,4 @@
 // The library's TCP client against servers that a test plays, and against the real one.
-#include <atomic>
-#include <memory>
-#include <thread>
 
 #include "libconfig/network/NetworkFactory.h"
 #include "libconfig/network/NetworkTCPClient.h"
@@ -217,12 +214,8 @@ TEST(TcpClient, ReadsConfigurationNumbersAndTransportsFromItsURI) {
               HasSubstr("NetworkFactory::Connect - unable to read configid, matches = 0, uri = " +
                         bad + "\n"));
   EXPECT_EQ(0, client->GetConfigID());
-  for (const char* port : {"0", "-1", "65536", "4294967297"}) {
-    CaptureStderr();
-    EXPECT_EQ(nullptr, factory.Connect("tcp://127.0.0.1:" + std::string(port)));
-    EXPECT_THAT(GetCapturedStderr(),
-                HasSubstr("NetworkFactory::Connect - failed to connect to host 127.0.0.1, port "));
-  }
+  EXPECT_THAT(MessagesOf([&] { EXPECT_EQ(nullptr, factory.Connect("tcp://127.0.0.1:65536")); }),
+              HasSubstr("NetworkFactory::Connect - failed to connect to host 127.0.0.1, port "));
   CaptureStderr();
   EXPECT_EQ(nullptr, factory.Connect("ftp://127.0.0.1:1"));
   EXPECT_EQ("NetworkFactory::Connect - The transport for ftp://127.0.0.1:1 is not supported\n",

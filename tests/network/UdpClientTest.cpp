@@ -2,9 +2,6 @@
 #include <ifaddrs.h>
 #include <unistd.h>
 
-#include <memory>
-#include <string>
-
 #include "libconfig/network/NetworkFactory.h"
 #include "libconfig/network/NetworkUDPClient.h"
 #include "tests/testing/Names.h"

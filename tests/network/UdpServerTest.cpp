@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <numeric>
-#include <string>
 
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"

@@ -1,8 +1,6 @@
 // configctl over message queues, as a technician would use it.
 #include <sys/resource.h>
 
-#include <memory>
-
 #include "libconfig/libconfig.h"
 #include "tests/programs/Programs.h"
 #include "tests/testing/Emulator.h"

@@ -2,8 +2,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <atomic>
-#include <thread>
 
 #include "tests/queue/FakeDaemon.h"
 #include "tests/testing/Names.h"
@@ -13,10 +11,8 @@ namespace {
 
 class QueueConnection : public QueueTest {
  protected:
-  std::string FailToConnect(PosixMQFactory& factory) {
-    CaptureStderr();
-    EXPECT_EQ(nullptr, factory.Connect(""));
-    return GetCapturedStderr();
+  static std::string FailToConnect(PosixMQFactory& factory) {
+    return MessagesOf([&] { EXPECT_EQ(nullptr, factory.Connect("")); });
   }
 
   static std::string ResponseName(unsigned number) {
@@ -56,22 +52,24 @@ TEST_F(QueueConnection, SaysWhyTheDaemonDoesNotAcceptIt) {
     return "PosixMQFactory::Connect - failed to confirm connection " + ResponseName(number) +
            " with server\n";
   };
-  spoil = [](WordList& words) { words[5] = 12; };
-  EXPECT_EQ("PosixMQFactory::ConfirmConnection: server responded with error 12\n" + lastLine(0),
-            FailToConnect(factory));
-  EXPECT_FALSE(TestQueue::Existing(ResponseName(0)).IsOpen());
-  spoil = [](WordList& words) { words[0] = 33; };
-  EXPECT_EQ("PosixMQFactory::ConfirmConnection: unexpected msgtype == 33\n" + lastLine(1),
-            FailToConnect(factory));
-  spoil = [](WordList& words) { words[2] = 9; };
-  EXPECT_EQ(
-      "IsValidResponse - request.requestID (2) != response.requestID (9)\n"
-      "PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" +
-          lastLine(2),
-      FailToConnect(factory));
-  spoil = [](WordList& words) { words.resize(6); };
-  EXPECT_EQ("PosixMQFactory::ConfirmConnection: mismatched msgInfo\n" + lastLine(3),
-            FailToConnect(factory));
+  const struct {
+    std::function<void(WordList&)> spoil;
+    const char* complaint;
+  } cases[] = {
+      {[](WordList& words) { words[5] = 12; }, "server responded with error 12\n"},
+      {[](WordList& words) { words[0] = 33; }, "unexpected msgtype == 33\n"},
+      {[](WordList& words) { words[2] = 9; }, "mismatched msgInfo\n"},
+      {[](WordList& words) { words.resize(6); }, "mismatched msgInfo\n"},
+  };
+  unsigned number = 0;
+  for (const auto& c : cases) {
+    spoil = c.spoil;
+    EXPECT_EQ(
+        (number == 2 ? "IsValidResponse - request.requestID (2) != response.requestID (9)\n" : "") +
+            std::string("PosixMQFactory::ConfirmConnection: ") + c.complaint + lastLine(number),
+        FailToConnect(factory));
+    EXPECT_FALSE(TestQueue::Existing(ResponseName(number++)).IsOpen());
+  }
   spoil = [](WordList& words) { words.clear(); };
   factory.SetPatience(std::chrono::milliseconds(20));
   char identifier[16];

@@ -1,10 +1,6 @@
 // How changes reach the listeners of a queue client while it does other things.
 #include <signal.h>
 
-#include <atomic>
-#include <string>
-#include <thread>
-
 #include "libconfig/access/ConfigEvent.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
@@ -17,11 +13,6 @@ namespace {
 
 class QueueEvents : public QueueTest {
  protected:
-  void SetUp() override {
-    QueueTest::SetUp();
-    CreateDescriptors();
-  }
-
   static WordList Event(uint32_t value, uint32_t connection = FakeDaemon::FirstConnection()) {
     Response event;
     event.param = eParamID_MediaUpdated;

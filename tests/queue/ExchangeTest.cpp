@@ -2,10 +2,6 @@
 #include <mqueue.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 #include "libconfig/access/Outcome.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "tests/queue/FakeDaemon.h"
@@ -22,20 +18,7 @@ namespace {
 constexpr uint32_t kIPConfig = 0x32010000;
 const std::string kText = "Edit 7";
 
-class QueueExchange : public QueueTest {
- protected:
-  void SetUp() override {
-    QueueTest::SetUp();
-    CreateDescriptors();
-  }
-
-  template <typename Call>
-  std::string Complaint(Call call) {
-    CaptureStderr();
-    call();
-    return GetCapturedStderr();
-  }
-};
+using QueueExchange = QueueTest;
 
 TEST_F(QueueExchange, SpeaksTheRecordsOfItsProtocol) {
   const auto messages =
@@ -81,41 +64,45 @@ TEST_F(QueueExchange, RefusesAnswersThatAreNotItsOwn) {
     return queue.Send(answer, stream);
   });
   const std::string name = ConnectionUtilities::GetQueueName(FakeDaemon::FirstConnection());
+  std::string text = "as it was";
   const auto get = [&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); };
   const auto set = [&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); };
-  std::string text = "as it was";
   const auto getText = [&] { EXPECT_EQ(0, _client->Get(eParamID_SysName, text)); };
-  const auto setText = [&] { EXPECT_EQ(0, _client->Set(eParamID_SysName, kText)); };
   const std::string noMatch =
       "PosixMQClient::Get(): response message did not match response message info\n";
-
-  spoil = [](WordList& words) { words[1] = 0x00070003; };
-  EXPECT_EQ("IsValidResponse - request.connectionID (" + name +
-                ") != response.connectionID (/mqd_7_3)\n" + noMatch,
-            Complaint(get));
-  spoil = [](WordList& words) { words[3] = 5; };
-  EXPECT_EQ(
-      "IsValidResponse - request.configID (0) != response.configID (5)\n"
-      "PosixMQClient::Set - invalid response for the given request\n",
-      Complaint(set));
+  const Bytes value = StringValueBytes(eParamID_SysName, kText);
+  const struct {
+    std::function<void(WordList&)> spoil;
+    std::function<void()> call;
+    std::string complaint;
+    Bytes stream = {};
+  } cases[] = {
+      {[](WordList& words) { words[1] = 0x00070003; }, get,
+       "IsValidResponse - request.connectionID (" + name +
+           ") != response.connectionID (/mqd_7_3)\n" + noMatch},
+      {[](WordList& words) { words[3] = 5; }, set,
+       "IsValidResponse - request.configID (0) != response.configID (5)\n"
+       "PosixMQClient::Set - invalid response for the given request\n"},
+      {[](WordList& words) { words[0] = 98; }, get, noMatch},
+      {[](WordList& words) { words.resize(9); }, get, noMatch},
+      {[](WordList& words) { words[9] = 1; }, get,
+       "PosixMQClient::Get(): response message indicated an error\n"},
+      {[](WordList& words) { words[9] = 1; }, getText,
+       "PosixMQClient::Get - response error != 0\n"},
+      {[](WordList& words) { words[9] = 1; }, set, ""},
+      {[](WordList&) {}, getText, "PosixMQClient::Get - invalid streamLength\n"},
+      {[](WordList& words) { words[11] = 24; }, getText,
+       "PosixMQClient::Get - invalid streamLength\n", value},
+      {[](WordList& words) { words[11] = 22; }, getText, "", value},
+  };
+  for (const auto& c : cases) {
+    spoil = c.spoil;
+    stream = c.stream;
+    EXPECT_EQ(c.complaint, MessagesOf(c.call));
+  }
   spoil = [](WordList& words) { words[2] += 1000; };
-  EXPECT_THAT(Complaint(setText), HasSubstr("PosixMQClient::Get - response does not match"));
-  spoil = [](WordList& words) { words[0] = 98; };
-  EXPECT_EQ(noMatch, Complaint(get));
-  spoil = [](WordList& words) { words.resize(9); };
-  EXPECT_EQ(noMatch, Complaint(get)) << "a cut one";
-  spoil = [](WordList& words) { words[9] = 1; };
-  EXPECT_EQ("PosixMQClient::Get(): response message indicated an error\n", Complaint(get));
-  EXPECT_EQ("PosixMQClient::Get - response error != 0\n", Complaint(getText));
-  EXPECT_EQ("", Complaint(set));
-  spoil = [](WordList&) {};
-  EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText));
-  stream = StringValueBytes(eParamID_SysName, kText);
-  spoil = [](WordList& words) { words[11] = 24; };
-  EXPECT_EQ("PosixMQClient::Get - invalid streamLength\n", Complaint(getText))
-      << "longer than the message";
-  spoil = [](WordList& words) { words[11] = 22; };
-  EXPECT_EQ("", Complaint(getText)) << "a text without its end";
+  EXPECT_THAT(MessagesOf([&] { EXPECT_EQ(0, _client->Set(eParamID_SysName, kText)); }),
+              HasSubstr("PosixMQClient::Get - response does not match"));
   EXPECT_EQ("as it was", text);
   spoil = [](WordList&) {};
   stream.clear();
@@ -142,8 +129,8 @@ TEST_F(QueueExchange, IsGivenUpInTheEndAndItsLateAnswerIsNobodys) {
   EXPECT_EQ(
       "PosixMQClient::Get(): mq_receive returned -1, FAILED: Connection timed out\n"
       "PosixMQClient::Get(): mq_receive returned -1, FAILED",
-      Complaint([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); }));
-  EXPECT_EQ("", Complaint([&] { EXPECT_EQ(3U, _client->Get(eParamID_MediaUpdated)); }));
+      MessagesOf([&] { EXPECT_EQ(0U, _client->Get(eParamID_IPConfig)); }));
+  EXPECT_EQ("", MessagesOf([&] { EXPECT_EQ(3U, _client->Get(eParamID_MediaUpdated)); }));
 }
 
 TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
@@ -158,7 +145,7 @@ TEST_F(QueueExchange, EndsInItsTimeThoughAnotherOneHasMore) {
   _factory->SetPatience(milliseconds(20));
   PosixMQClient* const hasty = _factory->Connect("");
   ASSERT_NE(nullptr, hasty);
-  EXPECT_EQ("PosixMQClient::Get - mq_receive failed: Connection timed out\n", Complaint([&] {
+  EXPECT_EQ("PosixMQClient::Get - mq_receive failed: Connection timed out\n", MessagesOf([&] {
               std::string text;
               EXPECT_EQ(0, hasty->Get(eParamID_SysName, text));
             }));
@@ -182,7 +169,7 @@ TEST_F(QueueExchange, FailsAtOnceWhenTheDaemonsQueueIsGone) {
   EXPECT_EQ(
       "PosixMQClient::Set mq_send failed: No such file or directory\n"
       "PosixMQClient::Set - mq_send failed\n",
-      Complaint([&] { EXPECT_EQ(0, client.Set(eParamID_IPConfig, 1U)); }));
+      MessagesOf([&] { EXPECT_EQ(0, client.Set(eParamID_IPConfig, 1U)); }));
   EXPECT_EQ(qel::config::Outcome::kNoConnection, qel::config::LastOutcome());
 }
 
@@ -195,8 +182,8 @@ TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
   EXPECT_EQ(
       "PosixMQClient::Set mq_send failed: Connection timed out\n"
       "PosixMQClient::Set - mq_send failed\n",
-      Complaint([&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); }));
-  EXPECT_EQ("PosixMQClient::Set: mq_send failed\n", Complaint([&] {
+      MessagesOf([&] { EXPECT_EQ(0, _client->Set(eParamID_IPConfig, 1U)); }));
+  EXPECT_EQ("PosixMQClient::Set: mq_send failed\n", MessagesOf([&] {
               EXPECT_EQ(0, _client->Set(eParamID_SysName, std::string(600, 'x')));
             }));
 }

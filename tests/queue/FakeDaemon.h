@@ -11,6 +11,7 @@
 
 #include "libconfig/access/queue/PosixMQClient.h"
 #include "libconfig/access/queue/PosixMQFactory.h"
+#include "libconfig/descriptors/Catalogue.h"
 #include "tests/testing/Emulator.h"
 #include "tests/testing/Queues.h"
 
@@ -111,6 +112,7 @@ class QueueTest : public testing::Test {
   void SetUp() override {
     const std::string reason = WhyNoQueues();
     if (!reason.empty()) GTEST_SKIP() << reason;
+    CreateDescriptors();
   }
   void TearDown() override {
     GiveBack();

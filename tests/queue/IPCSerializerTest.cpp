@@ -3,10 +3,7 @@
 #include <sys/msg.h>
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
-#include <memory>
-#include <thread>
 
 #include "libconfig/access/IPCDeSerializer.h"
 #include "libconfig/access/IPCSerializer.h"

@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <chrono>
 
 #include "libconfig/access/ConfigFactoryImpl.h"
 #include "libconfig/access/queue/PosixMQClient.h"

@@ -2,8 +2,6 @@
 // that are cut, damaged or hostile.
 
 #include <algorithm>
-#include <functional>
-#include <memory>
 #include <random>
 
 #include "libconfig/descriptors/ParamIDs.h"

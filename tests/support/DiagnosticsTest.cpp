@@ -1,8 +1,6 @@
 // Where the library's messages go.
 
-#include <atomic>
 #include <cerrno>
-#include <string>
 
 #include "libconfig/base/Diagnostics.h"
 #include "tests/testing/Names.h"

@@ -7,7 +7,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -27,13 +26,6 @@ using qel::logging::Logger;
 
 constexpr char kFolder[] = "/usr/local/bin/";
 constexpr auto kUnknown = static_cast<eParam_t>(0x01020a04);
-
-template <typename Body>
-std::string Messages(Body body) {
-  CaptureStderr();
-  body();
-  return GetCapturedStderr();
-}
 
 std::string ProgramName() { return std::getenv("LOGGER_TEST_CHILD"); }
 std::string ControlFile() { return kFolder + ProgramName() + ".log"; }
@@ -80,7 +72,7 @@ class LoggerTest : public ::testing::Test {
 
 TEST_F(LoggerTest, IsSilentWithoutAControlFile) {
   if (!InProgramOfItsOwn()) return;
-  EXPECT_EQ("", Messages([] {
+  EXPECT_EQ("", MessagesOf([] {
               Logger* const logger = Logger::GetLogger();
               EXPECT_EQ(1, logger->Init());
               EXPECT_FALSE(logger->IsWatching(eParamID_IPConfig));
@@ -94,13 +86,13 @@ TEST_F(LoggerTest, TracesEverythingForAnEmptyFile) {
   WriteControlFile("", 1000);
   Logger* logger = nullptr;
   EXPECT_EQ(Stamp() + "Reading " + ControlFile() + "\n" + Stamp() + "Watching *\n",
-            Messages([&] { logger = Logger::GetLogger(); }));
+            MessagesOf([&] { logger = Logger::GetLogger(); }));
   std::string text = "a \"b\" 100%d %%s %";
   EXPECT_EQ(ThreadStamp() + "plain 5% of x\n" + ThreadStamp() + "(eParamID_IPConfig) set\n" +
                 ThreadStamp() + "(eParamID_IPConfig:4294967295) set by me\n" + ThreadStamp() +
                 "(eParamID_SysName:\"a \"b\" 100%d %s %\") set to 3\n" + ThreadStamp() +
                 "(1.2.10.4:0) unknown\n",
-            Messages([&] {
+            MessagesOf([&] {
               logger->Log("plain %d%% of %s\n", 5, "x");
               logger->Log(eParamID_IPConfig, "set\n");
               logger->Log(eParamID_IPConfig, 0xffffffff, "set by %s\n", "me");
@@ -108,7 +100,7 @@ TEST_F(LoggerTest, TracesEverythingForAnEmptyFile) {
               logger->Log(kUnknown, 0U, "unknown\n");
             }));
   const std::string longText(100000, 'x');
-  EXPECT_EQ(ThreadStamp() + longText, Messages([&] { logger->Log("%s", longText.c_str()); }));
+  EXPECT_EQ(ThreadStamp() + longText, MessagesOf([&] { logger->Log("%s", longText.c_str()); }));
 }
 
 TEST_F(LoggerTest, TracesTheParametersThatTheFileNames) {
@@ -123,10 +115,10 @@ TEST_F(LoggerTest, TracesTheParametersThatTheFileNames) {
                 refused + refused + Stamp() +
                 "Logger::ReadLoggingConfig - descriptor for eParamID_Nobody not found\n" + Stamp() +
                 "Watching eParamID_SysName\n" + refused,
-            Messages([&] { logger = Logger::GetLogger(); }));
+            MessagesOf([&] { logger = Logger::GetLogger(); }));
   EXPECT_TRUE(logger->IsWatching(eParamID_SysName));
   EXPECT_FALSE(logger->IsWatching(eParamID_GenLock));
-  EXPECT_EQ(ThreadStamp() + "about nothing in particular\n", Messages([&] {
+  EXPECT_EQ(ThreadStamp() + "about nothing in particular\n", MessagesOf([&] {
               std::string text;
               logger->Log(eParamID_GenLock, "no\n");
               logger->Log(eParamID_GenLock, 1U, "no\n");
@@ -140,7 +132,7 @@ TEST_F(LoggerTest, LooksAtTheFileAgainAfterFiveSeconds) {
   Logger* const logger = Logger::GetLogger();
   const auto after = [&](long milliseconds) {
     AdvanceClock(milliseconds);
-    Messages([] { Logger::GetLogger(); });
+    MessagesOf([] { Logger::GetLogger(); });
     return !logger->IsEnabled()                     ? "off"
            : !logger->IsWatching(eParamID_IPConfig) ? "other"
            : logger->IsWatching(eParamID_SysName)   ? "all"
@@ -168,9 +160,7 @@ TEST_F(LoggerTest, WritesALineAtATimeWhileItIsReadAnew) {
   WriteControlFile("watch eParamID_IPConfig\n", 1000);
   static std::atomic<int> whole{0};
   static std::atomic<int> wrong{0};
-  CaptureStderr();
-  Logger::GetLogger();
-  GetCapturedStderr();
+  MessagesOf([] { Logger::GetLogger(); });
   qel::config::SetMessageHandler(
       [](void*, const char* text, std::size_t length) {
         const std::string line(text, length);
@@ -202,7 +192,7 @@ TEST_F(LoggerTest, NamesProgramsByTheirCommand) {
   EXPECT_EQ(
       "Logger::ReadLoggingConfig: No such file or directory\n"
       "Logger::ReadLoggingConfig - unable to open /no/such/file\n",
-      Messages([&] { EXPECT_EQ(0, logger->ReadConfig(missing)); }));
+      MessagesOf([&] { EXPECT_EQ(0, logger->ReadConfig(missing)); }));
 }
 
 }  // namespace
