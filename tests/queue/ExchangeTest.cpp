@@ -1,4 +1,5 @@
 // What a queue client sends, and what it makes of the answers: right ones, wrong ones, late ones.
+#include <dlfcn.h>
 #include <mqueue.h>
 #include <unistd.h>
 
@@ -12,6 +13,39 @@
 #include "tests/testing/Wire.h"
 
 using std::chrono::milliseconds;
+
+namespace {
+
+// The kernel waits for queues by the wall clock. Once that has been set back, a wait which is not
+// over soon takes that much longer.
+std::atomic<int> g_secondsSetBack{0};
+
+timespec SetBack(const timespec& end) {
+  timespec now;
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const bool isLong =
+      end.tv_sec - now.tv_sec > 1 ||
+      (end.tv_sec - now.tv_sec) * 1000000000 + end.tv_nsec - now.tv_nsec > 200000000;
+  return {end.tv_sec + (isLong ? g_secondsSetBack.load() : 0), end.tv_nsec};
+}
+
+}  // namespace
+
+extern "C" ssize_t mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
+                                   const timespec* end) {
+  static const auto real =
+      reinterpret_cast<decltype(&mq_timedreceive)>(::dlsym(RTLD_NEXT, "mq_timedreceive"));
+  const timespec late = SetBack(*end);
+  return real(queue, buffer, size, priority, &late);
+}
+
+extern "C" int mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority,
+                            const timespec* end) {
+  static const auto real =
+      reinterpret_cast<decltype(&mq_timedsend)>(::dlsym(RTLD_NEXT, "mq_timedsend"));
+  const timespec late = SetBack(*end);
+  return real(queue, message, length, priority, &late);
+}
 
 namespace {
 
@@ -186,6 +220,20 @@ TEST_F(QueueExchange, EndsBeforeAFullRequestQueue) {
   EXPECT_EQ("PosixMQClient::Set: mq_send failed\n", MessagesOf([&] {
               EXPECT_EQ(0, _client->Set(eParamID_SysName, std::string(600, 'x')));
             }));
+}
+
+TEST_F(QueueExchange, EndsInItsTimeThoughTheClockIsSetBack) {
+  _patience = milliseconds(500);
+  ConnectTo(80, [](const WordList&, TestQueue&) {});
+  g_secondsSetBack = 20;
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
+  _daemon.reset();
+  while (FakeDaemon::Requests().Waiting() < 128) ASSERT_TRUE(FakeDaemon::Requests().SendBytes({}));
+  EXPECT_EQ(0U, _client->Get(eParamID_IPConfig));
+  EXPECT_EQ(qel::config::Outcome::kNoConnection, qel::config::LastOutcome());
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+  g_secondsSetBack = 0;
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "libconfig/access/queue/PosixMQFactory.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,18 +9,75 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/access/queue/QueueIO.h"
-#include "libconfig/access/queue/ResponseQueue.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::Report;
-using qel::config::ReportErrno;
+using namespace qel::config;
+
+namespace {
+
+constexpr char kAdvice[] =
+    "PosixMQFactory::Connect - If you are getting this error:\n"
+    "PosixMQFactory::Connect - // You only need to do this once (per boot)\n"
+    "PosixMQFactory::Connect - $ mkdir /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ mount -t mqueue none /dev/mqueue\n"
+    "PosixMQFactory::Connect - // Do this each time you get this error\n"
+    "PosixMQFactory::Connect - $ kill <your client pid>\n"
+    "PosixMQFactory::Connect - $ kill <corewheel pid>\n"
+    "PosixMQFactory::Connect - $ ls -la /dev/mqueue\n"
+    "PosixMQFactory::Connect - $ rm /dev/mqueue/*\n"
+    "PosixMQFactory::Connect - // This last command deletes the queues and gives you a fresh "
+    "start\n"
+    "PosixMQFactory::Connect - // To be fixed in a future release...\n"
+    "PosixMQFactory::Connect - See mq_overview(7) for more about message queues\n";
+
+void DoubleQueueLimit() {
+  rlimit64 limit;
+  if (::getrlimit64(RLIMIT_MSGQUEUE, &limit) != 0) return;
+  const auto twice = [](rlim64_t value) {
+    return value >= RLIM64_INFINITY / 2 ? value : value * 2;
+  };
+  limit.rlim_cur = twice(limit.rlim_cur);
+  limit.rlim_max = twice(limit.rlim_max);
+  ::setrlimit64(RLIMIT_MSGQUEUE, &limit);
+}
+
+// A queue of that name may have been there before: what is left in it is dropped.
+bool Empty(mqd_t queue) {
+  const long size = GetQueueMessageSize(queue);
+  if (size < 0) return false;
+  std::vector<char> buffer(static_cast<std::size_t>(size));
+  mq_attr left;
+  if (::mq_getattr(queue, &left) != 0) return false;
+  while (left.mq_curmsgs-- > 0 &&
+         ReceiveFromQueue(queue, buffer.data(), buffer.size(), kNoWait) >= 0) {
+  }
+  return true;
+}
+
+// Empty and locked for as long as it is open: two factories of a process give the same names, and
+// so do processes whose numbers agree in 16 bits. -1 as OpenLockedQueue has it, once the limit of
+// the user's queues has been doubled where that was the reason.
+mqd_t OpenResponseQueue(const std::string& name) {
+  mqd_t queue = OpenLockedQueue(name);
+  if (queue == -1 && (errno == ENOMEM || errno == EMFILE)) {
+    DoubleQueueLimit();
+    queue = OpenLockedQueue(name);
+  }
+  if (queue == -1) return errno == ESTALE ? OpenResponseQueue(name) : -1;
+  if (Empty(queue)) return queue;
+  const int reason = errno;
+  ::mq_close(queue);
+  errno = reason;
+  return -1;
+}
+
+}  // namespace
 
 int GetPriority(std::string uri) { return uri.find("priority=") == std::string::npos ? 0 : 10; }
 
@@ -38,7 +95,7 @@ PosixMQFactory::PosixMQFactory(const std::string& requestQueue)
 PosixMQFactory::PosixMQFactory(const std::string& requestQueue, mqd_t descriptor)
     : _requestQueue(descriptor),
       _requestQueueName(requestQueue),
-      _patience(qel::config::limits::kQueueExchangeMs) {}
+      _patience(limits::kQueueExchangeMs) {}
 
 std::unique_ptr<PosixMQFactory> PosixMQFactory::Open(const std::string& requestQueue) {
   const mqd_t queue = ::mq_open(requestQueue.c_str(), O_RDWR);
@@ -62,7 +119,7 @@ unsigned int PosixMQFactory::NextRequestID() {
 // A daemon that ends in order removes its queue, and the next one makes another. Its descriptor
 // takes the place of the old one, so that all clients find it.
 void PosixMQFactory::FindNewDaemon() {
-  if (!qel::config::IsQueueGone(_requestQueue)) return;
+  if (!IsQueueGone(_requestQueue)) return;
   const mqd_t queue = ::mq_open(_requestQueueName.c_str(), O_RDWR);
   if (queue == -1) return;
   ::dup3(queue, _requestQueue, O_CLOEXEC);
@@ -86,10 +143,12 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
     name = ConnectionUtilities::GetQueueName(connectionID);
     // Another factory's here is not even opened: closing it again would end its notifications.
     if (PosixMQClients::Instance().HasConnection(connectionID)) continue;
-    queue = qel::config::OpenResponseQueue(name);
+    queue = OpenResponseQueue(name);
   }
   if (queue == -1) {
-    qel::config::ReportNoResponseQueue(name);
+    ReportErrno("PosixMQFactory::Connect - mq_open failed");
+    Report("PosixMQFactory::Connect: mq_open on response queue %s failed\n", name.c_str());
+    Report("%s", kAdvice);
     return nullptr;
   }
   const auto priority = static_cast<unsigned int>(GetPriority(uri));
@@ -120,15 +179,15 @@ PosixMQClient* PosixMQFactory::Connect(std::string uri) {
 
 int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
                                       unsigned int connectionID, unsigned int priority) {
-  const auto deadline = qel::config::After(_patience);
+  const auto deadline = After(_patience);
   const XCONFIGMGR_CONNECTION_REQUEST_T request = {XCFG_CONNECT_REQUEST, connectionID,
                                                    NextRequestID(), 0, priority};
-  if (!qel::config::SendToQueue(requestQueue, &request, sizeof request, priority, deadline)) {
+  if (!SendToQueue(requestQueue, &request, sizeof request, priority, deadline)) {
     ReportErrno("PosixMQFactory::ConfirmConnection");
     Report("PosixMQFactory::ConfirmConnection: mq_send failed\n");
     return 0;
   }
-  const long size = qel::config::GetQueueMessageSize(responseQueue);
+  const long size = GetQueueMessageSize(responseQueue);
   if (size < 0) {
     ReportErrno("PosixMQFactory::ConfirmConnection -  mq_getattr failed, unable to get mq_msgsize");
     Report("PosixMQFactory::ConfirmConnection - mq_getattr failed, unable to get mq_msgsize\n");
@@ -140,8 +199,8 @@ int PosixMQFactory::ConfirmConnection(int requestQueue, int responseQueue,
     Report("PosixMQFactory::ConfirmConnection - new of %ld bytes failed\n", size);
     return 0;
   }
-  const ssize_t length = qel::config::ReceiveFromQueue(
-      responseQueue, buffer.get(), static_cast<std::size_t>(size), deadline, -1);
+  const ssize_t length =
+      ReceiveFromQueue(responseQueue, buffer.get(), static_cast<std::size_t>(size), deadline);
   if (length < 0) {
     ReportErrno("PosixMQFactory::ConfirmConnection - mq_receive failed\n");
     Report("PosixMQFactory::ConfirmConnection - mq_receive for connectionID %X failed\n",

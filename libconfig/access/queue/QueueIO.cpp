@@ -1,7 +1,9 @@
 #include "libconfig/access/queue/QueueIO.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -11,45 +13,52 @@
 #include <cstring>
 
 #include "libconfig/access/MessageRecords.h"
+#include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/base/Limits.h"
 
 namespace qel::config {
 
 using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
 
 namespace {
 
 // How often one who waits for an answer looks whether the daemon is still there.
 constexpr milliseconds kLookForDaemon(1000);
 
-// The kernel counts by the wall clock, which may be set meanwhile: what has really passed is looked
-// at whenever a wait is over.
-timespec ToWallClock(Deadline deadline) {
-  const auto left = std::max(deadline - std::chrono::steady_clock::now(),
-                             std::chrono::steady_clock::duration::zero());
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-  timespec time;
-  ::clock_gettime(CLOCK_REALTIME, &time);
-  time.tv_sec += static_cast<time_t>(seconds.count());
-  time.tv_nsec += static_cast<long>(
-      std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count());
-  if (time.tv_nsec >= 1000000000) {
-    time.tv_nsec -= 1000000000;
-    ++time.tv_sec;
+// How long the kernel is asked to wait by the wall clock, which may be set back meanwhile.
+constexpr milliseconds kSoon(50);
+
+// For what is possible at once.
+constexpr timespec kPast = {};
+
+// `deadline` by the wall clock, or soon if that is earlier. Clocks that only count the ticks are
+// the cheapest to read, and exact enough as both do.
+timespec SoonByWallClock(Deadline deadline) {
+  timespec wall;
+  timespec steady;
+  ::clock_gettime(CLOCK_REALTIME_COARSE, &wall);
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &steady);
+  const Deadline now(std::chrono::seconds(steady.tv_sec) + nanoseconds(steady.tv_nsec));
+  const nanoseconds wait = std::clamp<nanoseconds>(deadline - now, nanoseconds(0), kSoon);
+  wall.tv_nsec += static_cast<long>(wait.count());
+  if (wall.tv_nsec >= 1000000000) {
+    wall.tv_nsec -= 1000000000;
+    ++wall.tv_sec;
   }
-  return time;
+  return wall;
 }
 
-// Milliseconds as poll takes them, rounded up so that the end is not polled for.
-int PollTime(Deadline deadline) {
-  const auto left =
-      std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
-  return static_cast<int>(std::clamp<milliseconds::rep>(left.count() + 1, 0, 1000000));
-}
-
-// 0 when the queue can be read, else the error number.
-int Poll(mqd_t queue, int wake, int time) {
-  pollfd wanted[] = {{queue, POLLIN, 0}, {wake, POLLIN, 0}};
+// 0 when the queue is ready for `events`, else the error number.
+int Poll(mqd_t queue, short events, int wake, Deadline deadline) {
+  int time = -1;
+  if (deadline != kForever) {
+    // Rounded up so that the end is not polled for.
+    const auto left =
+        std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
+    time = static_cast<int>(std::clamp<milliseconds::rep>(left.count() + 1, 0, 1000000));
+  }
+  pollfd wanted[] = {{queue, events, 0}, {wake, POLLIN, 0}};
   if (::poll(wanted, 2, time) < 0) return errno;
   if (wanted[1].revents != 0) return ECANCELED;
   if ((wanted[0].revents & POLLNVAL) != 0) return EBADF;
@@ -58,44 +67,61 @@ int Poll(mqd_t queue, int wake, int time) {
 
 }  // namespace
 
+mqd_t OpenLockedQueue(const std::string& name) {
+  mq_attr attributes = {};
+  attributes.mq_maxmsg = PosixMQFactory::kMessages;
+  attributes.mq_msgsize = PosixMQFactory::kMessageSize;
+  const mqd_t queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT, PosixMQFactory::kMode, &attributes);
+  if (queue == -1) return -1;
+  struct stat status;
+  int error = 0;
+  if (::flock(queue, LOCK_EX | LOCK_NB) != 0 || ::fstat(queue, &status) != 0) {
+    error = errno;
+  } else if (status.st_uid != ::geteuid()) {
+    error = EACCES;
+  } else if (status.st_nlink == 0) {
+    error = ESTALE;
+  }
+  if (error == 0) return queue;
+  ::mq_close(queue);
+  errno = error;
+  return -1;
+}
+
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
                  Deadline deadline) {
-  // As long as there is room nobody looks at the time.
-  timespec end = {};
-  for (;; end = ToWallClock(deadline)) {
-    if (::mq_timedsend(queue, static_cast<const char*>(message), length, priority, &end) == 0) {
+  for (;;) {
+    if (::mq_timedsend(queue, static_cast<const char*>(message), length, priority, &kPast) == 0) {
       return true;
     }
     if (errno == EINTR) continue;
-    if (errno != ETIMEDOUT || std::chrono::steady_clock::now() >= deadline) return false;
+    if (errno != ETIMEDOUT) return false;
+    const int error = Poll(queue, POLLOUT, -1, deadline);
+    if (error == 0 || error == EINTR) continue;
+    errno = error;
+    return false;
   }
 }
 
-ssize_t ReceiveQueued(mqd_t queue, char* buffer, std::size_t size) {
-  constexpr timespec kPast = {};
-  for (;;) {
-    const ssize_t length = ::mq_timedreceive(queue, buffer, size, nullptr, &kPast);
-    if (length >= 0) return length;
-    if (errno == EINTR) continue;
-    if (errno == ETIMEDOUT) errno = EAGAIN;
-    return -1;
-  }
-}
-
-ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size, Deadline deadline, int wake) {
-  for (;;) {
-    // One call is all it takes while the queue blocks.
-    const timespec end = ToWallClock(deadline);
+ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size, Deadline deadline, int wake,
+                         mqd_t daemon) {
+  // One call is all it takes when the queue blocks and the message comes soon. Who has to wait
+  // longer polls, by a clock that nobody sets.
+  const bool isBounded = deadline != kNoWait && deadline != kForever;
+  timespec end = isBounded ? SoonByWallClock(deadline) : kPast;
+  for (;; end = kPast) {
     const ssize_t length = ::mq_timedreceive(queue, buffer, size, nullptr, &end);
     if (length >= 0) return length;
-    if (errno != EINTR && errno != EAGAIN && errno != ETIMEDOUT) return -1;
-    if (errno == EAGAIN) {
-      const int error = Poll(queue, wake, PollTime(deadline));
-      if (error == 0 || error == EINTR) continue;
-      errno = error;
-      if (error != ETIMEDOUT) return -1;
-    }
-    if (errno == ETIMEDOUT && std::chrono::steady_clock::now() >= deadline) return -1;
+    if (errno == EINTR) continue;
+    if ((errno != EAGAIN && errno != ETIMEDOUT) || deadline == kNoWait) return -1;
+    const Deadline look = isBounded ? std::min(deadline, After(kLookForDaemon)) : kForever;
+    const int error = Poll(queue, POLLIN, wake, look);
+    if (error == 0 || error == EINTR) continue;
+    errno = error;
+    if (error != ETIMEDOUT || look == deadline) return -1;
+    if (!IsQueueGone(daemon)) continue;
+    errno = ENOENT;
+    return -1;
   }
 }
 
@@ -130,34 +156,16 @@ void QueueReader::Interrupt(bool isReading) {
   const uint64_t one = 1;
   if (::write(_wake, &one, sizeof one) < 0) errno = 0;  // it is readable already
   // While the queue blocks its reader looks at nothing else. Where there is no room, nobody waits.
-  constexpr timespec kPast = {};
   if (isReading) ::mq_timedsend(_queue, "", 0, 0, &kPast);
 }
 
-ssize_t QueueReader::Receive(Deadline deadline) {
-  if (deadline == kNoWait) return ReceiveQueued(_queue, _buffer.data(), _buffer.size());
-  if (deadline != kForever) {
-    for (;;) {
-      const Deadline look = std::min(deadline, After(kLookForDaemon));
-      const ssize_t length = ReceiveFromQueue(_queue, _buffer.data(), _buffer.size(), look, _wake);
-      if (length >= 0 || errno != ETIMEDOUT || look == deadline) return length;
-      if (!IsQueueGone(_requests)) continue;
-      errno = ENOENT;
-      return -1;
-    }
-  }
-  for (;;) {
-    const int error = _error != 0 ? _error : Poll(_queue, _wake, -1);
-    if (error == EINTR) continue;
-    errno = error;
-    if (error != 0) return -1;
-    const ssize_t length = ReceiveQueued(_queue, _buffer.data(), _buffer.size());
-    if (length >= 0 || errno != EAGAIN) return length;
-  }
-}
-
 Received QueueReader::Read(ReceivedRecord& record, Deadline deadline, RecordExchange&) {
-  const ssize_t length = Receive(deadline);
+  if (deadline == kForever && _error != 0) {
+    errno = _error;
+    return Received::kFailed;
+  }
+  const ssize_t length =
+      ReceiveFromQueue(_queue, _buffer.data(), _buffer.size(), deadline, _wake, _requests);
   if (length < 0) {
     if (errno == ECANCELED) return Received::kEnded;
     return errno == EAGAIN || errno == ETIMEDOUT ? Received::kTimeout : Received::kFailed;

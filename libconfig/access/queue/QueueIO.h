@@ -1,5 +1,5 @@
-// Sending to and receiving from POSIX message queues until a point in time, and the reader of a
-// connection's response queue. Internal.
+// Opening POSIX message queues, sending to and receiving from them until a point in time, and the
+// reader of a connection's response queue. Internal.
 //
 // A descriptor of a queue is a file descriptor here, which poll and fstat take.
 #pragma once
@@ -9,24 +9,29 @@
 
 #include <atomic>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "libconfig/access/RecordExchange.h"
 
 namespace qel::config {
 
+// Opens or makes a queue of this user's own, locked for as long as it is open. -1 with the reason
+// in errno: EWOULDBLOCK where somebody else has it locked, EACCES for one that is another user's,
+// ESTALE for one that was removed meanwhile and can be tried again.
+mqd_t OpenLockedQueue(const std::string& name);
+
 // False with the reason in errno: ETIMEDOUT when the queue stayed full until `deadline`.
 bool SendToQueue(mqd_t queue, const void* message, std::size_t length, unsigned priority,
                  Deadline deadline);
 
 // The next message, whether or not the queue blocks: its length, or -1 with the reason in errno,
-// ETIMEDOUT when none came until `deadline`. A queue that does not block is waited for together
-// with `wake`, a descriptor that becomes readable when the wait is to end with ECANCELED; -1 for
-// none.
-ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size, Deadline deadline, int wake);
-
-// What is there already; EAGAIN when that is nothing.
-ssize_t ReceiveQueued(mqd_t queue, char* buffer, std::size_t size);
+// ETIMEDOUT when none came until `deadline`. The other two are -1 for none: `wake` is a descriptor
+// that becomes readable when the wait is to end with ECANCELED, unless the queue blocks and the
+// wait has just begun; `daemon` is the queue that the message is an answer to, and ENOENT ends the
+// wait when that has been removed.
+ssize_t ReceiveFromQueue(mqd_t queue, char* buffer, std::size_t size, Deadline deadline,
+                         int wake = -1, mqd_t daemon = -1);
 
 // The size of the largest message, and of the buffer that every receive needs. -1 with the reason
 // in errno; a size that no queue of ours has is refused with EMSGSIZE.
@@ -51,8 +56,6 @@ class QueueReader : public RecordReader {
   bool IsReliable() const override { return false; }
 
  private:
-  ssize_t Receive(Deadline deadline);
-
   const mqd_t _queue;
   const mqd_t _requests;
   const int _wake;  // an eventfd, readable once interrupted
