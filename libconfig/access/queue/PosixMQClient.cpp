@@ -2,27 +2,24 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/access/MessageTable.h"
 #include "libconfig/access/queue/PosixMQState.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/values/SemaphoreHelper.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
 
-using qel::config::MutexLock;
-using qel::config::Outcome;
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::Report;
-using qel::config::ReportErrno;
-using qel::config::SetOutcome;
+using namespace qel::config;
 
 namespace {
 
 long MessageSizeOf(mqd_t queue) {
-  const long size = qel::config::GetQueueMessageSize(queue);
+  const long size = GetQueueMessageSize(queue);
   if (size >= 0) return size;
   ReportErrno("PosixMQClient::PosixMQClient - mq_getattr failed");
   Report("PosixMQClient::PosixMQClient - mq_getattr failed");
@@ -42,9 +39,11 @@ PosixMQClient::PosixMQClient(unsigned int connectionID, unsigned int priority, i
       _connectionSemaphore(connectionSemaphore),
       _requestCounter(requestCounter),
       _configID(configID),
-      _patience(qel::config::limits::kQueueExchangeMs),
-      _state(std::make_shared<State>(connectionID, responseQueue,
-                                     static_cast<std::size_t>(_messageSize), requestQueue)) {
+      _patience(limits::kQueueExchangeMs),
+      _state(std::make_shared<State>(
+          connectionID, responseQueue,
+          std::make_unique<QueueReader>(responseQueue, static_cast<std::size_t>(_messageSize),
+                                        requestQueue))) {
   {
     MutexLock lock(_state->armMutex);
     _state->client = this;
@@ -73,6 +72,112 @@ void PosixMQClient::Leave() {
   _state->listeners.RemoveAll();
 }
 
+PosixMQClient::Exchange::Exchange(PosixMQClient& client, sem_t* semaphore,
+                                  std::chrono::milliseconds patience)
+    : _client(client),
+      _begin(std::chrono::steady_clock::now()),
+      _deadline(_begin + patience),
+      _turn(client._state->records, _deadline),
+      _semaphore(semaphore) {
+  if (!_turn.IsMine()) {
+    _error = errno;
+  } else if (_semaphore != nullptr) {
+    _held = ::sem_trywait(_semaphore) == 0;
+    if (!_held) WaitForFactory();
+  }
+}
+
+PosixMQClient::Exchange::~Exchange() {
+  if (_held) SemaphoreHelper::Post(_semaphore);
+}
+
+void PosixMQClient::Exchange::WaitForFactory() {
+  State& state = *_client._state;
+  {
+    MutexLock lock(state.leaveMutex);
+    state.atSemaphore = !state.leaving;
+    _error = state.leaving ? ECANCELED : 0;
+    if (state.leaving) return;
+  }
+  const auto time = _deadline.time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const timespec end = {
+      static_cast<time_t>(seconds.count()),
+      static_cast<long>(
+          std::chrono::duration_cast<std::chrono::nanoseconds>(time - seconds).count())};
+  // Cancelled or not, this thread does not wait any more.
+  struct Waiting {
+    ~Waiting() {
+      MutexLock lock(state.leaveMutex);
+      state.atSemaphore = false;
+      if (!state.leaving) return;
+      error = ECANCELED;
+      if (!state.woken) return;
+      // That post was for this thread.
+      if (!held) ::sem_trywait(semaphore);
+      held = false;
+    }
+    State& state;
+    sem_t* const semaphore;
+    bool& held;
+    int& error;
+  };
+  const Waiting waiting = {state, _semaphore, _held, _error};
+  int result;
+  do result = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end);
+  while (result != 0 && errno == EINTR);
+  if (result != 0 && errno != ETIMEDOUT) {
+    ReportErrno("Semaphore(): call to sem_wait failed\n");
+    result = 0;
+  }
+  _held = result == 0;
+  _error = _held ? 0 : ETIMEDOUT;
+}
+
+Received PosixMQClient::Exchange::Ask(const void* request, std::size_t length,
+                                      ReceivedRecord& answer) {
+  // A daemon that was started anew does not read this queue. Looked for only after a pause, as it
+  // takes a call.
+  constexpr std::chrono::milliseconds kPause(20);
+  State& state = *_client._state;
+  if (_error != 0) {
+    errno = _error;
+    SetOutcome(_error == ETIMEDOUT ? Outcome::kNoAnswer : Outcome::kNoConnection);
+    return Received::kTimeout;
+  }
+  std::memcpy(&_request, request, sizeof _request);
+  const auto send = [&] {
+    if (_begin - kPause > state.lastAnswer && IsQueueGone(_client._requestQueue)) {
+      errno = ENOENT;
+      return false;
+    }
+    return SendToQueue(_client._requestQueue, request, length, _client._priority, _deadline);
+  };
+  const Received received = _turn.Ask({_request.requestID, 0, false}, send, answer);
+  const int saved = errno;
+  if (received == Received::kNotSent && saved == EMSGSIZE) {
+    SetOutcome(Outcome::kTooLong);
+  }
+  // The system may fail to start the thread of a notification, and says nothing of it.
+  if (!state.listeners.IsEmpty() && state.records.ClaimDrain() && !_client.DrainOnAThread()) {
+    state.records.DisclaimDrain();
+  }
+  if (received == Received::kRecord) state.lastAnswer = _begin;
+  errno = saved;
+  return received;
+}
+
+bool PosixMQClient::Exchange::IsAnswered(const ReceivedRecord& answer) {
+  const bool isWhole = answer.size >= sizeof(XCONFIGMGR_RESPONSE_T);
+  if (isWhole && IsValidResponse(_request, answer.As<XCONFIGMGR_RESPONSE_T>())) return true;
+  Leave(answer);
+  return false;
+}
+
+void PosixMQClient::Exchange::Leave(const ReceivedRecord& answer) {
+  if (answer.GetRequestID() != _request.requestID) _turn.GiveUp(_request.requestID);
+}
+
 unsigned int PosixMQClient::NextRequestID() {
   return static_cast<unsigned>(__atomic_fetch_add(&_requestCounter, 1, __ATOMIC_RELAXED));
 }
@@ -83,57 +188,87 @@ void PosixMQClient::NoteUpdate(const XCONFIGMGR_RESPONSE_T& response) {
   _lastUpdate.tv_usec = static_cast<suseconds_t>(response.timeMicroseconds);
 }
 
-// What an operation asks for, and what it says when that fails: the first text of a pair with the
-// reason behind it, null where it says nothing.
+// What an operation asks for, and what it says when that fails; null where it says nothing.
 struct PosixMQClient::Operation {
+  struct Failure {
+    const char* reason;  // errno stands behind it
+    const char* text;
+  };
   uint32_t type;
-  const char* notSentReason;
-  const char* notSent;
-  const char* notReceivedReason;
-  const char* notReceived;
+  Failure notSent;
+  Failure notReceived;
   const char* mismatch;
-  const char* refused;
-  bool refusalFirst;  // looks for the daemon's error ahead of whose answer it is
+  const char* wrongType;  // the same where there is none
+  const char* refused;    // may have the error's number
+  bool refusalFirst;      // looks for the daemon's error ahead of whose answer it is
 };
 
 const PosixMQClient::Operation PosixMQClient::kGet = {
     XCFG_GET_PARAM_REQUEST,
-    "PosixMQClient::Get - mq_send failed",
-    "PosixMQClient::Get - mq_send failed\n",
-    "PosixMQClient::Get(): mq_receive returned -1, FAILED",
-    "PosixMQClient::Get(): mq_receive returned -1, FAILED",
+    {"PosixMQClient::Get - mq_send failed", "PosixMQClient::Get - mq_send failed\n"},
+    {"PosixMQClient::Get(): mq_receive returned -1, FAILED",
+     "PosixMQClient::Get(): mq_receive returned -1, FAILED"},
     "PosixMQClient::Get(): response message did not match response message info\n",
+    nullptr,
     "PosixMQClient::Get(): response message indicated an error\n",
     true};
 
 const PosixMQClient::Operation PosixMQClient::kSet = {
     XCFG_SET_PARAM_REQUEST,
-    "PosixMQClient::Set mq_send failed",
-    "PosixMQClient::Set - mq_send failed\n",
-    "PosixMQClient::Set - mq_receive failed",
-    "PosixMQClient::Set - mq_receive failed\n",
+    {"PosixMQClient::Set mq_send failed", "PosixMQClient::Set - mq_send failed\n"},
+    {"PosixMQClient::Set - mq_receive failed", "PosixMQClient::Set - mq_receive failed\n"},
     "PosixMQClient::Set - invalid response for the given request\n",
+    nullptr,
     nullptr,
     false};
 
 const PosixMQClient::Operation PosixMQClient::kGetText = {
     XCFG_GET_STREAM_PARAM_REQUEST,
-    "PosixMQClient::Get - mq_send failed",
-    "PosixMQClient::Get - mq_send failed",
-    "PosixMQClient::Get - mq_receive failed",
-    nullptr,
+    {"PosixMQClient::Get - mq_send failed", "PosixMQClient::Get - mq_send failed"},
+    {"PosixMQClient::Get - mq_receive failed", nullptr},
     "PosixMQClient::Get - response does not match request\n",
+    nullptr,
     "PosixMQClient::Get - response error != 0\n",
     false};
 
 const PosixMQClient::Operation PosixMQClient::kSetText = {
     XCFG_SET_STREAM_PARAM_REQUEST,
+    {nullptr, "PosixMQClient::Set: mq_send failed\n"},
+    {"PosixMQClient::Set - mq_receive failed", nullptr},
+    "PosixMQClient::Get - response does not match request\n",  // the text of Get
     nullptr,
-    "PosixMQClient::Set: mq_send failed\n",
-    "PosixMQClient::Set - mq_receive failed",
     nullptr,
-    "PosixMQClient::Get - response does not match request\n",  // the texts are shared so
-    nullptr,
+    false};
+
+const PosixMQClient::Operation PosixMQClient::kAdd = {
+    XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST,
+    {"PosixMQClient::AddConfigEventListener - mq_send failed", nullptr},
+    {"PosixMQClient::AddConfigEventListener - mq_receive failed", nullptr},
+    "PosixMQClient::AddConfigEventListener - IsValidResponse returned false\n",
+    "PosixMQClient::AddConfigEventListener - msgtype != "
+    "XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE\n",
+    "PosixMQClient::AddConfigEventListener - error = %d\n",
+    false};
+
+const PosixMQClient::Operation PosixMQClient::kRemove = {
+    XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST,
+    {"PosixMQClient::RemoveConfigEventListener - mq_send failed",
+     "PosixMQClient::RemoveConfigEventListener - mq_send failed\n"},
+    {"PosixMQClient::RemoveConfigEventListener - mq_receive failed", nullptr},
+    "PosixMQClient::RemoveConfigEventListener - IsValidResponse returned false\n",
+    "PosixMQClient::RemoveConfigEventListener - msgtype != "
+    "XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE\n",
+    "PosixMQClient::RemoveConfigEventListener - error = %d\n",
+    false};
+
+const PosixMQClient::Operation PosixMQClient::kAddToWait = {
+    XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST,
+    {nullptr, "PosixMQClient::WaitForConfigEvent - mq_send failed\n"},
+    {"PosixMQClient::WaitForConfigEvent - mq_receive failed",
+     "PosixMQClient::WaitForConfigEvent - mq_receive failed\n"},
+    "PosixMQClient::WaitForConfigEvent(): response message did not match response message info\n",
+    "PosixMQClient::WaitForConfigEvent - response is not a event listener response\n",
+    "PosixMQClient::WaitForConfigEvent - error != 0\n",
     false};
 
 XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(const Operation& operation, eParam_t param) const {
@@ -149,40 +284,42 @@ XCONFIGMGR_REQUEST_T PosixMQClient::MakeRequest(const Operation& operation, ePar
 // One exchange of `length` bytes that begin with `request`.
 bool PosixMQClient::Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request,
                             std::size_t length, ReceivedRecord& answer) {
-  const auto say = [](const char* text) {
-    if (text != nullptr) Report("%s", text);
-    return false;
-  };
-  const auto sayWhy = [](const char* text) {
-    if (text != nullptr) ReportErrno(text);
-  };
-  Exchange exchange(*this, _connectionSemaphore);
+  // Listeners are asked for without the semaphore, and have their status in another word.
+  const bool isOfParam = operation.type >= XCFG_GET_PARAM_REQUEST;
+  Exchange exchange(*this, isOfParam ? _connectionSemaphore : nullptr, _patience);
   request.requestID = NextRequestID();
   ConnectionUtilities::Dump(&request);
   const Received received = exchange.Ask(&request, length, answer);
-  if (received == Received::kNotSent) {
-    sayWhy(operation.notSentReason);
-    return say(operation.notSent);
-  }
   if (received != Received::kRecord) {
-    sayWhy(operation.notReceivedReason);
-    return say(operation.notReceived);
+    const Operation::Failure& failure =
+        received == Received::kNotSent ? operation.notSent : operation.notReceived;
+    if (failure.reason != nullptr) ReportErrno(failure.reason);
+    if (failure.text != nullptr) Report("%s", failure.text);
+    return false;
   }
   auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
-  const bool refused = !HandleErrorResponse(&response);
+  ConnectionUtilities::Dump(&response);
+  const uint32_t error = isOfParam ? response.error : response.result;
+  const auto fail = [error](const char* text) {
+    if (text != nullptr) Report(text, static_cast<int>(error));
+    return false;
+  };
   // A daemon that was restarted does not know this connection.
-  const bool unknown = response.error == eMessageError_NotConnected;
-  if (refused) SetOutcome(unknown ? Outcome::kNoConnection : Outcome::kRefused);
-  if (refused && operation.refusalFirst) {
-    if (response.requestID != request.requestID) exchange.GiveUp(request.requestID);
-    return say(operation.refused);
+  if (error != 0) {
+    SetOutcome(error == eMessageError_NotConnected ? Outcome::kNoConnection : Outcome::kRefused);
   }
-  if (!exchange.IsAnswered(&request, answer) || response.msgtype != operation.type + 16) {
+  if (error != 0 && operation.refusalFirst) {
+    exchange.Leave(answer);
+    return fail(operation.refused);
+  }
+  const bool isAnswered = exchange.IsAnswered(answer);
+  if (!isAnswered || response.msgtype != AnswerType(operation.type)) {
     SetOutcome(Outcome::kRefused);
-    return say(operation.mismatch);
+    const bool isOther = isAnswered && operation.wrongType != nullptr;
+    return fail(isOther ? operation.wrongType : operation.mismatch);
   }
-  NoteUpdate(response);
-  return refused ? say(operation.refused) : true;
+  if (isOfParam) NoteUpdate(response);
+  return error == 0 || fail(operation.refused);
 }
 
 bool PosixMQClient::TryGet(eParam_t param, unsigned int& value) {
@@ -216,16 +353,10 @@ int PosixMQClient::Get(eParam_t param, std::string& value) {
   ReceivedRecord answer;
   if (!Perform(kGetText, request, sizeof request, answer)) return 0;
   SetOutcome(Outcome::kRefused);
-  const uint32_t length = answer.As<XCONFIGMGR_RESPONSE_T>().streamLength;
-  if (length == 0 || length > answer.stream.size()) {
-    Report("PosixMQClient::Get - invalid streamLength\n");
-    return 0;
-  }
-  const auto decoded =
-      qel::config::DecodeValue(answer.stream.data(), length, eSerializationFormat_Queue);
-  auto* const text = dynamic_cast<StringValue*>(decoded.get());
-  if (text == nullptr) return 0;
-  text->Get(value);
+  const bool done =
+      State::ReadText(answer.As<XCONFIGMGR_RESPONSE_T>(), answer.stream.data(),
+                      answer.stream.size(), "PosixMQClient::Get - invalid streamLength\n", value);
+  if (!done) return 0;
   SetOutcome(Outcome::kDone);
   return 1;
 }
@@ -233,8 +364,7 @@ int PosixMQClient::Get(eParam_t param, std::string& value) {
 int PosixMQClient::Set(eParam_t param, std::string value) {
   XCONFIGMGR_REQUEST_T request = MakeRequest(kSetText, param);
   StringValue text(_configID, param, eParamType_String, std::move(value));
-  std::vector<char> bytes =
-      qel::config::EncodeValue(text, eSerializationFormat_Queue, sizeof request);
+  std::vector<char> bytes = EncodeValue(text, eSerializationFormat_Queue, sizeof request);
   request.streamLength = static_cast<uint32_t>(bytes.size() - sizeof request);
   request.streamFormat = eSerializationFormat_Queue;
   std::memcpy(bytes.data(), &request, sizeof request);
@@ -243,6 +373,13 @@ int PosixMQClient::Set(eParam_t param, std::string value) {
                  answer)
              ? 1
              : 0;
+}
+
+bool PosixMQClient::ChangeRegistration(const Operation& operation) {
+  XCONFIGMGR_REQUEST_T request = MakeRequest(operation, static_cast<eParam_t>(0));
+  request.configID = 0;
+  ReceivedRecord answer;
+  return Perform(operation, request, sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T), answer);
 }
 
 eConfigID_t PosixMQClient::GetConfigID() { return _configID; }

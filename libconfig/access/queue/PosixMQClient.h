@@ -94,17 +94,15 @@ class LIBCONFIG_API PosixMQClient : public Config, public Runnable {
   struct State;
 
   struct Operation;
-  static const Operation kGet, kSet, kGetText, kSetText;
+  static const Operation kGet, kSet, kGetText, kSetText, kAdd, kRemove, kAddToWait;
 
   unsigned int NextRequestID();
   XCONFIGMGR_REQUEST_T MakeRequest(const Operation& operation, eParam_t param) const;
   bool Perform(const Operation& operation, XCONFIGMGR_REQUEST_T& request, std::size_t length,
                qel::config::ReceivedRecord& answer);
+  bool ChangeRegistration(const Operation& operation);
   void NoteUpdate(const XCONFIGMGR_RESPONSE_T& response);
-  enum class Registration { kDone, kNotSent, kNotReceived, kMismatch, kWrongType, kError };
-  Registration ChangeRegistration(uint32_t type, uint32_t& result);
-  bool RegisterListener();
-  bool RegisterForWaiting();
+  int Process(XCONFIGMGR_RESPONSE_T* response, ConfigEvent* event, bool isText);
   bool DrainOnAThread();
   // Ends events and waiting for good; see the destructor.
   void Leave();

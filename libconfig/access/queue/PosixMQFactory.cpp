@@ -255,7 +255,7 @@ int PosixMQFactory::ConfirmDisconnect(PosixMQClient* client) {
   ReceivedRecord answer;
   if (exchange.Ask(&request, sizeof request, answer) != Received::kRecord) return 0;
   const auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
-  return response.msgtype == XCFG_DISCONNECT_RESPONSE && exchange.IsAnswered(&request, answer) &&
+  return response.msgtype == XCFG_DISCONNECT_RESPONSE && exchange.IsAnswered(answer) &&
                  response.result == 0
              ? 1
              : 0;

@@ -2,47 +2,25 @@
 
 #include <cxxabi.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <cstdlib>
 
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Thread.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/descriptors/ParamDescriptor.h"
 #include "libconfig/values/SemaphoreHelper.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
 
-using qel::config::ListenerList;
-using qel::config::MutexLock;
-using qel::config::Outcome;
-using qel::config::QueueReader;
-using qel::config::Received;
-using qel::config::ReceivedRecord;
-using qel::config::Report;
-using qel::config::ReportErrno;
+using namespace qel::config;
 
 namespace {
-
-timeval TimeOf(const XCONFIGMGR_RESPONSE_T& record) {
-  timeval time;
-  time.tv_sec = static_cast<time_t>(record.timeSeconds);
-  time.tv_usec = static_cast<suseconds_t>(record.timeMicroseconds);
-  return time;
-}
-
-void Describe(const XCONFIGMGR_RESPONSE_T& record, ConfigEvent& event) {
-  event.param = static_cast<eParam_t>(record.paramID);
-  if (const ParamDescriptor* const descriptor = FindDescriptor(event.param)) {
-    event.type = descriptor->GetParamType();
-  }
-  event.value = record.value;
-  event.stringValue.clear();
-  event.time = TimeOf(record);
-}
 
 // The system starts this thread with every signal open, whatever the program has blocked: one that
 // the program waits for elsewhere must not end it here.
@@ -59,12 +37,14 @@ void NotificationEntry(sigval client) {
   }
 }
 
-}  // namespace
+void* DrainEntry(void* client) {
+  sigval value;
+  value.sival_ptr = client;
+  NotificationEntry(value);
+  return nullptr;
+}
 
-PosixMQClient::State::State(unsigned int connection, mqd_t responses, std::size_t messageSize,
-                            mqd_t requests)
-    : State(connection, responses,
-            std::make_unique<QueueReader>(responses, messageSize, requests)) {}
+}  // namespace
 
 PosixMQClient::State::State(unsigned int connection, mqd_t responses,
                             std::unique_ptr<QueueReader> reader)
@@ -153,44 +133,51 @@ int PosixMQClient::State::DrainAll() {
   }
 }
 
+bool PosixMQClient::State::ReadText(const XCONFIGMGR_RESPONSE_T& record, char* stream,
+                                    std::size_t length, const char* complaint, std::string& text) {
+  if (record.streamLength == 0 || record.streamLength > length) {
+    Report("%s", complaint);
+    return false;
+  }
+  const auto decoded = DecodeValue(stream, record.streamLength, eSerializationFormat_Queue);
+  auto* const value = dynamic_cast<StringValue*>(decoded.get());
+  if (value != nullptr) value->Get(text);
+  return value != nullptr;
+}
+
 int PosixMQClient::State::Deliver(ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
+                                  bool isText, char* stream, std::size_t length,
                                   ConfigEvent* event) {
   if (record.connectionID != connectionID) {
     ConnectionUtilities::Dump(&record);
     return 0;
   }
-  const auto param = static_cast<eParam_t>(record.paramID);
-  if (event != nullptr) Describe(record, *event);
-  delivery.ToAll([&](ConfigEventListener& listener) {
-    listener.ParamChanged(param, record.value, TimeOf(record));
-  });
-  return 1;
-}
-
-int PosixMQClient::State::DeliverStream(ListenerList::Delivery& delivery,
-                                        XCONFIGMGR_RESPONSE_T& record, char* stream,
-                                        unsigned length, ConfigEvent* event) {
-  if (record.connectionID != connectionID) {
-    ConnectionUtilities::Dump(&record);
-    return 0;
-  }
-  if (record.streamLength == 0 || record.streamLength > length) {
-    Report("PosixMQClient::ProcessConfigStreamParamEvent - invalid streamLength\n");
-    return 0;
-  }
-  const auto decoded =
-      qel::config::DecodeValue(stream, record.streamLength, eSerializationFormat_Queue);
-  auto* const value = dynamic_cast<StringValue*>(decoded.get());
-  if (value == nullptr) return 0;
   std::string text;
-  value->Get(text);
-  const auto param = static_cast<eParam_t>(record.paramID);
-  if (event != nullptr) {
-    Describe(record, *event);
-    event->stringValue = text;
+  if (isText &&
+      !ReadText(record, stream, length,
+                "PosixMQClient::ProcessConfigStreamParamEvent - invalid streamLength\n", text)) {
+    return 0;
   }
-  delivery.ToAll(
-      [&](ConfigEventListener& listener) { listener.ParamChanged(param, text, TimeOf(record)); });
+  const auto param = static_cast<eParam_t>(record.paramID);
+  timeval time;
+  time.tv_sec = static_cast<time_t>(record.timeSeconds);
+  time.tv_usec = static_cast<suseconds_t>(record.timeMicroseconds);
+  if (event != nullptr) {
+    event->param = param;
+    if (const ParamDescriptor* const descriptor = FindDescriptor(param)) {
+      event->type = descriptor->GetParamType();
+    }
+    event->value = record.value;
+    event->stringValue = text;
+    event->time = time;
+  }
+  delivery.ToAll([&](ConfigEventListener& listener) {
+    if (isText) {
+      listener.ParamChanged(param, text, time);
+    } else {
+      listener.ParamChanged(param, record.value, time);
+    }
+  });
   return 1;
 }
 
@@ -203,124 +190,150 @@ bool PosixMQClient::State::DeliverNext(ConfigEvent* event, int& result) {
     return false;
   }
   auto record = received.As<XCONFIGMGR_RESPONSE_T>();
-  if (record.msgtype == XCFG_PARAM_CHANGED_EVENT) {
-    result = Deliver(delivery, record, event);
-  } else {
-    result = DeliverStream(delivery, record, received.stream.data(),
-                           static_cast<unsigned>(received.stream.size()), event);
-  }
+  result = Deliver(delivery, record, record.msgtype == XCFG_PARAM_STREAM_CHANGED_EVENT,
+                   received.stream.data(), received.stream.size(), event);
   return true;
 }
 
-PosixMQClient::Exchange::Exchange(PosixMQClient& client, sem_t* semaphore,
-                                  std::chrono::milliseconds patience)
-    : _client(client),
-      _begin(std::chrono::steady_clock::now()),
-      _deadline(_begin + patience),
-      _turn(client._state->records, _deadline),
-      _semaphore(semaphore) {
-  if (!_turn.IsMine()) {
-    _error = errno;
-  } else if (_semaphore != nullptr) {
-    _held = ::sem_trywait(_semaphore) == 0;
-    if (!_held) WaitForFactory();
+// A notification only comes when the queue was empty before: what is there already needs a look.
+bool PosixMQClient::DrainOnAThread() {
+  mq_attr attributes;
+  const bool queued = ::mq_getattr(_responseQueue, &attributes) == 0 && attributes.mq_curmsgs > 0;
+  if (!queued && !_state->records.HasEvents()) return false;
+  return StartThread(nullptr, ThreadKind::kDetached, 0, DrainEntry, this) == 0;
+}
+
+int PosixMQClient::EnableMQEvents(bool enable) { return _state->EnableEvents(enable); }
+
+void PosixMQClient::MQNotifyHandler(sigval value) {
+  auto* const client = static_cast<PosixMQClient*>(value.sival_ptr);
+  if (client == nullptr) return;
+  const PosixMQClients::Inside inside(client);
+  const std::shared_ptr<State>& state = inside.state();
+  if (state == nullptr) return;
+  const auto name = [] {
+    return ConnectionUtilities::GetPIDName(static_cast<unsigned>(::getpid()));
+  };
+  // Ahead of reading, so that nothing comes unnoticed.
+  if (!state->RenewNotification(client)) {
+    Report("[%s] PosixMQClient::MQNotifyHandler - call to EnableMQEvents failed!\n",
+           name().c_str());
+    std::exit(-1);
+  }
+  // It may have been for a client that was here before, or for a listener that has left. What comes
+  // now is for whoever waits for it.
+  if (state->listeners.IsEmpty()) return state->records.DisclaimDrain();
+  for (;;) {
+    try {
+      state->Drain();
+      return;
+    } catch (abi::__forced_unwind&) {
+      throw;
+    } catch (...) {
+      // What is left still has to be told, as no notification comes for it.
+      Report("[%s] PosixMQClient::MQNotifyHandler - exception!!!!\n", name().c_str());
+    }
   }
 }
 
-PosixMQClient::Exchange::~Exchange() {
-  if (_held) SemaphoreHelper::Post(_semaphore);
+int PosixMQClient::ProcessEvents() {
+  const PosixMQClients::Inside inside(this);
+  return inside.state() == nullptr ? 0 : inside.state()->Drain();
 }
 
-void PosixMQClient::Exchange::WaitForFactory() {
-  State& state = *_client._state;
+int PosixMQClient::Process(XCONFIGMGR_RESPONSE_T* response, ConfigEvent* event, bool isText) {
+  const PosixMQClients::Inside inside(this);
+  const std::shared_ptr<State>& state = inside.state();
+  if (state == nullptr) return 0;
+  ListenerList::Delivery delivery(state->listeners);
+  if (delivery.IsNested()) return 0;
+  const auto size = static_cast<std::size_t>(_messageSize);
+  return state->Deliver(delivery, *response, isText, reinterpret_cast<char*>(response + 1),
+                        size - std::min(size, sizeof *response), event);
+}
+
+int PosixMQClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* response, ConfigEvent* event) {
+  return Process(response, event, false);
+}
+
+int PosixMQClient::ProcessConfigStreamParamEvent(XCONFIGMGR_RESPONSE_T* response,
+                                                 ConfigEvent* event) {
+  return Process(response, event, true);
+}
+
+int PosixMQClient::AddConfigEventListener(ConfigEventListener* listener) {
+  if (listener == nullptr) return 0;
+  const PosixMQClients::Inside inside(this);
+  if (inside.state() == nullptr) return 0;
+  const ListenerList::Delivery hold(_state->listeners);
+  if (!_state->listeners.IsEmpty()) {
+    _state->listeners.Add(listener);
+    return 1;
+  }
+  // Changes may come ahead of the answer.
+  _state->records.KeepEvents(true);
+  if (!ChangeRegistration(kAdd)) {
+    if (!_state->eventsRegistered) _state->records.KeepEvents(false);
+    return 0;
+  }
+  EnableMQEvents(true);
+  _state->listeners.Add(listener);
+  DrainOnAThread();
+  return 1;
+}
+
+int PosixMQClient::RemoveConfigEventListener(ConfigEventListener* listener) {
+  const PosixMQClients::Inside inside(this);
+  if (inside.state() == nullptr) return 0;
+  const ListenerList::Delivery hold(_state->listeners);
+  const bool removed = _state->listeners.Remove(listener);
+  if (!_state->listeners.IsEmpty()) return removed ? 1 : 0;
+  const bool done = ChangeRegistration(kRemove);
+  if (done) {
+    // Whoever waits for an event next has to ask for events again.
+    _state->eventsRegistered = false;
+    _state->records.KeepEvents(false);
+  }
+  const int disabled = EnableMQEvents(false);
+  return done ? disabled : 0;
+}
+
+int PosixMQClient::WaitForConfigEvent(ConfigEvent& event, long, long) {
+  const PosixMQClients::Inside inside(this);
+  const std::shared_ptr<State>& state = inside.state();
+  if (state == nullptr) return 0;
   {
-    MutexLock lock(state.leaveMutex);
-    state.atSemaphore = !state.leaving;
-    _error = state.leaving ? ECANCELED : 0;
-    if (state.leaving) return;
-  }
-  const auto time = _deadline.time_since_epoch();
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-  const timespec end = {
-      static_cast<time_t>(seconds.count()),
-      static_cast<long>(
-          std::chrono::duration_cast<std::chrono::nanoseconds>(time - seconds).count())};
-  // Cancelled or not, this thread does not wait any more.
-  struct Waiting {
-    ~Waiting() {
-      MutexLock lock(state.leaveMutex);
-      state.atSemaphore = false;
-      if (!state.leaving) return;
-      error = ECANCELED;
-      if (!state.woken) return;
-      // That post was for this thread.
-      if (!held) ::sem_trywait(semaphore);
-      held = false;
+    const ListenerList::Delivery hold(state->listeners);
+    if (hold.IsNested()) return 0;
+    if (!state->eventsRegistered) {
+      state->records.KeepEvents(true);
+      state->eventsRegistered = ChangeRegistration(kAddToWait);
+      if (!state->eventsRegistered) {
+        if (state->listeners.IsEmpty()) state->records.KeepEvents(false);
+        return 0;
+      }
     }
-    State& state;
-    sem_t* const semaphore;
-    bool& held;
-    int& error;
-  };
-  const Waiting waiting = {state, _semaphore, _held, _error};
-  int result;
-  do result = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end);
-  while (result != 0 && errno == EINTR);
-  if (result != 0 && errno != ETIMEDOUT) {
-    ReportErrno("Semaphore(): call to sem_wait failed\n");
-    result = 0;
   }
-  _held = result == 0;
-  _error = _held ? 0 : ETIMEDOUT;
-}
-
-Received PosixMQClient::Exchange::Ask(const void* request, std::size_t length,
-                                      ReceivedRecord& answer) {
-  // A daemon that was started anew does not read this queue. Looked for only after a pause, as it
-  // takes a call.
-  constexpr std::chrono::milliseconds kPause(20);
-  State& state = *_client._state;
-  if (_error != 0) {
-    errno = _error;
-    qel::config::SetOutcome(_error == ETIMEDOUT ? Outcome::kNoAnswer : Outcome::kNoConnection);
-    return Received::kTimeout;
-  }
-  XCONFIGMGR_CONNECTION_REQUEST_T head;
-  std::memcpy(&head, request, sizeof head);
-  const auto send = [&] {
-    if (_begin - kPause > state.lastAnswer && qel::config::IsQueueGone(_client._requestQueue)) {
-      errno = ENOENT;
-      return false;
+  const RecordExchange::EventWait wait(state->records);
+  for (;;) {
+    uint32_t type = 0;
+    int result;
+    switch (state->records.AwaitEvent(type)) {
+      case Received::kRecord:
+        if (state->DeliverNext(&event, result)) return result;
+        continue;
+      case Received::kUnknown:
+        Report("PosixMQClient::WaitForConfigEvent - Unknown message type %d\n",
+               static_cast<int>(type));
+        return 0;
+      case Received::kFailed:
+        ReportErrno("PosixMQClient::WaitForConfigEvent - mq_receive\n");
+        Report("PosixMQClient::WaitForConfigEvent - mq_receive ERROR\n");
+        return 0;
+      default:
+        return 0;
     }
-    return qel::config::SendToQueue(_client._requestQueue, request, length, _client._priority,
-                                    _deadline);
-  };
-  const Received received = _turn.Ask({head.requestID, 0, false}, send, answer);
-  const int saved = errno;
-  if (received == Received::kNotSent && saved == EMSGSIZE) {
-    qel::config::SetOutcome(Outcome::kTooLong);
   }
-  // The system may fail to start the thread of a notification, and says nothing of it.
-  if (!state.listeners.IsEmpty() && state.records.ClaimDrain() && !_client.DrainOnAThread()) {
-    state.records.DisclaimDrain();
-  }
-  if (received == Received::kRecord) {
-    state.lastAnswer = _begin;
-    auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
-    ConnectionUtilities::Dump(&response);
-  }
-  errno = saved;
-  return received;
-}
-
-bool PosixMQClient::Exchange::IsAnswered(const void* request, const ReceivedRecord& answer) {
-  XCONFIGMGR_CONNECTION_REQUEST_T head;
-  std::memcpy(&head, request, sizeof head);
-  const auto response = answer.As<XCONFIGMGR_RESPONSE_T>();
-  if (answer.size >= sizeof response && IsValidResponse(head, response)) return true;
-  if (response.requestID != head.requestID) _turn.GiveUp(head.requestID);
-  qel::config::SetOutcome(Outcome::kNoAnswer);
-  return false;
 }
 
 PosixMQClients& PosixMQClients::Instance() {

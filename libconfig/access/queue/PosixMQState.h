@@ -14,7 +14,6 @@
 #include "libconfig/access/queue/QueueIO.h"
 
 struct PosixMQClient::State {
-  State(unsigned int connection, mqd_t responses, std::size_t messageSize, mqd_t requests);
   State(unsigned int connection, mqd_t responses, std::unique_ptr<qel::config::QueueReader> reader);
 
   int EnableEvents(bool enable);
@@ -24,11 +23,13 @@ struct PosixMQClient::State {
   // Tells the listeners what has come. 0 when the queue could not be read, else 1.
   int Drain();
   int DrainAll();
-  // REQUIRES: `delivery` is not nested.
+  // The text that follows a record in `length` bytes; `complaint` is reported when there cannot be
+  // one. False without a text.
+  static bool ReadText(const XCONFIGMGR_RESPONSE_T& record, char* stream, std::size_t length,
+                       const char* complaint, std::string& text);
+  // The change of a text has `length` bytes of `stream`. REQUIRES: `delivery` is not nested.
   int Deliver(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
-              ConfigEvent* event);
-  int DeliverStream(qel::config::ListenerList::Delivery& delivery, XCONFIGMGR_RESPONSE_T& record,
-                    char* stream, unsigned length, ConfigEvent* event);
+              bool isText, char* stream, std::size_t length, ConfigEvent* event);
   // The same for the next message, if no other thread took it. With `event` it is for one who waits
   // for it, who has a RecordExchange::EventWait, else for listeners only.
   bool DeliverNext(ConfigEvent* event, int& result);
@@ -102,8 +103,6 @@ class PosixMQClients {
 class PosixMQClient::Exchange {
  public:
   // The semaphore may be null.
-  Exchange(PosixMQClient& client, sem_t* semaphore)
-      : Exchange(client, semaphore, client._patience) {}
   Exchange(PosixMQClient& client, sem_t* semaphore, std::chrono::milliseconds patience);
   ~Exchange();
   Exchange(const Exchange&) = delete;
@@ -114,11 +113,10 @@ class PosixMQClient::Exchange {
   qel::config::Received Ask(const void* request, std::size_t length,
                             qel::config::ReceivedRecord& answer);
 
-  // Whether the answer is that of the request, with a message where it bears another's numbers. The
-  // right one may still be on its way.
-  bool IsAnswered(const void* request, const qel::config::ReceivedRecord& answer);
-  // What came was not the answer.
-  void GiveUp(uint32_t requestID) { _turn.GiveUp(requestID); }
+  // Whether the answer is that of the request, with a message where it bears another's numbers.
+  bool IsAnswered(const qel::config::ReceivedRecord& answer);
+  // What came may be another one's answer: then the right one may still be on its way.
+  void Leave(const qel::config::ReceivedRecord& answer);
 
  private:
   void WaitForFactory();
@@ -130,4 +128,5 @@ class PosixMQClient::Exchange {
   sem_t* const _semaphore;
   bool _held = false;  // the semaphore
   int _error = 0;      // why there is no exchange
+  XCONFIGMGR_CONNECTION_REQUEST_T _request = {};
 };
