@@ -8,6 +8,8 @@
 #include <iterator>
 #include <vector>
 
+#include "libconfig/access/MessageTable.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 // The library reports each refusal on standard error, thousands a second here. The fuzzer keeps its
@@ -27,12 +29,14 @@ inline void Require(bool holds) {
   if (!holds) __builtin_trap();
 }
 
-// The next record of a family's table: the first byte of `data` chooses its type, the rest is its
-// other bytes, and what may follow it. Moves `data` behind it.
-template <typename Rows>
-std::vector<char> NextRecord(const Rows& rows, const uint8_t*& data, size_t& size) {
-  const auto& row = rows[data[0] % std::size(rows)];
-  const size_t room = row.size - sizeof row.type + (row.hasStream ? 32 : 0);
+// The next record of a transport: the first byte of `data` chooses its type, the rest is its other
+// bytes, and what may follow it. Moves `data` behind it.
+inline std::vector<char> NextRecord(qel::config::RecordType qel::config::MessageType::*transport,
+                                    const uint8_t*& data, size_t& size) {
+  const auto& row = qel::config::kMessageTypes[data[0] % std::size(qel::config::kMessageTypes)];
+  const auto& type = row.*transport;
+  const size_t room =
+      std::max(type.size, sizeof row.type) - sizeof row.type + (type.hasStream ? 32 : 0);
   const size_t length = std::min(size - 1, room);
   std::vector<char> record(sizeof row.type + length);
   std::memcpy(record.data(), &row.type, sizeof row.type);

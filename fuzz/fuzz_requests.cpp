@@ -4,9 +4,7 @@
 
 #include "fuzz/Fuzz.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
-#include "libconfig/access/MessageTable.h"
 #include "libconfig/access/queue/QueueRequests.h"
-#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/NetworkUDPConnection.h"
 #include "libconfig/network/Socket.h"
 
@@ -43,9 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       message.assign(data, data + size);
       size = 0;
     } else if (isQueue) {
-      message = NextRecord(qel::config::kQueueRecords, data, size);
+      message = NextRecord(&qel::config::MessageType::queue, data, size);
     } else {
-      message = NextRecord(qel::vorlane::config::access::kNetworkRecords, data, size);
+      message = NextRecord(&qel::config::MessageType::network, data, size);
     }
     Limit(message);
     if (isQueue) {

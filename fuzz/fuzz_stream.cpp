@@ -11,7 +11,6 @@
 
 #include "fuzz/Fuzz.h"
 #include "libconfig/access/ConfigFactoryImpl.h"
-#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/Socket.h"
 
@@ -26,7 +25,7 @@ std::vector<char> Stream(const uint8_t* data, size_t size) {
   if (kind & 2) return {data, data + size};
   std::vector<char> stream;
   while (size > 0) {
-    const auto record = NextRecord(qel::vorlane::config::access::kNetworkRecords, data, size);
+    const auto record = NextRecord(&qel::config::MessageType::network, data, size);
     stream.insert(stream.end(), record.begin(), record.end());
   }
   return stream;

@@ -1,8 +1,8 @@
-// What is known of each message type, one row a type: here what holds on every transport, and the
-// records of the message queues; network/NetworkRecordTable.h has the records of the network.
-// Names, sizes, dispatch and the tables of docs/protocol.md come from these rows. Internal.
+// What is known of each message type, one row a type. Names, sizes, dispatch and the tables of
+// docs/protocol.md come from these rows. Internal.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,69 +10,49 @@
 
 namespace qel::config {
 
+// A record as one transport carries it; no size where it does not.
+struct RecordType {
+  std::size_t size = 0;
+  bool hasStream = false;  // streamLength bytes may follow
+};
+
 struct MessageType {
   uint32_t type;
   const char* enumerator;
   const char* name;       // for people
   const char* direction;  // "->" is a request, "<-" a response, "<=" an event
+  RecordType queue;       // of MessageRecords.h
+  RecordType network;     // of network/NetworkRecords.h
 };
 
+// Over TCP a Set is not answered, and Set String only when it is refused. Over UDP the listener
+// requests are not served, Set String is not answered, the answer to Connect is as long as that to
+// Get, and the answer to Get String has the type of its request. Populate is served by none.
+#define ROW(type, ...) \
+  { XCFG_##type, "XCFG_" #type, __VA_ARGS__ }
 inline constexpr MessageType kMessageTypes[] = {
-    {XCFG_CONNECT_REQUEST, "XCFG_CONNECT_REQUEST", "Connect Request", "->"},
-    {XCFG_DISCONNECT_REQUEST, "XCFG_DISCONNECT_REQUEST", "Disconnect Request", "->"},
-    {XCFG_CONNECT_RESPONSE, "XCFG_CONNECT_RESPONSE", "Connect Response", "<-"},
-    {XCFG_DISCONNECT_RESPONSE, "XCFG_DISCONNECT_RESPONSE", "Disconnect Response", "<-"},
-    {XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, "XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST",
-     "Add Listener Request", "->"},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, "XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST",
-     "Remove Listener Request", "->"},
-    {XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE, "XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE",
-     "Add Listener Response", "<-"},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, "XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE",
-     "Remove Listener Response", "<-"},
-    {XCFG_GET_PARAM_REQUEST, "XCFG_GET_PARAM_REQUEST", "Get Request", "->"},
-    {XCFG_SET_PARAM_REQUEST, "XCFG_SET_PARAM_REQUEST", "Set Request", "->"},
-    {XCFG_GET_PARAM_RESPONSE, "XCFG_GET_PARAM_RESPONSE", "Get Response", "<-"},
-    {XCFG_SET_PARAM_RESPONSE, "XCFG_SET_PARAM_RESPONSE", "Set Response", "<-"},
-    {XCFG_GET_STREAM_PARAM_REQUEST, "XCFG_GET_STREAM_PARAM_REQUEST", "Get String Request", "->"},
-    {XCFG_SET_STREAM_PARAM_REQUEST, "XCFG_SET_STREAM_PARAM_REQUEST", "Set String Request", "->"},
-    {XCFG_POPULATE_PARAM_REQUEST, "XCFG_POPULATE_PARAM_REQUEST", "Populate Param Request", "->"},
-    {XCFG_GET_STREAM_PARAM_RESPONSE, "XCFG_GET_STREAM_PARAM_RESPONSE", "Get String Response", "<-"},
-    {XCFG_SET_STREAM_PARAM_RESPONSE, "XCFG_SET_STREAM_PARAM_RESPONSE", "Set String Response", "<-"},
-    {XCFG_POPULATE_PARAM_RESPONSE, "XCFG_POPULATE_PARAM_RESPONSE", "Populate Param Response", "<-"},
-    {XCFG_PARAM_CHANGED_EVENT, "XCFG_PARAM_CHANGED_EVENT", "Param Changed Event", "<="},
-    {XCFG_PARAM_STREAM_CHANGED_EVENT, "XCFG_PARAM_STREAM_CHANGED_EVENT",
-     "Param String Changed Event", "<="},
+    ROW(CONNECT_REQUEST, "Connect Request", "->", {20}, {24}),
+    ROW(DISCONNECT_REQUEST, "Disconnect Request", "->", {20}, {24}),
+    ROW(CONNECT_RESPONSE, "Connect Response", "<-", {52}, {28}),
+    ROW(DISCONNECT_RESPONSE, "Disconnect Response", "<-", {52}, {28}),
+    ROW(ADD_CONFIG_EVENT_LISTENER_REQUEST, "Add Listener Request", "->", {24}, {28}),
+    ROW(REMOVE_CONFIG_EVENT_LISTENER_REQUEST, "Remove Listener Request", "->", {24}, {28}),
+    ROW(ADD_CONFIG_EVENT_LISTENER_RESPONSE, "Add Listener Response", "<-", {52}, {}),
+    ROW(REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, "Remove Listener Response", "<-", {52}, {28}),
+    ROW(GET_PARAM_REQUEST, "Get Request", "->", {36}, {40}),
+    ROW(SET_PARAM_REQUEST, "Set Request", "->", {36}, {40}),
+    ROW(GET_PARAM_RESPONSE, "Get Response", "<-", {52}, {44}),
+    ROW(SET_PARAM_RESPONSE, "Set Response", "<-", {52}, {44}),
+    ROW(GET_STREAM_PARAM_REQUEST, "Get String Request", "->", {36}, {40}),
+    ROW(SET_STREAM_PARAM_REQUEST, "Set String Request", "->", {36, true}, {40, true}),
+    ROW(POPULATE_PARAM_REQUEST, "Populate Param Request", "->", {}, {}),
+    ROW(GET_STREAM_PARAM_RESPONSE, "Get String Response", "<-", {52, true}, {44, true}),
+    ROW(SET_STREAM_PARAM_RESPONSE, "Set String Response", "<-", {52}, {44, true}),
+    ROW(POPULATE_PARAM_RESPONSE, "Populate Param Response", "<-", {}, {}),
+    ROW(PARAM_CHANGED_EVENT, "Param Changed Event", "<=", {52}, {44}),
+    ROW(PARAM_STREAM_CHANGED_EVENT, "Param String Changed Event", "<=", {52, true}, {44, true}),
 };
-
-// A record as one transport carries it.
-struct RecordType {
-  uint32_t type;
-  std::size_t size;
-  bool hasStream = false;  // streamLength bytes may follow
-};
-
-// Populate is served by no transport.
-inline constexpr RecordType kQueueRecords[] = {
-    {XCFG_CONNECT_REQUEST, sizeof(XCONFIGMGR_CONNECTION_REQUEST_T)},
-    {XCFG_DISCONNECT_REQUEST, sizeof(XCONFIGMGR_CONNECTION_REQUEST_T)},
-    {XCFG_CONNECT_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_DISCONNECT_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T)},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T)},
-    {XCFG_ADD_CONFIG_EVENT_LISTENER_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_GET_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_SET_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_GET_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_SET_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_GET_STREAM_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_SET_STREAM_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T), true},
-    {XCFG_GET_STREAM_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T), true},
-    {XCFG_SET_STREAM_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_PARAM_CHANGED_EVENT, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_PARAM_STREAM_CHANGED_EVENT, sizeof(XCONFIGMGR_RESPONSE_T), true},
-};
+#undef ROW
 
 // The row of `type`, or null.
 template <typename Row, std::size_t kRows>
@@ -83,7 +63,18 @@ constexpr const Row* FindRow(const Row (&rows)[kRows], uint32_t type) {
   return nullptr;
 }
 
-constexpr const MessageType* FindMessageType(uint32_t type) { return FindRow(kMessageTypes, type); }
+// The place of each type in the table, from 1 on.
+inline constexpr auto kMessageRows = [] {
+  std::array<uint8_t, XCFG_PARAM_STREAM_CHANGED_EVENT + 1> places = {};
+  uint8_t place = 0;
+  for (const MessageType& row : kMessageTypes) places[row.type] = ++place;
+  return places;
+}();
+
+constexpr const MessageType* FindMessageType(uint32_t type) {
+  const std::size_t place = type < kMessageRows.size() ? kMessageRows[type] : 0;
+  return place > 0 ? &kMessageTypes[place - 1] : nullptr;
+}
 
 constexpr bool IsRequest(uint32_t type) {
   const MessageType* const row = FindMessageType(type);
@@ -98,6 +89,16 @@ constexpr bool IsEvent(uint32_t type) {
 // The type that answers a request.
 constexpr uint32_t AnswerType(uint32_t request) { return request + 16; }
 
-constexpr const RecordType* FindQueueRecord(uint32_t type) { return FindRow(kQueueRecords, type); }
+// Null for a type that the transport does not carry.
+constexpr const RecordType* FindRecord(RecordType MessageType::*transport, uint32_t type) {
+  const MessageType* const row = FindMessageType(type);
+  return row != nullptr && (row->*transport).size > 0 ? &(row->*transport) : nullptr;
+}
+constexpr const RecordType* FindQueueRecord(uint32_t type) {
+  return FindRecord(&MessageType::queue, type);
+}
+constexpr const RecordType* FindNetworkRecord(uint32_t type) {
+  return FindRecord(&MessageType::network, type);
+}
 
 }  // namespace qel::config

@@ -1,4 +1,4 @@
-// The records of TCP and UDP, one row a message type, and how a response is made. Internal.
+// The table of the records of TCP and UDP, and how a response is made. Internal.
 #pragma once
 
 #include <cstring>
@@ -11,32 +11,7 @@
 
 namespace qel::vorlane::config::access {
 
-// Over TCP a Set is not answered, and Set String only when it is refused. Over UDP the listener
-// requests are not served, Set String is not answered, the answer to Connect is as long as that to
-// Get, and the answer to Get String has the type of its request.
-inline constexpr qel::config::RecordType kNetworkRecords[] = {
-    {XCFG_CONNECT_REQUEST, sizeof(XCONFIGMGR_CONNECTION_REQUEST_T)},
-    {XCFG_DISCONNECT_REQUEST, sizeof(XCONFIGMGR_CONNECTION_REQUEST_T)},
-    {XCFG_CONNECT_RESPONSE, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T)},
-    {XCFG_DISCONNECT_RESPONSE, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T)},
-    {XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST, sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T)},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST, sizeof(XCONFIGMGR_EVENT_HANDLER_REQUEST_T)},
-    {XCFG_REMOVE_CONFIG_EVENT_LISTENER_RESPONSE, sizeof(XCONFIGMGR_CONNECTION_RESPONSE_T)},
-    {XCFG_GET_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_SET_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_GET_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_SET_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_GET_STREAM_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T)},
-    {XCFG_SET_STREAM_PARAM_REQUEST, sizeof(XCONFIGMGR_REQUEST_T), true},
-    {XCFG_GET_STREAM_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T), true},
-    {XCFG_SET_STREAM_PARAM_RESPONSE, sizeof(XCONFIGMGR_RESPONSE_T), true},
-    {XCFG_PARAM_CHANGED_EVENT, sizeof(XCONFIGMGR_RESPONSE_T)},
-    {XCFG_PARAM_STREAM_CHANGED_EVENT, sizeof(XCONFIGMGR_RESPONSE_T), true},
-};
-
-constexpr const qel::config::RecordType* FindNetworkRecord(uint32_t type) {
-  return qel::config::FindRow(kNetworkRecords, type);
-}
+using qel::config::FindNetworkRecord;
 
 // A request of any kind.
 union NetworkRequest {
