@@ -8,21 +8,14 @@
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
 
-using qel::config::MutexLock;
-using qel::config::Report;
+using namespace qel::config;
 
 namespace {
 
-// Never destroyed: threads of the system ask until the process ends.
-qel::config::Mutex& NamesMutex() {
-  static auto* const mutex = new qel::config::Mutex;
-  return *mutex;
-}
-
-std::map<unsigned int, std::string>& Names() {
-  static auto* const names = new std::map<unsigned int, std::string>;
-  return *names;
-}
+struct Names {
+  Mutex mutex;
+  std::map<unsigned int, std::string> known LIBCONFIG_GUARDED_BY(mutex);
+};
 
 std::string AskForName(unsigned int pid) {
   char command[64];
@@ -41,7 +34,7 @@ std::string AskForName(unsigned int pid) {
 }  // namespace
 
 std::string ConnectionUtilities::GetMessageName(MQMessage_t type) {
-  const auto* const row = qel::config::FindMessageType(type);
+  const auto* const row = FindMessageType(type);
   return row == nullptr ? "N/A" : row->name;
 }
 
@@ -52,12 +45,13 @@ std::string ConnectionUtilities::GetQueueName(uint32_t connectionID) {
 }
 
 std::string ConnectionUtilities::GetPIDName(unsigned int pid) {
-  MutexLock lock(NamesMutex());
-  std::map<unsigned int, std::string>& names = Names();
-  const auto known = names.find(pid);
-  if (known != names.end()) return known->second;
-  if (names.size() >= qel::config::limits::kProcessNames) names.clear();
-  names[pid] = AskForName(pid);
+  // Never destroyed: threads of the system ask until the process ends.
+  static auto* const names = new Names;
+  MutexLock lock(names->mutex);
+  const auto known = names->known.find(pid);
+  if (known != names->known.end()) return known->second;
+  if (names->known.size() >= limits::kProcessNames) names->known.clear();
+  names->known[pid] = AskForName(pid);
   // Callers rely on an empty name the first time, and on the name from the second call on.
   return {};
 }

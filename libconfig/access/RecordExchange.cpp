@@ -35,67 +35,74 @@ void RecordExchange::Wake() {
 
 RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline, Registered)
     : _records(records), _deadline(deadline) {
-  MutexLock lock(records._mutex);
-  ++records._turns;
+  MutexLock lock(_records._mutex);
+  ++_records._turns;
+  TakeIfFree();
 }
 
 RecordExchange::Turn::Turn(RecordExchange& records, Deadline deadline)
     : Turn(records, deadline, Registered()) {
-  MutexLock lock(records._mutex);
-  if (!records._ended && !records._exchanging) {
-    records._exchanging = _granted = true;
-    return;
-  }
-  Turn** last = &records._firstTurn;
+  if (_granted) return;
+  MutexLock lock(_records._mutex);
+  TakeIfFree();
+  if (_granted) return;
+  Turn** last = &_records._firstTurn;
   while (*last != nullptr) last = &(*last)->_next;
   *last = this;
-  while (!_granted && !records._ended && records.Wait(deadline)) {
+  while (!_granted && !_records._ended && _records.Wait(deadline)) {
   }
   if (_granted) return;
-  records.Unlink(*this);
-  _error = records._ended ? ECANCELED : ETIMEDOUT;
+  Unlink();
+  _error = _records._ended ? ECANCELED : ETIMEDOUT;
   errno = _error;
 }
 
-// From those who wait for their turn, if it is among them.
-void RecordExchange::Unlink(Turn& turn) {
-  for (Turn** link = &_firstTurn; *link != nullptr; link = &(*link)->_next) {
-    if (*link != &turn) continue;
-    *link = turn._next;
+RecordExchange::Turn::~Turn() {
+  MutexLock lock(_records._mutex);
+  --_records._turns;
+  Unlink();
+  if (_granted) {
+    if (_records._waiting) _records.Abandon(_records._expected.requestID);
+    _records._waiting = false;
+    Turn* const next = _records._firstTurn;
+    _records._exchanging = next != nullptr;
+    if (next != nullptr) {
+      _records._firstTurn = next->_next;
+      next->_granted = true;
+    }
+  }
+  _records.Wake();
+}
+
+void RecordExchange::Turn::TakeIfFree() {
+  if (_records._ended || _records._exchanging) return;
+  _records._exchanging = _granted = true;
+}
+
+void RecordExchange::Turn::Unlink() {
+  for (Turn** link = &_records._firstTurn; *link != nullptr; link = &(*link)->_next) {
+    if (*link != this) continue;
+    *link = _next;
     return;
   }
 }
 
-RecordExchange::Turn::~Turn() { _records.Leave(*this); }
-
-void RecordExchange::Leave(Turn& turn) {
-  MutexLock lock(_mutex);
-  --_turns;
-  Unlink(turn);
-  if (turn._granted) {
-    if (_waiting) AbandonLocked(_expected.requestID);
-    _waiting = false;
-    Turn* const next = _firstTurn;
-    _exchanging = next != nullptr;
-    if (next != nullptr) {
-      _firstTurn = next->_next;
-      next->_granted = true;
-    }
-  }
-  Wake();
+void RecordExchange::Turn::Announce(const ExpectedAnswer& expected) {
+  MutexLock lock(_records._mutex);
+  _records._waiting = true;
+  _records._answered = false;
+  _records._expected = expected;
+  _records._deadline = _deadline;
 }
 
-void RecordExchange::Expect(const ExpectedAnswer& expected, Deadline deadline) {
-  MutexLock lock(_mutex);
-  _waiting = true;
-  _answered = false;
-  _expected = expected;
-  _deadline = deadline;
+void RecordExchange::Turn::Withdraw() {
+  MutexLock lock(_records._mutex);
+  _records._waiting = false;
 }
 
-void RecordExchange::ExpectNothing() {
-  MutexLock lock(_mutex);
-  _waiting = false;
+void RecordExchange::Turn::GiveUp(uint32_t requestID) {
+  MutexLock lock(_records._mutex);
+  _records.Abandon(requestID);
 }
 
 bool RecordExchange::GetExpected(ExpectedAnswer& expected) {
@@ -105,11 +112,6 @@ bool RecordExchange::GetExpected(ExpectedAnswer& expected) {
 }
 
 void RecordExchange::Abandon(uint32_t requestID) {
-  MutexLock lock(_mutex);
-  AbandonLocked(requestID);
-}
-
-void RecordExchange::AbandonLocked(uint32_t requestID) {
   // The numbers ascend, so that the first is the oldest.
   if (_abandoned.size() >= limits::kAbandonedRequests) _abandoned.erase(_abandoned.begin());
   try {
@@ -230,7 +232,7 @@ Received RecordExchange::Await(ReceivedRecord& answer) {
     LetEarlierEventsBeTold();
     errno = saved;
   } else if (_waiting) {
-    AbandonLocked(_expected.requestID);
+    Abandon(_expected.requestID);
   } else {
     outcome = Received::kTimeout;  // nobody asked, or another thread took the answer
     errno = ETIMEDOUT;

@@ -128,9 +128,9 @@ class RecordExchange {
     template <typename Send>
     bool Expect(const ExpectedAnswer& expected, Send send) {
       if (_granted) {
-        _records.Expect(expected, _deadline);
+        Announce(expected);
         if (send()) return true;
-        _records.ExpectNothing();
+        Withdraw();
       }
       SetOutcome(!_granted && _error == ETIMEDOUT ? Outcome::kNoAnswer : Outcome::kNoConnection);
       if (!_granted) errno = _error;
@@ -138,14 +138,21 @@ class RecordExchange {
     }
 
     // What came was not the answer: it may still come.
-    void GiveUp(uint32_t requestID) { _records.Abandon(requestID); }
+    void GiveUp(uint32_t requestID);
 
    private:
     friend class RecordExchange;
     struct Registered {};
 
-    // Registers it, so that the destructor undoes that although the waiting may be cancelled.
+    // Takes the turn if it is free. From then on the destructor gives it back, although the waiting
+    // for one that is not may be cancelled.
     Turn(RecordExchange& records, Deadline deadline, Registered);
+
+    void TakeIfFree() LIBCONFIG_REQUIRES(_records._mutex);
+    // From those who wait, if it is among them.
+    void Unlink() LIBCONFIG_REQUIRES(_records._mutex);
+    void Announce(const ExpectedAnswer& expected);
+    void Withdraw();
 
     RecordExchange& _records;
     const Deadline _deadline;
@@ -206,12 +213,7 @@ class RecordExchange {
  private:
   class Reading;
 
-  void Expect(const ExpectedAnswer& expected, Deadline deadline);
-  void ExpectNothing();
-  void Abandon(uint32_t requestID);
-  void AbandonLocked(uint32_t requestID) LIBCONFIG_REQUIRES(_mutex);
-  void Leave(Turn& turn);
-  void Unlink(Turn& turn) LIBCONFIG_REQUIRES(_mutex);
+  void Abandon(uint32_t requestID) LIBCONFIG_REQUIRES(_mutex);
   Received ReadOne(Deadline deadline, uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   Received Sort(ReceivedRecord& record, uint32_t& type) LIBCONFIG_REQUIRES(_mutex);
   Received Keep(ReceivedRecord& event) LIBCONFIG_REQUIRES(_mutex);

@@ -124,7 +124,6 @@ void QueueRequests::Process(char* message, std::size_t length) {
       IsRequest(request.msgtype) ? FindQueueRecord(request.msgtype) : nullptr;
   if (record == nullptr || length < record->size) return;
   XCONFIGMGR_RESPONSE_T response = ResponseTo(request);
-  bool known = true;
   switch (request.msgtype) {
     case XCFG_CONNECT_REQUEST:
       // Clients that have died make room.
@@ -136,16 +135,16 @@ void QueueRequests::Process(char* message, std::size_t length) {
       _peers.Close(request.connectionID);
       return;
     case XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST:
-      known = _peers.SetListening(request.connectionID, true);
-      break;
     case XCFG_REMOVE_CONFIG_EVENT_LISTENER_REQUEST:
-      known = _peers.SetListening(request.connectionID, false);
+      if (!_peers.SetListening(request.connectionID,
+                               request.msgtype == XCFG_ADD_CONFIG_EVENT_LISTENER_REQUEST)) {
+        response.result = eMessageError_NotConnected;
+      }
       break;
     default:
       ProcessParam(request, message + record->size, length - record->size);
       return;
   }
-  if (!known) response.result = eMessageError_NotConnected;
   _peers.Answer(response);
 }
 
