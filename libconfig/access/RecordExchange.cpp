@@ -196,51 +196,42 @@ Received RecordExchange::Keep(ReceivedRecord& event) {
 
 Received RecordExchange::Await(ReceivedRecord& answer) {
   MutexLock lock(_mutex);
+  // Unless something else ends it; also when nobody asked, or another thread took the answer.
   Received outcome = Received::kTimeout;
-  errno = ETIMEDOUT;
+  int error = ETIMEDOUT;
   while (_waiting && !_answered) {
     if (_ended) {
       outcome = _ending;
-      errno = _endError;
+      error = _endError;
       break;
     }
     if (_reading) {
-      if (Wait(_deadline)) continue;
-      outcome = Received::kTimeout;
-      errno = ETIMEDOUT;
-      break;
+      if (!Wait(_deadline)) break;
+      continue;
     }
     uint32_t type;
-    outcome = ReadOne(_deadline, type);
-    if (_answered || outcome >= Received::kEnded) continue;
-    if (outcome == Received::kTimeout) break;
+    const Received read = ReadOne(_deadline, type);
+    if (_answered || read >= Received::kEnded) continue;
     // However much comes: it is not the answer.
-    if (std::chrono::steady_clock::now() < _deadline) continue;
-    outcome = Received::kTimeout;
-    errno = ETIMEDOUT;
-    break;
+    if (read == Received::kTimeout || std::chrono::steady_clock::now() >= _deadline) break;
   }
   if (_waiting && _answered) {
     outcome = _outcome;
-    errno = _error;
+    error = _error;
     answer = std::move(_answer);
     if (outcome == Received::kRecord && answer.size < _expected.size) {
       outcome = Received::kFailed;
-      errno = EPROTO;
+      error = EPROTO;
     }
-    const int saved = errno;
     LetEarlierEventsBeTold();
-    errno = saved;
   } else if (_waiting) {
     Abandon(_expected.requestID);
-  } else {
-    outcome = Received::kTimeout;  // nobody asked, or another thread took the answer
-    errno = ETIMEDOUT;
   }
   _waiting = false;
   SetOutcome(outcome == Received::kRecord    ? Outcome::kDone
              : outcome == Received::kTimeout ? Outcome::kNoAnswer
                                              : Outcome::kNoConnection);
+  errno = error;
   return outcome;
 }
 

@@ -1,5 +1,6 @@
 #include "libconfig/access/queue/PosixMQClient.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -55,7 +56,7 @@ PosixMQClient::~PosixMQClient() { Leave(); }
 
 void PosixMQClient::Leave() {
   if (!PosixMQClients::Instance().Contains(this)) return;
-  _state->BeginLeaving(_connectionSemaphore);
+  _state->BeginLeaving();
   bool armed;
   {
     MutexLock lock(_state->armMutex);
@@ -91,47 +92,25 @@ PosixMQClient::Exchange::~Exchange() {
   if (_held) SemaphoreHelper::Post(_semaphore);
 }
 
+// In slices, as a post for one who is to end could be taken by another client.
 void PosixMQClient::Exchange::WaitForFactory() {
-  State& state = *_client._state;
-  {
-    MutexLock lock(state.leaveMutex);
-    state.atSemaphore = !state.leaving;
-    _error = state.leaving ? ECANCELED : 0;
-    if (state.leaving) return;
-  }
-  const auto time = _deadline.time_since_epoch();
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-  const timespec end = {
-      static_cast<time_t>(seconds.count()),
-      static_cast<long>(
-          std::chrono::duration_cast<std::chrono::nanoseconds>(time - seconds).count())};
-  // Cancelled or not, this thread does not wait any more.
-  struct Waiting {
-    ~Waiting() {
-      MutexLock lock(state.leaveMutex);
-      state.atSemaphore = false;
-      if (!state.leaving) return;
-      error = ECANCELED;
-      if (!state.woken) return;
-      // That post was for this thread.
-      if (!held) ::sem_trywait(semaphore);
-      held = false;
-    }
-    State& state;
-    sem_t* const semaphore;
-    bool& held;
-    int& error;
-  };
-  const Waiting waiting = {state, _semaphore, _held, _error};
-  int result;
-  do result = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &end);
-  while (result != 0 && errno == EINTR);
-  if (result != 0 && errno != ETIMEDOUT) {
+  constexpr std::chrono::milliseconds kSlice(20);
+  const std::atomic<bool>& leaving = _client._state->leaving;
+  while (!_held && !leaving && std::chrono::steady_clock::now() < _deadline) {
+    const auto end = std::min(_deadline, After(kSlice)).time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(end);
+    const timespec time = {static_cast<time_t>(seconds.count()),
+                           static_cast<long>(std::chrono::nanoseconds(end - seconds).count())};
+    _held = ::sem_clockwait(_semaphore, CLOCK_MONOTONIC, &time) == 0;
+    if (_held || errno == EINTR || errno == ETIMEDOUT) continue;
     ReportErrno("Semaphore(): call to sem_wait failed\n");
-    result = 0;
+    _held = true;
   }
-  _held = result == 0;
-  _error = _held ? 0 : ETIMEDOUT;
+  if (_held && leaving) {
+    SemaphoreHelper::Post(_semaphore);
+    _held = false;
+  }
+  if (!_held) _error = leaving ? ECANCELED : ETIMEDOUT;
 }
 
 Received PosixMQClient::Exchange::Ask(const void* request, std::size_t length,

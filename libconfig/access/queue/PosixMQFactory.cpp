@@ -240,7 +240,7 @@ void PosixMQFactory::ResetSemaphore() {
 void PosixMQFactory::Disconnect(PosixMQClient* client) {
   if (!PosixMQClients::Instance().Contains(client)) return;
   ResetSemaphore();
-  client->_state->BeginLeaving(client->_connectionSemaphore);
+  client->_state->BeginLeaving();
   ConfirmDisconnect(client);
   client->Leave();
   ::mq_close(client->_responseQueue);

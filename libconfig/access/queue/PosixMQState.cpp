@@ -53,14 +53,9 @@ PosixMQClient::State::State(unsigned int connection, mqd_t responses,
       readerError(reader->GetError()),
       records(std::move(reader)) {}
 
-// One who waits for the semaphore is woken by a post that he keeps to himself.
-void PosixMQClient::State::BeginLeaving(sem_t* semaphore) {
+void PosixMQClient::State::BeginLeaving() {
   listeners.Close();
-  MutexLock lock(leaveMutex);
-  if (leaving) return;
   leaving = true;
-  woken = atSemaphore;
-  if (woken) SemaphoreHelper::Post(semaphore);
 }
 
 int PosixMQClient::State::EnableEvents(bool enable) {

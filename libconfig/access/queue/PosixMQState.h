@@ -41,11 +41,8 @@ struct PosixMQClient::State {
   qel::config::RecordExchange records;
 
   // No listener is called and no value is asked for any more, as the client is being handed back.
-  void BeginLeaving(sem_t* semaphore);
-  qel::config::Mutex leaveMutex;
-  bool leaving LIBCONFIG_GUARDED_BY(leaveMutex) = false;
-  bool atSemaphore LIBCONFIG_GUARDED_BY(leaveMutex) = false;  // a thread waits for the factory's
-  bool woken LIBCONFIG_GUARDED_BY(leaveMutex) = false;        // by one post too many
+  void BeginLeaving();
+  std::atomic<bool> leaving{false};
 
   // When the daemon answered last. Of whose turn it is.
   qel::config::Deadline lastAnswer = qel::config::kNoWait;
