@@ -150,6 +150,14 @@ TEST_F(Exchanges, GoOnWhenMemoryRunsOutInAnotherThreadsRead) {
   EXPECT_TRUE(records->IsEnded());
 }
 
+// What came in behind the last look would else wait for the next notification.
+TEST_F(Exchanges, AreLookedAtAgainByWhoeverDrainsWhenAnotherOneCame) {
+  EXPECT_TRUE(records->BeginDrain());
+  EXPECT_FALSE(records->BeginDrain());
+  EXPECT_FALSE(records->EndDrain());
+  EXPECT_TRUE(records->EndDrain());
+}
+
 // The cancellation is pending when the thread begins to wait, as not every emulator can unwind from
 // a signal.
 TEST_F(Exchanges, WaitForTheirTurnInTimeAndMayBeCancelledMeanwhile) {
