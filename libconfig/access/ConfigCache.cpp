@@ -8,11 +8,10 @@
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/support/Logger.h"
 
-using qel::config::Outcome;
-using qel::config::SetOutcome;
-using qel::config::limits::kCacheBytes;
-using qel::config::limits::kCacheKeys;
-using qel::config::limits::kCacheStrangers;
+using namespace qel::config;
+using limits::kCacheBytes;
+using limits::kCacheKeys;
+using limits::kCacheStrangers;
 
 namespace {
 
@@ -34,15 +33,15 @@ bool SaysVolatile(const ParamDescriptor& descriptor) {
 
 // A number may be 0 without having failed.
 int Read(Config& config, eParam_t param, unsigned int& value) {
-  return qel::config::TryGet(config, param, value) ? 1 : 0;
+  return TryGet(config, param, value) ? 1 : 0;
 }
 int Read(Config& config, eParam_t param, std::string& value) { return config.Get(param, value); }
 
 // A placeholder belongs to nobody and stays: leak checkers find it here.
 void Remember(const ParamDescriptor* placeholder) {
-  static auto* const mutex = new qel::config::Mutex;
+  static auto* const mutex = new Mutex;
   static auto* const remembered = new std::vector<const ParamDescriptor*>;
-  const qel::config::MutexLock lock(*mutex);
+  const MutexLock lock(*mutex);
   remembered->push_back(placeholder);
 }
 
@@ -84,16 +83,6 @@ bool ConfigCache::CanAsk() const {
   return _config != nullptr;
 }
 
-template <>
-ConfigCache::Known<unsigned int>& ConfigCache::Table() {
-  return _integers;
-}
-
-template <>
-ConfigCache::Known<std::string>& ConfigCache::Table() {
-  return _strings;
-}
-
 template <typename Value>
 void ConfigCache::Known<Value>::Keep(eParam_t param, const Value& value) {
   const auto found = values.find(param);
@@ -113,7 +102,7 @@ int ConfigCache::GetKept(eParam_t param, Value& value) {
   unsigned int eventsBefore;
   {
     SemaphoreHelper lock(_lock);
-    const Known<Value>& known = Table<Value>();
+    const Known<Value>& known = std::get<Known<Value>>(_known);
     const auto found = known.values.find(param);
     if (found != known.values.end()) {
       value = found->second;
@@ -126,7 +115,7 @@ int ConfigCache::GetKept(eParam_t param, Value& value) {
   if (result == 0) return 0;
   SetOutcome(Outcome::kDone);
   SemaphoreHelper lock(_lock);
-  Known<Value>& known = Table<Value>();
+  Known<Value>& known = std::get<Known<Value>>(_known);
   if (known.EventsOf(param) == eventsBefore) {
     known.Keep(param, value);
   } else if (const auto newer = known.values.find(param); newer != known.values.end()) {
@@ -150,13 +139,13 @@ int ConfigCache::SetThrough(eParam_t param, const Value& value) {
   unsigned int eventsBefore;
   {
     SemaphoreHelper lock(_lock);
-    eventsBefore = Table<Value>().EventsOf(param);
+    eventsBefore = std::get<Known<Value>>(_known).EventsOf(param);
   }
   SetOutcome(Outcome::kUnknown);
   if (_config->Set(param, value) == 0) return 0;
   SetOutcome(Outcome::kDone);
   SemaphoreHelper lock(_lock);
-  Known<Value>& known = Table<Value>();
+  Known<Value>& known = std::get<Known<Value>>(_known);
   if (known.EventsOf(param) == eventsBefore) known.Keep(param, value);
   return 1;
 }
@@ -164,7 +153,7 @@ int ConfigCache::SetThrough(eParam_t param, const Value& value) {
 template <typename Value>
 void ConfigCache::Note(eParam_t param, const Value& value) {
   SemaphoreHelper lock(_lock);
-  Known<Value>& known = Table<Value>();
+  Known<Value>& known = std::get<Known<Value>>(_known);
   if (known.events.size() >= kCacheKeys && known.events.count(param) == 0 &&
       known.values.count(param) == 0) {
     return;

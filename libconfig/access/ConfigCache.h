@@ -19,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ConfigEventListener.h"
@@ -82,8 +83,6 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   bool CanAsk() const;
   bool IsVolatile(eParam_t param);
   template <typename Value>
-  Known<Value>& Table() LIBCONFIG_REQUIRES(_lock);
-  template <typename Value>
   int GetKept(eParam_t param, Value& value);
   template <typename Value>
   int GetThrough(eParam_t param, Value& value);
@@ -97,8 +96,7 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   qel::logging::Logger* const _logger;
 
   Semaphore _lock;
-  Known<unsigned int> _integers LIBCONFIG_GUARDED_BY(_lock);
-  Known<std::string> _strings LIBCONFIG_GUARDED_BY(_lock);
+  std::tuple<Known<unsigned int>, Known<std::string>> _known LIBCONFIG_GUARDED_BY(_lock);
   std::map<eParam_t, Volatility> _volatility LIBCONFIG_GUARDED_BY(_lock);
   // Entries of _volatility that are outside this process's catalogue.
   std::size_t _strangers LIBCONFIG_GUARDED_BY(_lock) = 0;

@@ -68,17 +68,14 @@ bool IsValidResponse(const XCONFIGMGR_CONNECTION_REQUEST_T& request,
            ConnectionUtilities::GetQueueName(response.connectionID).c_str());
     return false;
   }
-  if (request.configID != response.configID) {
-    Report("IsValidResponse - request.configID (%d) != response.configID (%d)\n",
-           static_cast<int>(request.configID), static_cast<int>(response.configID));
+  const auto isSame = [](const char* field, uint32_t asked, uint32_t answered) {
+    if (asked == answered) return true;
+    Report("IsValidResponse - request.%s (%d) != response.%s (%d)\n", field,
+           static_cast<int>(asked), field, static_cast<int>(answered));
     return false;
-  }
-  if (request.requestID != response.requestID) {
-    Report("IsValidResponse - request.requestID (%d) != response.requestID (%d)\n",
-           static_cast<int>(request.requestID), static_cast<int>(response.requestID));
-    return false;
-  }
-  return true;
+  };
+  return isSame("configID", request.configID, response.configID) &&
+         isSame("requestID", request.requestID, response.requestID);
 }
 
 bool HandleErrorResponse(XCONFIGMGR_RESPONSE_T* response) { return response->error == 0; }

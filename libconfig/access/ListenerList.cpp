@@ -4,7 +4,7 @@
 
 namespace qel::config {
 
-ListenerList::Delivery::Delivery(ListenerList& list) : _list(list), _nested(list.IsMine()) {
+ListenerList::Delivery::Delivery(ListenerList& list) : _list(list), _nested(list.IsHeldByCaller()) {
   if (_nested) return;
   SemaphoreHelper::Wait(_list._lock.Get());
   _list._owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
@@ -15,7 +15,7 @@ ListenerList::Delivery::~Delivery() {
 }
 
 void ListenerList::QuitDelivery() {
-  if (!IsMine()) return;
+  if (!IsHeldByCaller()) return;
   _end = 0;
   _waiting.clear();
   _owner.store({}, std::memory_order_relaxed);

@@ -33,7 +33,9 @@ class ListenerList {
   // the list is unlocked. For a caller that is about to wait for a thread which may want the list.
   void QuitDelivery();
   // Whether the calling thread is inside a listener's call, or holds the list.
-  bool IsHeldByCaller() const { return IsMine(); }
+  bool IsHeldByCaller() const {
+    return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+  }
   // Does not wait for a running delivery.
   bool IsEmpty() const { return _count.load(std::memory_order_relaxed) == 0; }
 
@@ -59,7 +61,7 @@ class ListenerList {
         return;
       }
       tell(*this);
-      while (_list.IsMine() && !_list._waiting.empty()) {
+      while (_list.IsHeldByCaller() && !_list._waiting.empty()) {
         const auto next = std::move(_list._waiting.front());
         _list._waiting.pop_front();
         next(*this);
@@ -69,10 +71,11 @@ class ListenerList {
     // REQUIRES: not nested.
     template <typename Call>
     void ToAll(Call call) {
-      const Run run(_list);
+      _list._next = 0;
+      _list._end = _list._listeners.size();
       while (ConfigEventListener* const listener = _list.Next()) {
         call(*listener);
-        if (!_list.IsMine()) return;
+        if (!_list.IsHeldByCaller()) return;
       }
     }
 
@@ -82,22 +85,6 @@ class ListenerList {
   };
 
  private:
-  // Marks the listeners that the running event still has to reach.
-  struct Run {
-    explicit Run(ListenerList& owner) : list(owner) {
-      list._next = 0;
-      list._end = list._listeners.size();
-    }
-    ~Run() {
-      if (list.IsMine()) list._end = 0;
-    }
-    ListenerList& list;
-  };
-
-  // Whether the calling thread is inside a delivery.
-  bool IsMine() const {
-    return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
-  }
   ConfigEventListener* Next() { return _next < _end && !_closed ? _listeners[_next++] : nullptr; }
 
   Semaphore _lock;
@@ -106,8 +93,9 @@ class ListenerList {
   std::atomic<bool> _closed{false};
   // The rest is only touched by the owner.
   std::vector<ConfigEventListener*> _listeners;
+  // Of the running event: who hears it next, and where those end who do.
   std::size_t _next = 0;
-  std::size_t _end = 0;  // 0 while no event is running
+  std::size_t _end = 0;
   std::deque<std::function<void(Delivery&)>> _waiting;
 };
 

@@ -39,6 +39,18 @@ bool SetStream(Config& store, const ParamRequest& request, const ParamFraming& f
   return (!framing.isTextOnly || answer.param == request.param) && SetByClass(store, *value);
 }
 
+template <typename Value, typename Content>
+bool SetAs(Config& store, ConfigValue& value, const char* kind) {
+  auto* const typed = dynamic_cast<Value*>(&value);
+  if (typed == nullptr) {
+    Report("NetworkConnection::DoSetRequest - type error, configValue is not %s\n", kind);
+    return false;
+  }
+  Content content;
+  typed->Get(content);
+  return store.Set(value.GetParamID(), std::move(content)) != 0;
+}
+
 }  // namespace
 
 ParamAnswer AnswerParamRequest(Config& store, const ParamRequest& request,
@@ -66,27 +78,10 @@ ParamAnswer AnswerParamRequest(Config& store, const ParamRequest& request,
 
 bool SetByClass(Config& store, ConfigValue& value) {
   switch (value.GetClassID()) {
-    case eClassID_IntegerValue: {
-      auto* const number = dynamic_cast<IntegerValue*>(&value);
-      if (number == nullptr) {
-        Report(
-            "NetworkConnection::DoSetRequest - type error, configValue is not an IntegerValue\n");
-        return false;
-      }
-      unsigned int content;
-      number->Get(content);
-      return store.Set(value.GetParamID(), content) != 0;
-    }
-    case eClassID_StringValue: {
-      auto* const text = dynamic_cast<StringValue*>(&value);
-      if (text == nullptr) {
-        Report("NetworkConnection::DoSetRequest - type error, configValue is not a StringValue\n");
-        return false;
-      }
-      std::string content;
-      text->Get(content);
-      return store.Set(value.GetParamID(), std::move(content)) != 0;
-    }
+    case eClassID_IntegerValue:
+      return SetAs<IntegerValue, unsigned int>(store, value, "an IntegerValue");
+    case eClassID_StringValue:
+      return SetAs<StringValue, std::string>(store, value, "a StringValue");
     default:
       Report("NetworkConnection::DoSetRequest - returning error (unsupported classID)\n");
       return false;
