@@ -3,30 +3,26 @@
 #include "libconfig/access/ConfigCache.h"
 #include "libconfig/access/ConfigURI.h"
 #include "libconfig/access/Outcome.h"
-#include "libconfig/access/StoreAccess.h"
 #include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Mutex.h"
 #include "libconfig/descriptors/Catalogue.h"
 
-using qel::config::MutexLock;
-using qel::config::Outcome;
-using qel::config::Report;
-using qel::config::SetOutcome;
+using namespace qel::config;
 
 namespace {
 
-// The process's own servers share the factory while they are inside it. Neither is ever destroyed,
-// as connections outlive everything.
-qel::config::Mutex& InstanceMutex() {
-  static auto* const mutex = new qel::config::Mutex;
-  return *mutex;
-}
+// The process's own servers share the factory while they are inside it. Never destroyed, as
+// connections outlive everything.
+struct Shared {
+  static Shared& Instance() {
+    static auto* const shared = new Shared;
+    return *shared;
+  }
 
-std::shared_ptr<ConfigFactoryImpl>& SharedInstance() {
-  static auto* const instance = new std::shared_ptr<ConfigFactoryImpl>;
-  return *instance;
-}
+  Mutex mutex;
+  std::shared_ptr<ConfigFactoryImpl> factory LIBCONFIG_GUARDED_BY(mutex);
+};
 
 bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
@@ -76,23 +72,25 @@ std::string GetEventsURI(const std::string& transport) { return Lookup(transport
 ConfigFactoryImpl* ConfigFactoryImpl::s_theSingleton = nullptr;
 
 std::shared_ptr<ConfigFactoryImpl> ConfigFactoryImpl::Share() {
-  MutexLock lock(InstanceMutex());
-  return SharedInstance();
+  Shared& shared = Shared::Instance();
+  MutexLock lock(shared.mutex);
+  return shared.factory;
 }
 
 std::shared_ptr<ConfigFactoryImpl> ConfigFactoryImpl::MakeAndShare() {
-  MutexLock lock(InstanceMutex());
-  std::shared_ptr<ConfigFactoryImpl>& instance = SharedInstance();
-  if (instance == nullptr) instance.reset(s_theSingleton = new ConfigFactoryImpl);
-  return instance;
+  Shared& shared = Shared::Instance();
+  MutexLock lock(shared.mutex);
+  if (shared.factory == nullptr) shared.factory.reset(s_theSingleton = new ConfigFactoryImpl);
+  return shared.factory;
 }
 
 ConfigFactoryImpl* ConfigFactoryImpl::GetInstance() { return MakeAndShare().get(); }
 
 void ConfigFactoryImpl::DestroyInstance() {
   std::shared_ptr<ConfigFactoryImpl> last;
-  MutexLock lock(InstanceMutex());
-  last.swap(SharedInstance());
+  Shared& shared = Shared::Instance();
+  MutexLock lock(shared.mutex);
+  last.swap(shared.factory);
   s_theSingleton = nullptr;
 }
 

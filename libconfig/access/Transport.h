@@ -1,6 +1,5 @@
-// What the factory by URI needs of the ways to a configuration: the stores of this process, and the
-// network. They are built on Config and stand above the factory, which therefore knows neither of
-// them, only this interface and the two functions that make one. Any thread. Internal.
+// How the factory by URI, the ways to a configuration and the library's servers reach each other
+// without knowing each other. Any thread. Internal.
 #pragma once
 
 #include <memory>
@@ -12,6 +11,8 @@ class Config;
 
 namespace qel::config {
 
+// What the factory needs of the stores of this process, and of the network. These are built on
+// Config and stand above the factory.
 class Transport {
  public:
   virtual ~Transport() = default;
@@ -26,5 +27,13 @@ class Transport {
 // Defined by the transports themselves.
 std::unique_ptr<Transport> MakeLocalTransport();
 std::unique_ptr<Transport> MakeNetworkTransport();
+
+// How servers reach the stores of their own process: through the process-wide factory, and safe
+// against its destruction. The store of that number, to be released with DisconnectStore; null on
+// failure, as for a living store to which nobody else is connected.
+Config* ConnectStore(eConfigID_t id);
+Config* ConnectLivingStore(eConfigID_t id);
+// Null is allowed.
+void DisconnectStore(Config* store);
 
 }  // namespace qel::config

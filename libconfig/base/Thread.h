@@ -1,6 +1,7 @@
 // Starts the library's threads. Internal.
 #pragma once
 
+#include <cxxabi.h>
 #include <pthread.h>
 
 #include <cstddef>
@@ -14,5 +15,19 @@ enum class ThreadKind { kJoinable, kDetached };
 // errno too; `thread` may be null for a detached one.
 int StartThread(pthread_t* thread, ThreadKind kind, std::size_t stackSize, void* (*entry)(void*),
                 void* argument);
+
+// Runs what must not end the process: no exception gets out but that of the thread's cancellation.
+// False when there was one.
+template <typename Body>
+bool RunGuarded(Body body) {
+  try {
+    body();
+    return true;
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return false;
+  }
+}
 
 }  // namespace qel::config

@@ -1,6 +1,6 @@
 #include "libconfig/network/NetworkClient.h"
 
-#include <cxxabi.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,6 +27,7 @@ using qel::logging::Logger;
 namespace {
 
 constexpr std::chrono::milliseconds kDisconnectTime(1000);
+constexpr int kSocketBuffer = 108544;
 constexpr std::size_t kLargestSetStream = 8192;
 
 bool IsAccepted(const ReceivedRecord& record, uint32_t type, const char* what) {
@@ -59,6 +60,8 @@ NetworkClient::NetworkClient(unsigned int connectionID, Socket* socket, eConfigI
       _connectionID(connectionID),
       _configID(configID),
       _events(std::make_shared<Events>(std::move(reader))) {
+  for (const int buffer : {SO_RCVBUF, SO_SNDBUF}) socket->set_buffer_size(buffer, kSocketBuffer);
+  socket->set_receive_timeout(kAnswerTime.count());
   LiveConfigs<NetworkClient>::Instance().Add(this);
 }
 
@@ -388,14 +391,8 @@ bool NetworkClient::StartThread() {
 void* NetworkClient::thread_start(void* argument) {
   auto* const client = static_cast<NetworkClient*>(argument);
   const std::shared_ptr<Events> events = client->_events;
-  try {
-    client->ProcessEvents();
-  } catch (abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    // A listener's exception, or no memory: what follows would not be told, which misleads.
-    events->records.Stop();
-  }
+  // After a listener's exception, or without memory, what follows would not be told: that misleads.
+  if (!RunGuarded([client] { client->ProcessEvents(); })) events->records.Stop();
   return nullptr;
 }
 
@@ -451,23 +448,27 @@ timeval NetworkClient::NoteUpdate() {
 }
 
 // A listener may delete this client: nothing of it is touched after the delivery.
-int NetworkClient::Deliver(eParam_t param, unsigned int value, const char* form) {
+template <typename Tell>
+int NetworkClient::Deliver(Tell tell) {
   const std::shared_ptr<Events> events = _events;
-  const timeval now = NoteUpdate();
-  Logger* const logger = Logger::GetLogger();
   ListenerList::Delivery delivery(events->listeners);
   if (delivery.IsNested()) return 0;
-  delivery.ToAll([&](ConfigEventListener& listener) {
-    logger->Log(param, value, "NetworkClient::ProcessConfigParamEvent(%s) - firing event to %p\n",
-                form, static_cast<void*>(&listener));
+  delivery.ToAll(tell);
+  return 1;
+}
+
+int NetworkClient::DeliverNumber(eParam_t param, unsigned int value, const char* form) {
+  return Deliver([param, value, form, now = NoteUpdate()](ConfigEventListener& listener) {
+    Logger::GetLogger()->Log(param, value,
+                             "NetworkClient::ProcessConfigParamEvent(%s) - firing event to %p\n",
+                             form, static_cast<void*>(&listener));
     listener.ParamChanged(param, value, now);
   });
-  return 1;
 }
 
 int NetworkClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* record, ConfigEvent* event) {
   const auto param = static_cast<eParam_t>(record->paramID);
-  if (event == nullptr) return Deliver(param, record->value, "1");
+  if (event == nullptr) return DeliverNumber(param, record->value, "1");
   event->value = record->value;
   if (!Describe(*event, param, NoteUpdate())) {
     Logger::GetLogger()->Log(
@@ -478,7 +479,7 @@ int NetworkClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T* record, Config
 }
 
 int NetworkClient::ProcessConfigParamEvent(XCONFIGMGR_RESPONSE_T& record) {
-  return Deliver(static_cast<eParam_t>(record.paramID), record.value, "2");
+  return DeliverNumber(static_cast<eParam_t>(record.paramID), record.value, "2");
 }
 
 int NetworkClient::ProcessConfigStreamParamEvent(XCONFIGMGR_RESPONSE_T* record,
@@ -493,10 +494,8 @@ int NetworkClient::ProcessConfigStreamParamEvent(eParam_t param, char* data, uns
   return DeliverStream(param, data, length, nullptr);
 }
 
-// As Deliver.
 int NetworkClient::DeliverStream(eParam_t param, char* data, unsigned int length,
                                  ConfigEvent* event) {
-  const std::shared_ptr<Events> events = _events;
   const timeval now = NoteUpdate();
   const auto decoded = DecodeValue(data, length, eSerializationFormat_Network);
   auto* const value = dynamic_cast<StringValue*>(decoded.get());
@@ -508,10 +507,7 @@ int NetworkClient::DeliverStream(eParam_t param, char* data, unsigned int length
     Describe(*event, param, now);
     return 1;
   }
-  ListenerList::Delivery delivery(events->listeners);
-  if (delivery.IsNested()) return 0;
-  delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(param, text, now); });
-  return 1;
+  return Deliver([&](ConfigEventListener& listener) { listener.ParamChanged(param, text, now); });
 }
 
 }  // namespace qel::vorlane::config::access

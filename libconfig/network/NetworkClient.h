@@ -128,7 +128,9 @@ class LIBCONFIG_API NetworkClient : public Config {
 
  private:
   bool StartThread() LIBCONFIG_REQUIRES(_registrationMutex);
-  int Deliver(eParam_t param, unsigned int value, const char* form);
+  template <typename Tell>
+  int Deliver(Tell tell);
+  int DeliverNumber(eParam_t param, unsigned int value, const char* form);
   int DeliverStream(eParam_t param, char* data, unsigned int length, ConfigEvent* event);
   timeval NoteUpdate();
 

@@ -8,7 +8,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::MutexLock;
+using namespace qel::config;
 
 namespace {
 

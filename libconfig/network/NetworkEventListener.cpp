@@ -13,8 +13,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::LiveConfigs;
-using qel::config::Report;
+using namespace qel::config;
 
 namespace {
 
@@ -116,20 +115,12 @@ void NetworkEventListener::SetMaximumQueueSize(unsigned int count) {
 }
 
 void NetworkEventListener::ParamChanged(eParam_t param, unsigned int value, timeval when) {
-  ConfigEvent event;
-  event.param = param;
-  event.type = eParamType_Enum;
-  event.value = value;
-  event.time = when;
+  ConfigEvent event = {param, eParamType_Enum, value, "", when};
   AddEvent(event);
 }
 
 void NetworkEventListener::ParamChanged(eParam_t param, std::string value, timeval when) {
-  ConfigEvent event;
-  event.param = param;
-  event.type = eParamType_String;
-  event.stringValue = std::move(value);
-  event.time = when;
+  ConfigEvent event = {param, eParamType_String, 0, std::move(value), when};
   AddEvent(event);
 }
 

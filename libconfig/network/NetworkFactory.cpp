@@ -19,7 +19,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::Report;
+using namespace qel::config;
 
 namespace {
 

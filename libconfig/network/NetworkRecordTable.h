@@ -1,4 +1,5 @@
-// The table of the records of TCP and UDP, and how a response is made. Internal.
+// What clients and servers of TCP and UDP share: the table of the records, how responses and events
+// are made, and where changes are multicast. Internal.
 #pragma once
 
 #include <cstring>
@@ -12,6 +13,16 @@
 namespace qel::vorlane::config::access {
 
 using qel::config::FindNetworkRecord;
+
+// Where changes made over UDP are announced. The group is used on the loopback interface only, so
+// that the traffic stays on the device.
+namespace multicast {
+
+constexpr char kGroup[] = "239.81.69.76";
+constexpr char kInterface[] = "127.0.0.1";
+constexpr int kPort = 63110;
+
+}  // namespace multicast
 
 // A request of any kind.
 union NetworkRequest {

@@ -1,6 +1,5 @@
 #include "libconfig/network/NetworkServer.h"
 
-#include <cxxabi.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -18,9 +17,7 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::MutexLock;
-using qel::config::Report;
-using qel::config::ReportErrno;
+using namespace qel::config;
 
 namespace {
 
@@ -41,7 +38,7 @@ class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
     {
       MutexLock lock(_mutex);
       if (_ended) return nullptr;
-      if (_connections.size() >= qel::config::limits::kTcpPeers) {
+      if (_connections.size() >= limits::kTcpPeers) {
         const auto silent = std::find_if(_connections.begin(), _connections.end(),
                                          [](const auto* peer) { return !peer->HasConnected(); });
         if (silent == _connections.end()) return nullptr;
@@ -70,8 +67,8 @@ class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
   }
 
  private:
-  qel::config::Mutex _mutex;
-  qel::config::Condition _left;
+  Mutex _mutex;
+  Condition _left;
   bool _ended LIBCONFIG_GUARDED_BY(_mutex) = false;
   unsigned _living LIBCONFIG_GUARDED_BY(_mutex) = 0;  // those that gave their place away, too
   std::list<NetworkTCPConnection*> _connections LIBCONFIG_GUARDED_BY(_mutex);  // the oldest first
@@ -104,8 +101,8 @@ struct NetworkServer::Ending {
     return served;
   }
 
-  qel::config::Mutex mutex;
-  qel::config::Condition condition;
+  Mutex mutex;
+  Condition condition;
   bool reached LIBCONFIG_GUARDED_BY(mutex) = false;
   bool served LIBCONFIG_GUARDED_BY(mutex) = false;
 };
@@ -143,10 +140,9 @@ bool NetworkServer::Init() {
 
 int NetworkServer::GetPort() { return _socket->get_bound_port(); }
 
-// Nobody joins the thread, which ends by itself.
+// The thread ends by itself: detach it.
 bool NetworkServer::Start() {
-  if (qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached, 0, pthread_start,
-                               this) == 0) {
+  if (qel::config::StartThread(nullptr, ThreadKind::kDetached, 0, pthread_start, this) == 0) {
     return true;
   }
   ReportErrno("configd::main");
@@ -174,13 +170,8 @@ bool NetworkServer::StopAll(std::chrono::milliseconds limit) {
 
 void* NetworkServer::pthread_start(void* object) {
   auto* const server = static_cast<NetworkServer*>(object);
-  try {
-    server->Run();
-  } catch (abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    // Out of memory: the server ends, its connections go on.
-  }
+  // Without memory the server ends, and its connections go on.
+  RunGuarded([server] { server->Run(); });
   server->_ending->NoteServed();
   server->_ending->Await();
   delete server;
@@ -217,7 +208,7 @@ NetworkUDPConnection& NetworkServer::Datagrams() {
 }
 
 bool NetworkServer::WaitForDatagram() {
-  char datagram[qel::config::limits::kDatagram];
+  char datagram[limits::kDatagram];
   sockaddr_in from = {};
   const ssize_t length = _socket->recvfrom_some(datagram, sizeof datagram, from);
   if (length == 0) {

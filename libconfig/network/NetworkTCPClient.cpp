@@ -1,6 +1,5 @@
 #include "libconfig/network/NetworkTCPClient.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -15,19 +14,10 @@ namespace qel::vorlane::config::access {
 
 using namespace qel::config;
 
-namespace {
-
-constexpr int kSocketBuffer = 108544;
-
-}  // namespace
-
 NetworkTCPClient::NetworkTCPClient(unsigned int connectionID, Socket* socket, eConfigID_t configID)
     : NetworkClient(connectionID, socket, configID,
                     std::make_unique<StreamRecordReader>(*socket, kAnswerTime)) {
-  socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
-  socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
   socket->set_send_timeout(kAnswerTime.count());
-  socket->set_receive_timeout(kAnswerTime.count());
 }
 
 NetworkTCPClient::~NetworkTCPClient() { Leave(); }

@@ -1,6 +1,5 @@
 #include "libconfig/network/NetworkTCPConnection.h"
 
-#include <cxxabi.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -10,15 +9,15 @@
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ParamRequest.h"
-#include "libconfig/access/StoreAccess.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/ConnectionUtilities.h"
 #include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Outbox.h"
+#include "libconfig/network/RecordReaders.h"
 #include "libconfig/network/Socket.h"
-#include "libconfig/network/StreamReader.h"
 #include "libconfig/support/Logger.h"
 
 namespace qel::vorlane::config::access {
@@ -102,13 +101,8 @@ void* NetworkTCPConnection::pthread_start(void* connection) {
 }
 
 void NetworkTCPConnection::Run() {
-  try {
-    ProcessMessages();
-  } catch (abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    // Out of memory, for one: this peer ends, the others go on.
-  }
+  // Without memory this peer ends, and the others go on.
+  RunGuarded([this] { ProcessMessages(); });
   _registered = false;
   if (!_stop) _outbox->Drain(limits::kHalfRecordMs);
   _outbox->Close();

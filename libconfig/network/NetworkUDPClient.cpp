@@ -1,8 +1,6 @@
 #include "libconfig/network/NetworkUDPClient.h"
 
-#include <cxxabi.h>
 #include <pthread.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,7 +12,7 @@
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/ClientExchange.h"
 #include "libconfig/network/ConnectionUtilities.h"
-#include "libconfig/network/Multicast.h"
+#include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/RecordReaders.h"
 #include "libconfig/network/Socket.h"
 #include "libconfig/support/Logger.h"
@@ -28,7 +26,6 @@ using qel::logging::Logger;
 
 namespace {
 
-constexpr int kSocketBuffer = 108544;
 constexpr std::chrono::milliseconds kSetTime(qel::config::limits::kUdpSetMs);
 
 // Servers whose event numbers are remembered.
@@ -51,9 +48,6 @@ NetworkUDPClient::NetworkUDPClient(unsigned int connectionID, Socket* socket, eC
     : NetworkClient(connectionID, socket, configID,
                     std::make_unique<DatagramRecordReader>(*socket, kAnswerTime)),
       _responses(std::make_shared<Responses>()) {
-  socket->set_buffer_size(SO_RCVBUF, kSocketBuffer);
-  socket->set_buffer_size(SO_SNDBUF, kSocketBuffer);
-  socket->set_receive_timeout(kAnswerTime.count());
   _responses->hasThread = qel::config::StartThread(&_responses->thread, ThreadKind::kJoinable, 0,
                                                    ResponseThreadHandler, this) == 0;
 }
@@ -85,13 +79,8 @@ NetworkUDPClient::~NetworkUDPClient() {
 }
 
 void* NetworkUDPClient::ResponseThreadHandler(void* client) {
-  try {
-    static_cast<NetworkUDPClient*>(client)->ResponseQueueHandler();
-  } catch (abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    // A listener's exception, or no memory: numbers are no longer announced.
-  }
+  // After a listener's exception, or without memory, numbers are no longer announced.
+  RunGuarded([client] { static_cast<NetworkUDPClient*>(client)->ResponseQueueHandler(); });
   Logger::GetLogger()->Log("NetworkUDPClient::ResponseThreadHandler: Leaving thread\n");
   return nullptr;
 }

@@ -8,12 +8,11 @@
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ParamRequest.h"
-#include "libconfig/access/StoreAccess.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/network/ConnectionUtilities.h"
-#include "libconfig/network/Multicast.h"
 #include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Socket.h"
 

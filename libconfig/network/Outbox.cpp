@@ -147,16 +147,11 @@ Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
 }
 
 bool Outbox::PutAnswer(const void* data, std::size_t length) {
-  for (;;) {
-    switch (PutRecord(data, length)) {
-      case Put::kTaken:
-        return true;
-      case Put::kGone:
-        return false;
-      case Put::kFull:
-        if (!WaitUntilAtMost(0, kForever)) return false;
-    }
+  Put put;
+  while ((put = PutRecord(data, length)) == Put::kFull) {
+    if (!WaitUntilAtMost(0, kForever)) return false;
   }
+  return put == Put::kTaken;
 }
 
 bool Outbox::WaitForRoom() { return WaitUntilAtMost(kOutbox / 2, kForever); }

@@ -12,14 +12,14 @@ URL parse(std::string& uri) {
   std::replace_if(
       work.begin(), work.end(), [](char c) { return c == ':' || c == '/'; }, ' ');
   std::istringstream words(work);
-  std::string word[3];
+  URL parts;
   int found = 0;
-  while (found < 3 && words >> word[found]) ++found;
-  if (found < 3) {
-    qel::config::Report("url::parse - unable to parse url, found %d matches\n", found);
-    return {};
+  for (std::string* const part : {&parts.scheme, &parts.host, &parts.port}) {
+    if (words >> *part) ++found;
   }
-  return {word[0], word[1], word[2]};
+  if (found == 3) return parts;
+  qel::config::Report("url::parse - unable to parse url, found %d matches\n", found);
+  return {};
 }
 
 }  // namespace url

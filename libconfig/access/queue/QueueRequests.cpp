@@ -9,7 +9,7 @@
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/MessageTable.h"
 #include "libconfig/access/ParamRequest.h"
-#include "libconfig/access/StoreAccess.h"
+#include "libconfig/access/Transport.h"
 #include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/values/StringValue.h"
