@@ -24,8 +24,8 @@ struct NetworkClient::Events {
   std::atomic<bool> clientGone{false};
 };
 
-// The answer that an operation expects, and what it says when it fails; null where it says nothing.
-// errno's text follows a reason.
+// The answer that an operation expects, and what it reports when it fails; null where it reports
+// nothing. errno's text follows a reason.
 struct NetworkClient::Operation {
   std::size_t answerSize;
   bool withStream;

@@ -315,7 +315,7 @@ int NetworkClient::AddConfigEventListener(ConfigEventListener* listener) {
       return 0;
     }
     if (!StartThread()) {
-      _events->records.Stop();  // as nobody would be told
+      _events->records.Stop();  // as no listener would be notified
       return 0;
     }
     _registered = true;

@@ -88,7 +88,7 @@ void NetworkFactory::Disconnect(NetworkClient* client) {
   if (client == nullptr || !qel::config::LiveConfigs<NetworkClient>::Instance().Contains(client)) {
     return;
   }
-  // What has not been told yet is told to nobody any more.
+  // Drop the events that no listener was notified of yet.
   client->_events->listeners.Close();
   client->ConfirmDisconnect();
   client->StopEventsThread();

@@ -13,11 +13,10 @@ class NetworkClient;
 
 class LIBCONFIG_API NetworkFactory {
  public:
-  // Null, with a message, when the URI is no good or nobody answers there.
+  // Null, with a message, when the URI is invalid or no server answers.
   NetworkClient* Connect(std::string uri);
 
-  // Takes leave of the server and deletes the client. A pointer that is no living client is
-  // ignored.
+  // Disconnects from the server and deletes the client. Ignores a pointer that is no living client.
   void Disconnect(NetworkClient* client);
 };
 

@@ -26,7 +26,7 @@ using qel::logging::Logger;
 
 namespace {
 
-constexpr std::chrono::milliseconds kSetTime(qel::config::limits::kUdpSetMs);
+constexpr std::chrono::milliseconds kSetTime(limits::kUdpSetMs);
 
 // Servers whose event numbers are remembered.
 constexpr std::size_t kMostSenders = 64;
@@ -57,7 +57,7 @@ NetworkUDPClient::~NetworkUDPClient() {
   GetEvents()->listeners.Close();  // ahead of letting the other thread go on
   UnregisterForEvents();
   if (!_responses->disconnected && GetSocket().get_port() != multicast::kPort) {
-    // Say goodbye, or the server keeps our entry; ignore its reply.
+    // Disconnect, or the server keeps our entry; ignore its reply.
     const auto request = MakeConnectionRequest(XCFG_DISCONNECT_REQUEST, 0);
     GetSocket().send_some(&request, sizeof request, false);
   }
@@ -153,7 +153,7 @@ void NetworkUDPClient::ProcessEvent(ReceivedRecord& record) {
   }
   if (isNumber) {
     MutexLock lock(_responses->mutex);
-    if (_responses->queue.size() >= qel::config::limits::kKeptEvents) {
+    if (_responses->queue.size() >= limits::kKeptEvents) {
       _responses->queue.pop_front();
       ++_missedEvents;
     }

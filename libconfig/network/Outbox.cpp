@@ -17,8 +17,8 @@
 
 namespace qel::vorlane::config::access {
 
-using qel::config::MutexLock;
-using qel::config::limits::kOutbox;
+using namespace qel::config;
+using limits::kOutbox;
 
 namespace {
 
@@ -65,8 +65,8 @@ class OutboxFlusher {
   bool Start() LIBCONFIG_REQUIRES(_mutex) {
     if (_wake == -1) _wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (_wake == -1) return false;
-    _running = qel::config::StartThread(nullptr, qel::config::ThreadKind::kDetached,
-                                        qel::config::limits::kPeerThreadStack, Run, this) == 0;
+    _running = qel::config::StartThread(nullptr, ThreadKind::kDetached, limits::kPeerThreadStack,
+                                        Run, this) == 0;
     return _running;
   }
 
@@ -104,7 +104,7 @@ class OutboxFlusher {
     _slow.resize(kept);
   }
 
-  qel::config::Mutex _mutex;
+  Mutex _mutex;
   bool _running LIBCONFIG_GUARDED_BY(_mutex) = false;
   std::vector<std::shared_ptr<Outbox>> _arriving LIBCONFIG_GUARDED_BY(_mutex);
   std::vector<std::shared_ptr<Outbox>> _slow;  // of the thread

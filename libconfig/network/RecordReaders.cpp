@@ -30,7 +30,7 @@ const RecordType* FindSent(uint32_t type) {
   return IsRequest(type) ? nullptr : FindNetworkRecord(type);
 }
 
-// A string is only answered when it was refused, and nobody waits for that.
+// A Set String is only answered when it was refused. Ignore that: no exchange waits for it.
 Received Sorted(const ReceivedRecord& record) {
   return record.GetType() == XCFG_SET_STREAM_PARAM_RESPONSE ? Received::kIgnored
                                                             : Received::kRecord;
@@ -232,7 +232,7 @@ Received DatagramRecordReader::Read(ReceivedRecord& record, Deadline deadline, R
     errno = ETIMEDOUT;
     return Received::kTimeout;
   }
-  // Nobody at the other end, for one. The next request may find somebody.
+  // No server at the other end, for one. The next request may find one.
   if (count < 0) return Received::kFailed;
   const auto length = static_cast<std::size_t>(count);
   if (length < sizeof(uint32_t) || (!_connected && !IsOfThisDevice(from))) {

@@ -73,7 +73,7 @@ class StreamReader {
   qel::config::Deadline _recordEnd = qel::config::kForever;  // once more has to be waited for
 };
 
-// For network clients, as the next.
+// Reads the records that come to a network client over TCP.
 class StreamRecordReader : public qel::config::RecordReader {
  public:
   // `socketTimeout` is the socket's own receive time-out.
@@ -100,7 +100,7 @@ class StreamRecordReader : public qel::config::RecordReader {
 
 class DatagramRecordReader : public qel::config::RecordReader {
  public:
-  // A socket that is not connected takes what anybody sends: datagrams of other hosts are dropped.
+  // A socket that is not connected receives from everywhere: datagrams of other hosts are dropped.
   DatagramRecordReader(Socket& socket, std::chrono::milliseconds socketTimeout);
 
   qel::config::Received Read(qel::config::ReceivedRecord& record, qel::config::Deadline deadline,
