@@ -62,7 +62,7 @@ bool ConfigCache::IsVolatile(eParam_t param) {
   {
     SemaphoreHelper lock(_lock);
     const auto found = _volatility.find(param);
-    if (found != _volatility.end() && found->second != kUnknown) return found->second == kVolatile;
+    if (found != _volatility.end()) return found->second;
     if (_strangers >= kCacheStrangers && !IsValidParamID(param)) return true;
   }
   const ParamDescriptor* const descriptor = _config->GetParamDescriptor(param);
@@ -71,8 +71,7 @@ bool ConfigCache::IsVolatile(eParam_t param) {
   if (isPlaceholder) Remember(descriptor);
   const bool isVolatile = isPlaceholder || SaysVolatile(*descriptor);
   SemaphoreHelper lock(_lock);
-  const bool isNew =
-      _volatility.insert_or_assign(param, isVolatile ? kVolatile : kNotVolatile).second;
+  const bool isNew = _volatility.insert_or_assign(param, isVolatile).second;
   if (isNew && !IsValidParamID(param)) ++_strangers;
   return isVolatile;
 }

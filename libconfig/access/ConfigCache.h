@@ -62,8 +62,6 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
   void ParamChanged(ConfigEvent event) override;
 
  private:
-  enum Volatility : unsigned char { kUnknown = 0, kVolatile = 1, kNotVolatile = 2 };
-
   // Values of one kind, and how many events there were for each parameter: a value that was read or
   // set while an event came in is older than the event's.
   template <typename Value>
@@ -97,7 +95,7 @@ class LIBCONFIG_API ConfigCache : public Config, public ConfigEventListener {
 
   Semaphore _lock;
   std::tuple<Known<unsigned int>, Known<std::string>> _known LIBCONFIG_GUARDED_BY(_lock);
-  std::map<eParam_t, Volatility> _volatility LIBCONFIG_GUARDED_BY(_lock);
+  std::map<eParam_t, bool> _volatility LIBCONFIG_GUARDED_BY(_lock);
   // Entries of _volatility that are outside this process's catalogue.
   std::size_t _strangers LIBCONFIG_GUARDED_BY(_lock) = 0;
 };

@@ -53,37 +53,6 @@ std::unique_ptr<Socket> OpenMulticastSocket() {
 
 }  // namespace
 
-// The store that a request names, while the request is processed.
-class NetworkUDPConnection::StoreUse {
- public:
-  StoreUse(NetworkUDPConnection& connection, uint32_t configID) {
-    const auto found = connection._instances.find(configID);
-    if (found != connection._instances.end()) {
-      found->second.lastUse = std::chrono::steady_clock::now();
-      _borrowed = found->second.store == nullptr;
-      _store =
-          _borrowed ? ConnectLivingStore(static_cast<eConfigID_t>(configID)) : found->second.store;
-      if (_store == nullptr) connection._instances.erase(found);
-    }
-    if (_store == nullptr) {
-      Report("NetworkUDPConnection::GetConfig - ConfigID %d instance not present\n",
-             static_cast<int>(configID));
-    }
-  }
-  ~StoreUse() {
-    if (_borrowed) DisconnectStore(_store);
-  }
-  StoreUse(const StoreUse&) = delete;
-  StoreUse& operator=(const StoreUse&) = delete;
-
-  // Null when there is none.
-  Config* Get() const { return _store; }
-
- private:
-  Config* _store = nullptr;
-  bool _borrowed = false;
-};
-
 NetworkUDPConnection::NetworkUDPConnection(Socket* serverSocket)
     : _multicastSocket(OpenMulticastSocket()), _serverSocket(serverSocket) {
   _multicastAddress.sin_family = AF_INET;
@@ -223,9 +192,26 @@ void NetworkUDPConnection::ProcessDisconnectRequest(
   }
 }
 
+NetworkUDPConnection::UsedStore NetworkUDPConnection::UseStore(uint32_t configID) {
+  UsedStore store(nullptr, [](Config*) {});
+  const auto found = _instances.find(configID);
+  if (found != _instances.end()) {
+    found->second.lastUse = std::chrono::steady_clock::now();
+    store.reset(found->second.store);
+    if (store == nullptr) {
+      store = UsedStore(ConnectLivingStore(static_cast<eConfigID_t>(configID)), DisconnectStore);
+    }
+    if (store == nullptr) _instances.erase(found);
+  }
+  if (store == nullptr) {
+    Report("NetworkUDPConnection::GetConfig - ConfigID %d instance not present\n",
+           static_cast<int>(configID));
+  }
+  return store;
+}
+
 void NetworkUDPConnection::ProcessParamRequest(const XCONFIGMGR_REQUEST_T& request) {
-  const StoreUse use(*this, request.configID);
-  Config* const store = use.Get();
+  const UsedStore store = UseStore(request.configID);
   if (store == nullptr) return;
   const auto param = static_cast<eParam_t>(request.paramID);
   ParamAnswer answer =
@@ -256,10 +242,10 @@ bool NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* 
     Report("NetworkUDPConnection::ProcessSetStreamMessage - invalid streamLength\n");
     return false;
   }
-  const StoreUse store(*this, configID);
-  if (store.Get() == nullptr) return false;
+  const UsedStore store = UseStore(configID);
+  if (store == nullptr) return false;
   const ParamAnswer answer = AnswerParamRequest(
-      *store.Get(), {XCFG_SET_STREAM_PARAM_REQUEST, eParamID_None, 0, data, length}, kFraming);
+      *store, {XCFG_SET_STREAM_PARAM_REQUEST, eParamID_None, 0, data, length}, kFraming);
   if (answer.error != 0) return false;
   ParamChanged(answer.param, configID, data, length);
   return true;

@@ -55,8 +55,6 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   std::shared_ptr<NetworkPeer> GetPeer() override;
 
  private:
-  class StoreUse;
-
   // Address, port and identifier.
   using User = std::tuple<uint32_t, uint16_t, uint32_t>;
 
@@ -68,6 +66,11 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
     bool hasForgotten = false;  // peers that may still be there: the store is kept
     std::chrono::steady_clock::time_point lastUse;
   };
+
+  // The store that a request names, for as long as the request is processed; null, with a message,
+  // when there is none.
+  using UsedStore = std::unique_ptr<Config, void (*)(Config*)>;
+  UsedStore UseStore(uint32_t configID);
 
   void ProcessConnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
   void ProcessDisconnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);

@@ -25,7 +25,7 @@ namespace {
 // Room that an empty outbox keeps for the records to come.
 constexpr std::size_t kKeptRoom = std::size_t{64} * 1024;
 
-constexpr int kForever = -1;
+constexpr int kNoLimit = -1;
 
 // How long a record may wait for those of the requests behind it.
 constexpr std::chrono::milliseconds kLongestWait(5);
@@ -149,12 +149,12 @@ Outbox::Put Outbox::PutRecord(const void* data, std::size_t length) {
 bool Outbox::PutAnswer(const void* data, std::size_t length) {
   Put put;
   while ((put = PutRecord(data, length)) == Put::kFull) {
-    if (!WaitUntilAtMost(0, kForever)) return false;
+    if (!WaitUntilAtMost(0, kNoLimit)) return false;
   }
   return put == Put::kTaken;
 }
 
-bool Outbox::WaitForRoom() { return WaitUntilAtMost(kOutbox / 2, kForever); }
+bool Outbox::WaitForRoom() { return WaitUntilAtMost(kOutbox / 2, kNoLimit); }
 
 bool Outbox::Drain(int milliseconds) { return WaitUntilAtMost(0, milliseconds); }
 

@@ -76,6 +76,41 @@ timeval ToTimeval(unsigned milliseconds) {
   return time;
 }
 
+// A connect that a signal interrupts continues in the background; wait for its result.
+int ConnectTo(int fd, const sockaddr* address, socklen_t length) {
+  if (::connect(fd, address, length) == 0) return 0;
+  if (errno != EINTR) return -1;
+  pollfd writable = {fd, POLLOUT, 0};
+  if (Retry([&] { return ::poll(&writable, 1, -1); }) < 0) return -1;
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) return -1;
+  errno = error;
+  return error == 0 ? 0 : -1;
+}
+
+// The system may choose the destination port as the source port when nobody listens there.
+bool IsConnectedToItself(int fd) {
+  sockaddr_in own = {};
+  sockaddr_in peer = {};
+  return GetAddress(::getsockname, fd, own) && GetAddress(::getpeername, fd, peer) &&
+         own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
+}
+
+bool IsBufferSize(int option, const char* caller) {
+  if (option == SO_SNDBUF || option == SO_RCVBUF) return true;
+  Report("Socket::%s: The option must be one of SO_RCVBUF or SO_SNDBUF\n", caller);
+  return false;
+}
+
+int ChangeMembership(int fd, int option, const std::string& group, const std::string& interface) {
+  if (fd == -1 || group.empty() || interface.empty()) return 0;
+  ip_mreq request;
+  request.imr_multiaddr.s_addr = ::inet_addr(group.c_str());
+  request.imr_interface.s_addr = ::inet_addr(interface.c_str());
+  return SetOption(fd, IPPROTO_IP, option, request) != -1;
+}
+
 }  // namespace
 
 // Keeps the descriptor open while a call uses it.
@@ -212,12 +247,10 @@ int Socket::listen() {
 
 int Socket::accept(Socket* peer) {
   Use use(*this);
-  sockaddr_un scratch;
-  const bool isLocal = _family == AF_UNIX;
-  auto* const from = isLocal ? static_cast<void*>(&scratch) : &_inetAddr;
+  sockaddr* const from = _family == AF_UNIX ? nullptr : AsAddress(_inetAddr);
   const int fd = Retry([&] {
-    socklen_t length = isLocal ? sizeof scratch : sizeof _inetAddr;
-    return ::accept4(use.fd, static_cast<sockaddr*>(from), &length, SOCK_CLOEXEC);
+    socklen_t length = sizeof _inetAddr;
+    return ::accept4(use.fd, from, &length, SOCK_CLOEXEC);
   });
   if (fd <= 0) {
     ReportErrno("Socket::accept - socket <= 0");
@@ -233,31 +266,6 @@ int Socket::connect(std::string host, int port) {
   return _family == AF_UNIX ? connect_local(std::move(host), port)
                             : connect_inet(std::move(host), port);
 }
-
-namespace {
-
-// A connect that a signal interrupts continues in the background; wait for its result.
-int ConnectTo(int fd, const sockaddr* address, socklen_t length) {
-  if (::connect(fd, address, length) == 0) return 0;
-  if (errno != EINTR) return -1;
-  pollfd writable = {fd, POLLOUT, 0};
-  if (Retry([&] { return ::poll(&writable, 1, -1); }) < 0) return -1;
-  int error = 0;
-  socklen_t size = sizeof error;
-  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) return -1;
-  errno = error;
-  return error == 0 ? 0 : -1;
-}
-
-// The system may choose the destination port as the source port when nobody listens there.
-bool IsConnectedToItself(int fd) {
-  sockaddr_in own = {};
-  sockaddr_in peer = {};
-  return GetAddress(::getsockname, fd, own) && GetAddress(::getpeername, fd, peer) &&
-         own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
-}
-
-}  // namespace
 
 int Socket::connect_inet(std::string host, int port) {
   Use use(*this);
@@ -434,16 +442,6 @@ int Socket::set_non_blocking(bool blocking) {
   return ::fcntl(use.fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
 }
 
-namespace {
-
-bool IsBufferSize(int option, const char* caller) {
-  if (option == SO_SNDBUF || option == SO_RCVBUF) return true;
-  Report("Socket::%s: The option must be one of SO_RCVBUF or SO_SNDBUF\n", caller);
-  return false;
-}
-
-}  // namespace
-
 int Socket::set_buffer_size(int option, int bytes) {
   if (!IsBufferSize(option, "set_buffer_size")) return 0;
   Use use(*this);
@@ -480,18 +478,6 @@ int Socket::set_keepalive() {
          SetOption(use.fd, IPPROTO_TCP, TCP_KEEPINTVL, 15) == 0 &&
          SetOption(use.fd, IPPROTO_TCP, TCP_KEEPCNT, 4) == 0;
 }
-
-namespace {
-
-int ChangeMembership(int fd, int option, const std::string& group, const std::string& interface) {
-  if (fd == -1 || group.empty() || interface.empty()) return 0;
-  ip_mreq request;
-  request.imr_multiaddr.s_addr = ::inet_addr(group.c_str());
-  request.imr_interface.s_addr = ::inet_addr(interface.c_str());
-  return SetOption(fd, IPPROTO_IP, option, request) != -1;
-}
-
-}  // namespace
 
 int Socket::add_membership(const std::string& group, const std::string& interface) {
   Use use(*this);
