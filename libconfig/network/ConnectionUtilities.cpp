@@ -7,6 +7,7 @@
 
 #include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/access/MessageTable.h"
+#include "libconfig/access/PeerName.h"
 #include "libconfig/support/Logger.h"
 
 namespace qel::vorlane::config::access {
@@ -14,20 +15,6 @@ namespace qel::vorlane::config::access {
 using qel::logging::Logger;
 
 namespace {
-
-// The one process of this machine whose number ends in these 16 bits; 0 when there is none, or more
-// than one.
-unsigned int FindProcess(unsigned int lowBits) {
-  unsigned int limit = 0;
-  std::ifstream("/proc/sys/kernel/pid_max") >> limit;
-  unsigned int found = 0;
-  for (unsigned int pid = lowBits; pid <= limit; pid += 0x10000) {
-    if (pid == 0 || ::access(("/proc/" + std::to_string(pid)).c_str(), F_OK) != 0) continue;
-    if (found != 0) return 0;
-    found = pid;
-  }
-  return found;
-}
 
 template <typename Record>
 void DumpRecord(const Record& record) {
@@ -72,12 +59,7 @@ std::string ConnectionUtilities::GetPeerName(unsigned int connectionID) {
 
 std::string ConnectionUtilities::DescribePeer(unsigned int connectionID,
                                               const std::string& address) {
-  const bool here = address.empty() || address.compare(0, 4, "127.") == 0;
-  const unsigned int pid = here ? FindProcess(connectionID & 0xFFFF) : 0;
-  const std::string program = pid != 0 ? name_from_pid(pid) : "";
-  std::string place = address.empty() ? "a local socket" : address;
-  if (program.empty()) return place;
-  return program + " (process " + std::to_string(pid) + ") at " + place;
+  return qel::config::DescribePeer(connectionID & 0xFFFF, address);
 }
 
 void ConnectionUtilities::Dump(XCONFIGMGR_REQUEST_T* request) { DumpRecord(*request); }

@@ -25,7 +25,8 @@ class LIBCONFIG_API ConnectionUtilities {
   // The program behind a connection identifier, or "event" where it names none.
   static std::string GetPeerName(unsigned int connectionID);
 
-  // The peer for logs: its address, and its program where that is certain.
+  // The peer for logs: its address, and its program as the kernel knows it; one that only the peer
+  // tells is marked.
   static std::string DescribePeer(unsigned int connectionID, const std::string& address);
 
   // One line each, while tracing is on.
