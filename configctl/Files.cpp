@@ -1,10 +1,12 @@
 #include "configctl/Files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -119,16 +121,26 @@ std::string FollowLinks(const std::string& path) {
   return target;
 }
 
-std::string ReadFile(const std::string& path, std::size_t limit) {
+std::string ReadFile(const std::string& path, std::size_t limit, double timeout) {
   const bool standard = path == "-";
+  // A pipe that nobody writes is opened all the same.
   const FileDescriptor file(standard ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
-                                     : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+                                     : ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const int patience =
+      ::isatty(file.Get()) == 1 ? -1 : static_cast<int>(std::min(timeout * 1000, 1e9));
   std::string content;
   char piece[65536];
   while (file.Get() >= 0 && content.size() <= limit) {
-    const ssize_t count = ::read(file.Get(), piece, sizeof piece);
+    pollfd ready = {file.Get(), POLLIN, 0};
+    const int polled = ::poll(&ready, 1, patience);
+    if (polled == 0) {
+      throw Failure(Status::kTimeout, "nothing came from " + FileText(path) +
+                                          " in time; have it written, or give it longer with "
+                                          "--timeout");
+    }
+    const ssize_t count = polled < 0 ? -1 : ::read(file.Get(), piece, sizeof piece);
     if (count == 0) return content;
-    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count < 0) break;
     content.append(piece, static_cast<std::size_t>(count));
   }

@@ -12,9 +12,10 @@ std::string FileText(const std::string& path);
 // Where the file is, when `path` leads there through links; else `path`.
 std::string FollowLinks(const std::string& path);
 
-// What `path` holds, or standard input for "-"; pipes too. Throws Failure, also when it is more
-// than `limit` bytes.
-std::string ReadFile(const std::string& path, std::size_t limit);
+// What `path` holds, or standard input for "-"; pipes too, where the next piece may take `timeout`
+// seconds to come. Nobody who types is hurried. Throws Failure, also when it is more than `limit`
+// bytes.
+std::string ReadFile(const std::string& path, std::size_t limit, double timeout);
 
 enum class Readers { kAsUsual, kOwnerOnly };
 

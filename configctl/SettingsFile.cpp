@@ -85,6 +85,13 @@ json Parse(const std::string& path, const std::string& text, RepeatedNames& repe
   } catch (const json::parse_error& error) {
     throw Unusable(path, Position(text, error.byte == 0 ? 0 : error.byte - 1) +
                              ": this is no JSON (" + Objection(error) + "); mend it there");
+  } catch (const json::out_of_range& error) {
+    // It says which number, in apostrophes, and not where.
+    const std::string message = error.what();
+    const std::size_t begin = message.find('\'') + 1;
+    const std::string number = message.substr(begin, message.rfind('\'') - begin);
+    throw Unusable(path, Position(text, text.find(number)) + ": the number " +
+                             QuoteBriefly(number) + " is too large; mend it there");
   }
 }
 
@@ -155,8 +162,8 @@ Value TextFromJson(const ParamDescriptor& param, const json& value) {
 
 }  // namespace
 
-SettingsFile SettingsFile::Read(const std::string& path) {
-  const std::string text = ReadFile(path, kLargestFile);
+SettingsFile SettingsFile::Read(const std::string& path, double timeout) {
+  const std::string text = ReadFile(path, kLargestFile, timeout);
   RepeatedNames repeated;
   const json document = Parse(path, text, repeated);
   CheckHeader(path, document);

@@ -35,8 +35,8 @@ struct SettingsFile {
     bool isRepeated = false;  // so that nobody knows which value was meant
   };
 
-  // Reads `path`, "-" for standard input. Throws Failure.
-  static SettingsFile Read(const std::string& path);
+  // Reads `path`, "-" for standard input; see ReadFile for `timeout`. Throws Failure.
+  static SettingsFile Read(const std::string& path, double timeout);
 
   std::vector<Entry> entries;  // each name once
   // Passwords that were not written, by name.

@@ -112,7 +112,7 @@ class DiffCommand : public Command {
   void Run(Session& session) override {
     session.EndFailuresWith(Status::kUsage);
     session.RefuseMapped();
-    const SettingsFile file = SettingsFile::Read(_file);
+    const SettingsFile file = SettingsFile::Read(_file, session.GetOptions().timeout);
     Connection connection(session, Connection::OnTimeout::kEndProgram);
     Comparison comparison(session, connection);
     for (const SettingsFile::Entry& entry : file.entries) comparison.Compare(entry);

@@ -23,7 +23,7 @@ class ImportCommand : public Command {
 
   void Run(Session& session) override {
     session.RefuseMapped();
-    std::vector<Change> changes = Plan(SettingsFile::Read(_file));
+    std::vector<Change> changes = Plan(SettingsFile::Read(_file, session.GetOptions().timeout));
     SettingsWriter writer(session, _dryRun);
     writer.Apply(changes);
     const auto count = std::count_if(changes.begin(), changes.end(), SettingsWriter::IsShort);

@@ -270,6 +270,8 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
       {"{\n  \"format\": \"configctl settings\",\n  \"version\": 1, }",
        "line 3, column 17: this is no JSON (syntax error while parsing object key - unexpected "
        "'}'; expected string literal); mend it there"},
+      {"{\n\"version\": 1e400}",
+       "line 2, column 12: the number \"1e400\" is too large; mend it there"},
       {"[1]",
        "this is no file of settings, which begins with {\"format\": \"configctl settings\"; "
        "make one with configctl export"},
@@ -292,6 +294,11 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
               HasSubstr("it is nested too deep"));
   const std::string text(100000, 'x');
   EXPECT_GT(500U, import(File("\"" + text + "\": 1, \"IPConfig\": \"" + text + "\"")).out.size());
+  ASSERT_EQ(0, ::mkfifo((_folder / "pipe").c_str(), 0600));
+  EXPECT_EQ((Outcome{4, "",
+                     "configctl: nothing came from \"" + _folder / "pipe" +
+                         "\" in time; have it written, or give it longer with --timeout\n"}),
+            Run({"--timeout", "0.1", "import", _folder / "pipe"}));
   EXPECT_THAT(import("/dev/zero").err, HasSubstr("has more than 262144 bytes"));
   EXPECT_EQ(2, RunConfigctl("tcp://127.0.0.1:1", {"diff", File("\"Take\": 1")}).status);
   EXPECT_EQ(3, RunConfigctl("tcp://127.0.0.1:1", {"import", File("\"Take\": 1")}).status);
