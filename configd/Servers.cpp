@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -80,6 +81,14 @@ bool Servers::Stop(std::chrono::milliseconds limit) {
   }
   _servers.clear();
   return ended;
+}
+
+std::chrono::milliseconds Servers::GetBusyTime() const {
+  std::chrono::milliseconds longest{};
+  for (const NetworkServer* const server : _servers) {
+    longest = std::max(longest, server->GetBusyTime());
+  }
+  return longest;
 }
 
 std::vector<std::string> Servers::GetURIs() const {

@@ -27,6 +27,9 @@ class Servers {
   // Ends the connections, too. False when some of them may still set something after `limit`.
   bool Stop(std::chrono::milliseconds limit);
 
+  // The longest time that one of their threads has been at one request.
+  std::chrono::milliseconds GetBusyTime() const;
+
   // The port that is served. REQUIRES: Open succeeded.
   int GetPort() const { return _port; }
   // What is served, as people write it.

@@ -28,4 +28,12 @@ void Notify(const char* state) {
   ::close(fd);
 }
 
+std::chrono::milliseconds GetWatchdogTime() {
+  const char* const microseconds = std::getenv("WATCHDOG_USEC");
+  const char* const process = std::getenv("WATCHDOG_PID");
+  if (microseconds == nullptr || (process != nullptr && std::atol(process) != ::getpid()))
+    return {};
+  return std::chrono::milliseconds(std::atoll(microseconds) / 1000);
+}
+
 }  // namespace service_manager

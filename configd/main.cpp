@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -110,6 +112,21 @@ bool OpenStore() {
   return ConfigFactoryImpl::GetInstance()->Connect("local:configid=0") != nullptr;
 }
 
+// Waits for a signal that ends the daemon, and tells the service manager meanwhile that it is well,
+// as long as `busy` tells of no request that goes on for ever.
+void AwaitEnd(const sigset_t& ending, const std::function<std::chrono::milliseconds()>& busy) {
+  using std::chrono::milliseconds;
+  const milliseconds limit = service_manager::GetWatchdogTime();
+  const auto pause = limit.count() > 0 ? limit / 3 : milliseconds(std::chrono::hours(1));
+  const timespec time = {static_cast<time_t>(pause.count() / 1000),
+                         static_cast<long>(pause.count() % 1000 * 1000000)};
+  while (::sigtimedwait(&ending, nullptr, &time) < 0) {
+    if (errno == EAGAIN && limit.count() > 0 && busy() < limit) {
+      service_manager::Notify("WATCHDOG=1");
+    }
+  }
+}
+
 int Serve(const Options& options) {
   sigset_t ending;
   ::sigemptyset(&ending);
@@ -166,9 +183,10 @@ int Serve(const Options& options) {
   out.Flush(kFlush);
   service_manager::Notify("READY=1");
 
-  int signal = 0;
-  while (::sigwait(&ending, &signal) != 0) {
-  }
+  AwaitEnd(ending, [&] {
+    return std::max(servers.GetBusyTime(),
+                    queue == nullptr ? std::chrono::milliseconds() : queue->GetBusyTime());
+  });
   service_manager::Notify("STOPPING=1");
   qel::config::SilenceMessages();  // what the servers' threads report from here on helps nobody
   // What a client has read back before its connection ended is saved.

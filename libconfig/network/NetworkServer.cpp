@@ -138,6 +138,8 @@ bool NetworkServer::Init() {
   return true;
 }
 
+std::chrono::milliseconds NetworkServer::GetBusyTime() const { return _busy.Get(); }
+
 int NetworkServer::GetPort() { return _socket->get_bound_port(); }
 
 // The thread ends by itself: detach it.
@@ -222,6 +224,7 @@ bool NetworkServer::WaitForDatagram() {
     std::this_thread::sleep_for(kPauseAfterFailure);
     return false;
   }
+  const qel::config::BusyClock::Work work(_busy);
   Datagrams().ProcessMessages(datagram, static_cast<int>(length), from);
   return true;
 }
@@ -233,6 +236,7 @@ void NetworkServer::ServeConnections() {
       if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
       continue;
     }
+    const qel::config::BusyClock::Work work(_busy);
     std::shared_ptr<void> slot = _peers->Take(*connection);
     if (slot != nullptr && connection->Start(std::move(slot))) {
       static_cast<void>(connection.release());  // its thread deletes it

@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 
+#include "libconfig/base/BusyClock.h"
 #include "libconfig/base/Export.h"
 
 class Socket;
@@ -49,6 +50,10 @@ class LIBCONFIG_API NetworkServer {
   // The port that is served; 0 without a socket.
   int GetPort();
 
+  // How long the server's thread has been at one datagram or new connection; 0 while it waits for
+  // the next. Any thread, before Stop.
+  std::chrono::milliseconds GetBusyTime() const;
+
   // What the thread does: serves until Stop, and then deletes the server.
   static void* pthread_start(void* server);
   void Run();
@@ -67,6 +72,7 @@ class LIBCONFIG_API NetworkServer {
   NetworkUDPConnection& Datagrams();
 
   std::atomic<bool> _stop{false};
+  qel::config::BusyClock _busy;
   std::unique_ptr<Socket> _socket;
   bool _isReady = false;  // Init succeeded
   const int _family;

@@ -132,8 +132,9 @@ TEST(Configd, TellsTheServiceManager) {
     const ssize_t count = ::poll(&wanted, 1, 60000) == 1 ? ::recv(fd, text, sizeof text, 0) : 0;
     return std::string(text, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   };
-  Daemon daemon({}, {"NOTIFY_SOCKET=@" + name});
+  Daemon daemon({}, {"NOTIFY_SOCKET=@" + name, "WATCHDOG_USEC=600000"});
   EXPECT_EQ("READY=1", told());
+  for (int i = 0; i < 3; ++i) EXPECT_EQ("WATCHDOG=1", told());
   daemon.GetProcess().Kill(SIGTERM);
   EXPECT_EQ("STOPPING=1", told());
   EXPECT_EQ(0, daemon.Wait());

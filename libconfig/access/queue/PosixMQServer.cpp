@@ -16,6 +16,7 @@
 
 #include "libconfig/access/queue/QueueIO.h"
 #include "libconfig/access/queue/QueueRequests.h"
+#include "libconfig/base/BusyClock.h"
 #include "libconfig/base/Worker.h"
 
 using namespace qel::config;
@@ -72,6 +73,7 @@ class PosixMQServer::Service {
 
   Opened Open();
   bool Start();
+  std::chrono::milliseconds GetBusyTime() const { return _busy.Get(); }
 
  private:
   void Receive();
@@ -83,6 +85,7 @@ class PosixMQServer::Service {
 
   std::atomic<bool> _stop{false};
   std::atomic<bool> _isReceiving{false};
+  qel::config::BusyClock _busy;
 
   // Until a client with a full queue is looked at again. The helper alone changes it.
   std::atomic<int> _pauseMs{kFirstPauseMs};
@@ -152,6 +155,7 @@ void PosixMQServer::Service::Receive() {
   while (!_stop) {
     const ssize_t length = ::mq_receive(_queue, message, sizeof message, nullptr);
     if (length <= 0) continue;
+    const qel::config::BusyClock::Work work(_busy);
     try {
       _requests.Process(message, static_cast<std::size_t>(length));
     } catch (const std::bad_alloc&) {
@@ -185,3 +189,5 @@ PosixMQServer::~PosixMQServer() = default;
 PosixMQServer::Opened PosixMQServer::Open() { return _service->Open(); }
 
 bool PosixMQServer::Start() { return _service->Start(); }
+
+std::chrono::milliseconds PosixMQServer::GetBusyTime() const { return _service->GetBusyTime(); }

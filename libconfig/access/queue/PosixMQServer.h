@@ -14,6 +14,7 @@
 // take no signals.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,6 +46,9 @@ class LIBCONFIG_API PosixMQServer {
   Opened Open();
   // False, with the reason in errno, when there can be no threads. REQUIRES: open.
   bool Start();
+
+  // How long its thread has been at one request; 0 while it waits for the next. Any thread.
+  std::chrono::milliseconds GetBusyTime() const;
 
  private:
   class Service;

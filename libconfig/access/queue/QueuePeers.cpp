@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <utility>
 
 #include "libconfig/access/ConnectionUtilities.h"
+#include "libconfig/access/PeerName.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/serialization/Identifiers.h"
 
@@ -35,14 +35,6 @@ long FindProcess(uint32_t id) {
     if (pid != 0 && Exists(pid)) return pid;
   }
   return 0;
-}
-
-std::string ProgramName(long pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
-  std::string name;
-  std::getline(file, name);
-  for (char& c : name) c = static_cast<unsigned char>(c) < 0x20 ? '?' : c;
-  return name;
 }
 
 }  // namespace
@@ -198,7 +190,7 @@ QueuePeers::Kept QueuePeers::Flush(const OnSlow& onSlow) {
     }
   }
   for (const auto& [id, process] : slow) {
-    if (onSlow) onSlow(ProgramName(process), process, ConnectionUtilities::GetQueueName(id));
+    if (onSlow) onSlow(ProgramOf(static_cast<unsigned>(process)), process, ConnectionUtilities::GetQueueName(id));
   }
   if (!kept) return Kept::kNothing;
   return sent ? Kept::kLess : Kept::kAsMuch;
