@@ -7,6 +7,7 @@
 #include <atomic>
 #include <filesystem>
 #include <map>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -55,7 +56,48 @@ class Client {
   Config* _config;
 };
 
+// Somebody who counts up in a parameter and reads back, until the daemon is gone.
+class Counter {
+ public:
+  explicit Counter(const Daemon& daemon)
+      : _client([this, &daemon] {
+          Client config(daemon);
+          unsigned int read = 0;
+          for (unsigned int i = 2; config->Set(eParamID_IntervalFrames, i) != 0; ++i) {
+            if (config->Get(eParamID_IntervalFrames, read) == 0) break;
+            _last = read;
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+          }
+        }) {}
+  // The last value that was read back.
+  unsigned int GetLast() const { return _last; }
+  unsigned int End() {
+    _client.join();
+    return _last;
+  }
+
+ private:
+  std::atomic<unsigned int> _last{1};
+  std::thread _client;
+};
+
 }  // namespace
+
+// What was read back a second before is there, whenever it is killed.
+TEST(Persistence, OutlivesBeingKilledAtAnyMoment) {
+  const Folder folder;
+  Daemon daemon({"--state", folder.GetPath()});
+  Counter counter(daemon);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300 + std::random_device()() % 300));
+  const unsigned int safe = counter.GetLast();
+  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  daemon.End(SIGKILL);
+  const unsigned int last = counter.End();
+  Daemon next({"--state", folder.GetPath()});
+  const unsigned int saved = Client(next)->Get(eParamID_IntervalFrames);
+  EXPECT_GE(saved, safe);
+  EXPECT_LE(saved, last + 1);
+}
 
 TEST(Persistence, OutlivesADaemonThatIsKilled) {
   const Folder folder;
@@ -120,27 +162,17 @@ TEST(Persistence, SavesBeforeItEnds) {
   }
 }
 
-// A client that sets and reads back until its connection ends; the next daemon has the last value
-// that was read, or the one that was sent after it.
+// The next daemon has the last value that was read, or the one that was sent after it.
 TEST(Persistence, SavesAllThatAClientHasReadBack) {
   const Folder folder;
   for (int round = 0; round < 10; ++round) {
     Daemon daemon({"--state", folder.GetPath()});
-    std::atomic<unsigned int> last{0};
-    std::thread client([&] {
-      Client config(daemon);
-      unsigned int read = 0;
-      for (unsigned int i = 1; config->Set(eParamID_IntervalFrames, i % 9000 + 1) != 0; ++i) {
-        if (config->Get(eParamID_IntervalFrames, read) == 0) break;
-        last = read;
-      }
-    });
-    EXPECT_TRUE(Eventually([&] { return last > 20; }));
+    Counter counter(daemon);
+    EXPECT_TRUE(Eventually([&] { return counter.GetLast() > 20; }));
     EXPECT_EQ(0, daemon.End(SIGTERM));
-    client.join();
+    const unsigned int last = counter.End();
     Daemon next({"--state", folder.GetPath()});
-    EXPECT_THAT(Client(next)->Get(eParamID_IntervalFrames),
-                ::testing::AnyOf(last.load(), last + 1));
+    EXPECT_THAT(Client(next)->Get(eParamID_IntervalFrames), ::testing::AnyOf(last, last + 1));
   }
 }
 
