@@ -122,7 +122,7 @@ bool NetworkServer::Init() {
   _isReady = false;
   _udpConnection.reset();
   _socket = std::make_unique<Socket>(_family, _type);
-  if (!_socket->create()) {
+  if (!_socket->create() || !_socket->set_exclusive()) {
     Report("NetworkServer::Init - failed to create Socket\n");
     return false;
   }

@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/base/Limits.h"
 #include "libconfig/network/DumpContext.h"
 
 using qel::config::Report;
@@ -76,17 +77,47 @@ timeval ToTimeval(unsigned milliseconds) {
   return time;
 }
 
-// A connect that a signal interrupts continues in the background; wait for its result.
-int ConnectTo(int fd, const sockaddr* address, socklen_t length) {
-  if (::connect(fd, address, length) == 0) return 0;
-  if (errno != EINTR) return -1;
+using Clock = std::chrono::steady_clock;
+
+// Milliseconds until `deadline`, at least 0.
+int LeftUntil(Clock::time_point deadline) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+  return static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, left.count()));
+}
+
+// The result of an Internet connect that goes on in the background; errno tells why not.
+bool AwaitConnected(int fd, Clock::time_point deadline) {
   pollfd writable = {fd, POLLOUT, 0};
-  if (Retry([&] { return ::poll(&writable, 1, -1); }) < 0) return -1;
+  const int ready = Retry([&] { return ::poll(&writable, 1, LeftUntil(deadline)); });
+  if (ready == 0) errno = ETIMEDOUT;
+  if (ready <= 0) return false;
   int error = 0;
   socklen_t size = sizeof error;
-  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) return -1;
+  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) return false;
   errno = error;
-  return error == 0 ? 0 : -1;
+  return error == 0;
+}
+
+// Like any answer, a place in the listener's backlog comes in time or not at all. A socket that is
+// non-blocking already waits for nothing. The send time-out is what limits connect, and the only
+// thing that does on a local socket.
+bool ConnectTo(int fd, const sockaddr* address, socklen_t length) {
+  const auto deadline = Clock::now() + std::chrono::milliseconds(qel::config::limits::kAnswerMs);
+  timeval before = {};
+  socklen_t size = sizeof before;
+  ::getsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &before, &size);
+  bool connected = false;
+  do {
+    const auto left = static_cast<unsigned>(std::max(1, LeftUntil(deadline)));
+    SetOption(fd, SOL_SOCKET, SO_SNDTIMEO, ToTimeval(left));
+    connected = ::connect(fd, address, length) == 0;
+  } while (!connected && errno == EINTR && address->sa_family == AF_UNIX);
+  if (!connected && errno == EINTR) connected = AwaitConnected(fd, deadline);
+  const bool isLate = (errno == EINPROGRESS || errno == EAGAIN) && LeftUntil(deadline) == 0;
+  const int error = isLate ? ETIMEDOUT : errno;
+  SetOption(fd, SOL_SOCKET, SO_SNDTIMEO, before);
+  errno = error;
+  return connected;
 }
 
 // The system may choose the destination port as the source port when nobody listens there.
@@ -200,15 +231,15 @@ int Socket::bind(const std::string& host, int port) {
   return bind_inet(port);
 }
 
-// For a datagram socket whose port the system chooses: two that allow sharing may get the same one,
-// and then receive each other's datagrams.
-void Socket::KeepPortToItself(int fd) {
-  if (_type == SOCK_DGRAM) SetOption(fd, SOL_SOCKET, SO_REUSEADDR, 0);
+int Socket::set_exclusive() {
+  Use use(*this);
+  return _type != SOCK_DGRAM || SetOption(use.fd, SOL_SOCKET, SO_REUSEADDR, 0) == 0;
 }
 
 int Socket::bind_inet(int port) {
   Use use(*this);
-  if (port == 0) KeepPortToItself(use.fd);
+  // Two datagram sockets that allow sharing may be given the same port.
+  if (port == 0) set_exclusive();
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
   const bool bound = IsPort(port, 0) && ::bind(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == 0;
@@ -270,7 +301,7 @@ int Socket::connect(std::string host, int port) {
 int Socket::connect_inet(std::string host, int port) {
   Use use(*this);
   const bool isBound = _port != 0;
-  if (!isBound) KeepPortToItself(use.fd);
+  if (!isBound) set_exclusive();  // as the system chooses a port
   _inetAddr.sin_family = static_cast<sa_family_t>(_family);
   _inetAddr.sin_port = htons(static_cast<uint16_t>(port));
   errno = 0;
@@ -282,8 +313,7 @@ int Socket::connect_inet(std::string host, int port) {
     // Not a dotted address: make connect fail.
     _inetAddr.sin_addr.s_addr = INADDR_NONE;
   }
-  bool connected =
-      IsPort(port, 1) && ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr) == 0;
+  bool connected = IsPort(port, 1) && ConnectTo(use.fd, AsAddress(_inetAddr), sizeof _inetAddr);
   if (connected && !isBound && IsConnectedToItself(use.fd)) {
     close();
     errno = ECONNREFUSED;
@@ -298,8 +328,8 @@ int Socket::connect_inet(std::string host, int port) {
 int Socket::connect_local(std::string host, int port) {
   Use use(*this);
   SetLocalAddress(_family, host, port);
-  if (!Succeeded(ConnectTo(use.fd, AsAddress(_localAddr), sizeof _localAddr),
-                 "Socket::connect_local")) {
+  const bool connected = ConnectTo(use.fd, AsAddress(_localAddr), sizeof _localAddr);
+  if (!Succeeded(connected ? 0 : -1, "Socket::connect_local")) {
     return 0;
   }
   _host = std::move(host);
@@ -391,7 +421,6 @@ int Socket::recvfrom(void* data, unsigned length, sockaddr_in& from) {
 // 1 when one of `events` came, 0 when the time ran out, -1 on an error. What is left of the time
 // goes to `left`.
 int Socket::Wait(short events, int milliseconds, int* left) {
-  using Clock = std::chrono::steady_clock;
   Use use(*this);
   if (use.fd == -1) return -1;
   const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
@@ -400,10 +429,7 @@ int Socket::Wait(short events, int milliseconds, int* left) {
   for (;;) {
     const int ready = ::poll(&wanted, 1, remaining);
     const int error = errno;
-    if (milliseconds >= 0) {
-      const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-      remaining = static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, rest.count()));
-    }
+    if (milliseconds >= 0) remaining = LeftUntil(deadline);
     if (left != nullptr) *left = remaining;
     errno = error;
     if (ready >= 0 || error != EINTR) return ready > 0 ? 1 : ready;

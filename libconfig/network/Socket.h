@@ -39,6 +39,9 @@ class LIBCONFIG_API Socket {
   int bind(int port);
   int bind(const std::string& host, int port);
   int bind_inet(int port);
+  // Before binding: lets no other socket bind to the same port and take the datagrams. A datagram
+  // socket shares its port unless this was called; a stream socket that listens never does.
+  int set_exclusive();
   // Removes a socket that was left at the path. Fails without a message.
   int bind_local(int port);
   // "/tmp/qel_%d". Writes the path to standard error, too.
@@ -48,7 +51,7 @@ class LIBCONFIG_API Socket {
   int accept(Socket* peer);
   // `host` is a dotted address; a local socket connects to the file that `port` numbers. An
   // Internet socket that the system would connect to itself, as happens when nobody serves the
-  // port, is refused and closed.
+  // port, is refused and closed. Waits 12 s at most.
   int connect(std::string host, int port);
   int connect_inet(std::string host, int port);
   int connect_local(std::string host, int port);
@@ -120,7 +123,6 @@ class LIBCONFIG_API Socket {
 
   void Adopt(int fd);
   int Leave();
-  void KeepPortToItself(int fd);
   void SetLocalAddress(int family, const std::string& host, int port);
   int Wait(short events, int milliseconds, int* left);
 

@@ -195,6 +195,12 @@ TEST(Server, RefusesAnAddressThatIsTakenOrNotOurs) {
   EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 0, "203.0.113.1").Init());
   EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 0, "everywhere").Init());
   EXPECT_FALSE(NetworkServer(AF_INET, SOCK_STREAM, 65536, "127.0.0.1").Init());
+  // Nor may anybody take the datagrams of a server over.
+  NetworkServer datagrams(AF_INET, SOCK_DGRAM, server.GetPort(), "127.0.0.1");
+  ASSERT_TRUE(datagrams.Init());
+  Socket thief(AF_INET, SOCK_DGRAM);
+  ASSERT_EQ(1, thief.create());
+  EXPECT_EQ(0, thief.bind("127.0.0.1", server.GetPort()));
 }
 
 TEST(Server, WithoutASocketTellsItOnceAndWaits) {

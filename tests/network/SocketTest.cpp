@@ -79,6 +79,32 @@ TEST(Socket, RefusesToBeItsOwnPeer) {
   }
 }
 
+// Listeners with a full backlog that nobody serves any more.
+TEST(Socket, WaitsForAPlaceInABacklogNoLongerThanForAnAnswer) {
+  const int path = 3000000 + ::getpid();
+  CaptureStderr();
+  OnThreads(2, [path](unsigned thread) {
+    const int family = thread == 0 ? AF_INET : AF_UNIX;
+    Socket full(family, SOCK_STREAM);
+    ASSERT_TRUE(full.create() && full.bind(family == AF_INET ? 0 : path));
+    ASSERT_EQ(0, ::listen(full.descriptor(), 0));
+    const int port = family == AF_INET ? full.get_bound_port() : path;
+    Socket place(family, SOCK_STREAM);
+    ASSERT_TRUE(place.create() && place.connect("127.0.0.1", port));
+    Socket late(family, SOCK_STREAM);
+    ASSERT_EQ(1, late.create());
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, late.connect("127.0.0.1", port));
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, std::chrono::milliseconds(11900));
+    EXPECT_LT(waited, std::chrono::seconds(30));
+  });
+  const std::string report = GetCapturedStderr();
+  EXPECT_THAT(report, HasSubstr("Socket::connect_inet - connect() failed: Connection timed out\n"));
+  EXPECT_THAT(report, HasSubstr("Socket::connect_local: Connection timed out\n"));
+  ::unlink(("/tmp/qel_" + std::to_string(path)).c_str());
+}
+
 TEST(Socket, ReceivesMoreThanItWasAskedForWithoutOverrunningItsCaller) {
   Connection pair;
   // Three bytes first: recv then asks for all four again, and gets five more than it has room for.

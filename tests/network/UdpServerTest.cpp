@@ -3,6 +3,7 @@
 
 #include <numeric>
 
+#include "tests/testing/ActingListener.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
 #include "tests/testing/Names.h"
@@ -174,6 +175,22 @@ TEST_F(UdpServer, RefusesNobodyForWantOfRoom) {
   for (uint32_t i = 0; i <= 1024; ++i) Connect(Own(5), kPeer + i);
   for (uint32_t i = 1; i <= 1024; ++i) Disconnect(Own(5), kPeer + i);
   EXPECT_TRUE(IsAnswered(Own(5)));
+}
+
+// By a listener of this process that does not return.
+TEST_F(UdpServer, TellsHowLongItHasBeenAtWorkOnOneDatagram) {
+  const uint32_t config = Own(8);
+  Connect(config);
+  Store store(config);
+  std::atomic<bool> go{false};
+  ActingListener slow([&] { EXPECT_TRUE(Eventually([&] { return go.load(); })); });
+  store->AddConfigEventListener(&slow);
+  _peer.Send(Request(81, config, eParamID_MediaUpdated, 5));
+  EXPECT_TRUE(Eventually([&] { return _server.GetBusyTime() >= std::chrono::milliseconds(20); }));
+  go = true;
+  EXPECT_TRUE(slow.WaitUntilDone());
+  store->RemoveConfigEventListener(&slow);
+  EXPECT_TRUE(Eventually([&] { return _server.GetBusyTime().count() == 0; }));
 }
 
 TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 
@@ -34,6 +35,7 @@ class TestServer {
   TestServer& operator=(const TestServer&) = delete;
 
   int GetPort() const { return _port; }
+  std::chrono::milliseconds GetBusyTime() const { return _server->GetBusyTime(); }
   std::string GetURI() const { return _scheme + "://127.0.0.1:" + std::to_string(_port); }
 
  private:
