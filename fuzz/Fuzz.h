@@ -1,47 +1,43 @@
-// What every fuzz target begins with. Include it once in a target.
+// What the fuzz targets share. A target is a function in one of the sources here; each is a program
+// of its own, so that the corpora stay apart.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
+#include <deque>
+#include <functional>
+#include <string>
 #include <vector>
 
-#include "libconfig/access/MessageTable.h"
+namespace fuzz {
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
-
-// The library reports each refusal on standard error, thousands a second here. The fuzzer keeps its
-// own way to the terminal when it is asked to close that of the code under test.
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-  static char quiet[] = "-close_fd_mask=2";
-  static std::vector<char*> arguments(*argv, *argv + *argc);
-  arguments.insert(arguments.begin() + 1, quiet);
-  arguments.push_back(nullptr);
-  *argc = static_cast<int>(arguments.size()) - 1;
-  *argv = arguments.data();
-  return 0;
-}
+using Bytes = std::vector<char>;
 
 // A property that must hold for every input.
 inline void Require(bool holds) {
   if (!holds) __builtin_trap();
 }
 
-// The next record of a transport: the first byte of `data` chooses its type, the rest is its other
-// bytes, and what may follow it. Moves `data` behind it.
-inline std::vector<char> NextRecord(qel::config::RecordType qel::config::MessageType::*transport,
-                                    const uint8_t*& data, size_t& size) {
-  const auto& row = qel::config::kMessageTypes[data[0] % std::size(qel::config::kMessageTypes)];
-  const auto& type = row.*transport;
-  const size_t room =
-      std::max(type.size, sizeof row.type) - sizeof row.type + (type.hasStream ? 32 : 0);
-  const size_t length = std::min(size - 1, room);
-  std::vector<char> record(sizeof row.type + length);
-  std::memcpy(record.data(), &row.type, sizeof row.type);
-  std::copy_n(data + 1, length, record.begin() + sizeof row.type);
-  data += 1 + length;
-  size -= 1 + length;
-  return record;
-}
+// Stands between the messages of an input. A mark rather than lengths, which the fuzzer could not
+// insert and remove bytes without breaking.
+constexpr char kMark[] = "|--|";
+
+std::deque<Bytes> Split(const uint8_t* data, size_t size);
+
+// The other end of every socket and queue of the program: the system's calls are linked to this
+// instead, so that nothing waits, nothing has a name, and a run takes microseconds. What the code
+// under test sends is dropped.
+struct Peer {
+  static Peer& Instance();
+
+  // What it will have sent; messages of a queue, datagrams, or pieces of a stream. Behind the last
+  // a stream has ended, and everything else fails.
+  std::deque<Bytes> messages;
+  // Called when more is asked for.
+  std::function<void()> onEnd;
+};
+
+// A file with these bytes, until the next one.
+std::string FileOf(const uint8_t* data, size_t size);
+
+}  // namespace fuzz

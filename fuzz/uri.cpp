@@ -9,24 +9,24 @@
 #include "libconfig/manager/LocalConfigFactory.h"
 #include "libconfig/network/Url.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+void Uri(const uint8_t* data, size_t size) {
   std::string uri(data, data + size);
   const url::URL parts = url::parse(uri);
-  Require(parts.scheme.empty() == parts.port.empty() && parts.host.empty() == parts.port.empty());
+  fuzz::Require(parts.scheme.empty() == parts.port.empty() &&
+                parts.host.empty() == parts.port.empty());
   for (const std::string* const part : {&parts.scheme, &parts.host, &parts.port}) {
-    Require(part->find_first_of(":/ \t\n") == std::string::npos);
-    Require(part->empty() || uri.find(*part) != std::string::npos);
+    fuzz::Require(part->find_first_of(":/ \t\n") == std::string::npos);
+    fuzz::Require(part->empty() || uri.find(*part) != std::string::npos);
   }
   qel::config::access::LocalConfigFactory().GetConfigID(uri);
-  Require(!GetConfigURI(uri).empty() && !GetEventsURI(uri).empty());
+  fuzz::Require(!GetConfigURI(uri).empty() && !GetEventsURI(uri).empty());
 
-  if (uri.find("tcp") != std::string::npos) return 0;
+  if (uri.find("tcp") != std::string::npos) return;
   ConfigFactoryImpl* const factory = ConfigFactoryImpl::GetInstance();
   Config* const config = factory->Connect(uri);
   if (auto* const cache = dynamic_cast<ConfigCache*>(config)) {
     delete cache;
   } else if (config != nullptr) {
-    Require(factory->Disconnect(config) != 0);
+    fuzz::Require(factory->Disconnect(config) != 0);
   }
-  return 0;
 }

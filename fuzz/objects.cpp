@@ -25,26 +25,25 @@ void RequireSameAgain(Serializable& object) {
   std::vector<char> bytes = Written(object);
   const auto again = qel::config::DecodeObject(
       bytes.data(), static_cast<unsigned int>(bytes.size()), eSerializationFormat_Network);
-  Require(again != nullptr && Written(*again) == bytes);
+  fuzz::Require(again != nullptr && Written(*again) == bytes);
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+void Objects(const uint8_t* data, size_t size) {
   std::vector<char> bytes(data, data + size);
   char* const begin = bytes.data();
   MemoryDeSerializer stream(eSerializationFormat_Network, begin, begin + size, false);
   while (!stream.IsEndOfSector()) {
     const char* const before = stream.GetPos();
     const std::unique_ptr<Serializable> object = qel::config::ReadObject(stream, "Object");
-    Require(before < stream.GetPos() && stream.GetPos() <= begin + size);
+    fuzz::Require(before < stream.GetPos() && stream.GetPos() <= begin + size);
     if (object != nullptr) RequireSameAgain(*object);
   }
   const auto value = qel::config::DecodeValue(begin, static_cast<unsigned int>(size),
                                               eSerializationFormat_Network);
   if (value != nullptr) {
     const auto again = qel::config::EncodeValue(*value, eSerializationFormat_Network, 0);
-    Require(again.size() <= size && std::memcmp(again.data(), begin, again.size()) == 0);
+    fuzz::Require(again.size() <= size && std::memcmp(again.data(), begin, again.size()) == 0);
   }
-  return 0;
 }
