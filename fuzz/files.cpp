@@ -63,7 +63,7 @@ void State(const uint8_t* data, size_t size) {
 
 void Settings(const uint8_t* data, size_t size) {
   try {
-    for (const auto& entry : configctl::SettingsFile::Read(fuzz::FileOf(data, size)).entries) {
+    for (const auto& entry : configctl::SettingsFile::Read(fuzz::FileOf(data, size), 1).entries) {
       try {
         const ParamDescriptor& param = configctl::FindParam(entry.name);
         TryValue(param, configctl::SettingFromJson(param, entry.value));
