@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "programs/Text.h"
+
 using json = nlohmann::ordered_json;
 
 namespace configctl {
@@ -9,7 +11,7 @@ namespace {
 
 // A peer's text may hold any bytes; JSON is UTF-8.
 std::string Dump(const json& object) {
-  return object.dump(-1, ' ', false, json::error_handler_t::replace);
+  return programs::EscapeJson(object.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 }  // namespace

@@ -80,6 +80,24 @@ std::string OneLine(const std::string& text) {
 
 std::string Escape(const std::string& text) { return EscapeWith(text, ""); }
 
+std::string EscapeJson(const std::string& json) {
+  std::string shown;
+  for (std::size_t at = 0; at < json.size();) {
+    uint32_t character = 0;
+    const std::size_t length = Decode(json, at, character);
+    // Control characters between the values are its layout; within them there are none.
+    if (length == 0 || character < 0x20 || IsHarmless(character)) {
+      shown.append(json, at, length > 0 ? length : 1);
+    } else {
+      char escaped[12];
+      std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(character));
+      shown += escaped;
+    }
+    at += length > 0 ? length : 1;
+  }
+  return shown;
+}
+
 std::string Quote(const std::string& text) { return "\"" + EscapeWith(text, "\"\\") + "\""; }
 
 std::string QuoteUpTo(std::size_t limit, const std::string& text, std::size_t size) {

@@ -15,6 +15,10 @@ std::string OneLine(const std::string& text);
 
 std::string Escape(const std::string& text);
 
+// JSON, in which such characters are written as "\u009b": it means the same, and a terminal that
+// shows it does nothing else.
+std::string EscapeJson(const std::string& json);
+
 // In quotes; quotes and backslashes get a backslash, so that nothing is ambiguous.
 std::string Quote(const std::string& text);
 // As Quote, with what is beyond `limit` bytes left out, and the text's size behind the quotes. Of

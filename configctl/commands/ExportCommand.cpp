@@ -59,7 +59,7 @@ class ExportCommand : public Command {
 
     const bool toFile = !_file.empty() && _file != "-";
     if (toFile) {
-      ReplaceFile(_file, document.dump(2) + "\n",
+      ReplaceFile(_file, programs::EscapeJson(document.dump(2)) + "\n",
                   hasSecrets ? Readers::kOwnerOnly : Readers::kAsUsual);
     }
     Tell(session, document, settings.size(), leftOut, toFile);
@@ -99,7 +99,7 @@ class ExportCommand : public Command {
     }
     session.Print(toFile ? programs::Quote(_file) + " holds " + std::to_string(count) +
                                (count == 1 ? " setting" : " settings")
-                         : document.dump(2));
+                         : programs::EscapeJson(document.dump(2)));
     if (!leftOut.empty()) {
       session.GetConsole().Say("passwords were left out: " + Join(leftOut) +
                                "; export with --show-secrets to have them in the file");

@@ -116,6 +116,11 @@ TEST_F(Configctl, LetsNoTextPassForAnotherLineOrMoveTheCursor) {
   EXPECT_EQ(Done("a\\x0ab\\x1b[1m\\xc2\\x9b\\xff\xc3\xa9\"\\\n"), Run({"get", "SysName"}));
   EXPECT_EQ("a\nb\x1b[1m\xc2\x9b\xef\xbf\xbd\xc3\xa9\"\\",
             ResultOf({"get", "SysName"}).at(0).at("value"));
+  // Nor in JSON, where they would be allowed: a direction mark, one of the second set, a delete.
+  EXPECT_EQ(0, Run({"set", "SysName", "a\xe2\x80\xae\xc2\x9b\x7f\xc3\xa9"}).status);
+  EXPECT_THAT(Run({"--json", "get", "SysName"}).out,
+              HasSubstr("\"a\\u202e\\u009b\\u007f\xc3\xa9\""));
+  EXPECT_THAT(Run({"export"}).out, HasSubstr("\"a\\u202e\\u009b\\u007f\xc3\xa9\""));
   EXPECT_THAT(_daemon.GetProcess().WaitForLine("SysName"),
               HasSubstr("-> \"a\\x0ab\\x1b[1m\\xc2\\x9b\\xff\xc3\xa9\\\"\\\\\"  by "));
 }
