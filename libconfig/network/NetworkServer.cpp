@@ -7,6 +7,7 @@
 #include <list>
 #include <thread>
 
+#include "libconfig/base/BusyClock.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
@@ -105,6 +106,8 @@ struct NetworkServer::Ending {
   Condition condition;
   bool reached LIBCONFIG_GUARDED_BY(mutex) = false;
   bool served LIBCONFIG_GUARDED_BY(mutex) = false;
+
+  qel::config::BusyClock busy;
 };
 
 NetworkServer::NetworkServer(int family, int type, int port, std::string address)
@@ -138,7 +141,7 @@ bool NetworkServer::Init() {
   return true;
 }
 
-std::chrono::milliseconds NetworkServer::GetBusyTime() const { return _busy.Get(); }
+std::chrono::milliseconds NetworkServer::GetBusyTime() const { return _ending->busy.Get(); }
 
 int NetworkServer::GetPort() { return _socket->get_bound_port(); }
 
@@ -224,7 +227,7 @@ bool NetworkServer::WaitForDatagram() {
     std::this_thread::sleep_for(kPauseAfterFailure);
     return false;
   }
-  const qel::config::BusyClock::Work work(_busy);
+  const qel::config::BusyClock::Work work(_ending->busy);
   Datagrams().ProcessMessages(datagram, static_cast<int>(length), from);
   return true;
 }
@@ -236,7 +239,7 @@ void NetworkServer::ServeConnections() {
       if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
       continue;
     }
-    const qel::config::BusyClock::Work work(_busy);
+    const qel::config::BusyClock::Work work(_ending->busy);
     std::shared_ptr<void> slot = _peers->Take(*connection);
     if (slot != nullptr && connection->Start(std::move(slot))) {
       static_cast<void>(connection.release());  // its thread deletes it

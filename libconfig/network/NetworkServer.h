@@ -17,7 +17,6 @@
 #include <memory>
 #include <string>
 
-#include "libconfig/base/BusyClock.h"
 #include "libconfig/base/Export.h"
 
 class Socket;
@@ -72,7 +71,6 @@ class LIBCONFIG_API NetworkServer {
   NetworkUDPConnection& Datagrams();
 
   std::atomic<bool> _stop{false};
-  qel::config::BusyClock _busy;
   std::unique_ptr<Socket> _socket;
   bool _isReady = false;  // Init succeeded
   const int _family;
