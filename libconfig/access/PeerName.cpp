@@ -9,7 +9,8 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <sstream>
+
+#include "libconfig/access/SocketTable.h"
 
 namespace qel::config {
 namespace {
@@ -52,45 +53,21 @@ unsigned int FindProcess(unsigned int lowBits) {
   return found;
 }
 
-// A socket of this machine, as the kernel lists it.
-struct OwnedSocket {
-  bool found = false;
-  std::string user;
-  std::string link;  // as the descriptors of its processes read
-};
-
-// `address` is the socket's own.
-OwnedSocket FindSocket(const std::string& address) {
+// The socket at `address`, which is the socket's own; null when there is none.
+std::unique_ptr<OwnedSocket> FindSocket(const std::string& address) {
   const std::size_t colon = address.rfind(':');
-  in_addr host = {};
-  unsigned int port = 0;
+  SocketEnd end;
   if (colon == std::string::npos ||
-      ::inet_pton(AF_INET, address.substr(0, colon).c_str(), &host) != 1 ||
-      std::sscanf(address.c_str() + colon, ":%u", &port) != 1) {
-    return {};
+      ::inet_pton(AF_INET, address.substr(0, colon).c_str(), &end.host) != 1 ||
+      std::sscanf(address.c_str() + colon, ":%u", &end.port) != 1) {
+    return nullptr;
   }
-  char wanted[16];
-  std::snprintf(wanted, sizeof wanted, "%08X:%04X", host.s_addr, port);
-  for (const char* const list : {"/proc/net/tcp", "/proc/net/udp"}) {
-    std::ifstream file(list);
-    for (std::string line; std::getline(file, line);) {
-      std::istringstream words(line);
-      std::string row;
-      std::string local;
-      std::string skipped;
-      std::string inode;
-      OwnedSocket socket;
-      words >> row >> local;
-      if (local != wanted) continue;
-      // The peer's address, the state, the queues, the timer, retransmits; the user; a time-out.
-      for (int i = 0; i < 5; ++i) words >> skipped;
-      words >> socket.user >> skipped >> inode;
-      socket.found = inode != "0" && !inode.empty();
-      socket.link = "socket:[" + inode + "]";
-      if (socket.found) return socket;
+  for (const char* const table : {"tcp", "udp"}) {
+    for (const OwnedSocket& socket : ReadSocketTable(table)) {
+      if (socket.own == end) return std::make_unique<OwnedSocket>(socket);
     }
   }
-  return {};
+  return nullptr;
 }
 
 enum class Holds { kYes, kNo, kUnknown };
@@ -99,8 +76,9 @@ Holds HoldsSocket(unsigned int pid, const OwnedSocket& socket) {
   const std::string folder = FolderOf(pid) + "/fd";
   const std::unique_ptr<DIR, int (*)(DIR*)> descriptors(::opendir(folder.c_str()), ::closedir);
   if (descriptors == nullptr) return Holds::kUnknown;
+  const std::string link = "socket:[" + std::to_string(socket.inode) + "]";
   while (const dirent* const entry = ::readdir(descriptors.get())) {
-    if (LinkTarget(folder + "/" + entry->d_name) == socket.link) return Holds::kYes;
+    if (LinkTarget(folder + "/" + entry->d_name) == link) return Holds::kYes;
   }
   return Holds::kNo;
 }
@@ -127,9 +105,10 @@ std::string DescribePeer(unsigned int lowBits, const std::string& address) {
   const std::string place = address.empty() ? "a local socket" : address;
   if (!here) return place;
   const unsigned int pid = FindProcess(lowBits);
-  const OwnedSocket socket = FindSocket(address);
-  const std::string byUser = socket.found ? "user " + socket.user + " at " + place : place;
-  const Holds holds = pid == 0 || !socket.found ? Holds::kUnknown : HoldsSocket(pid, socket);
+  const std::unique_ptr<OwnedSocket> socket = FindSocket(address);
+  const std::string byUser =
+      socket != nullptr ? "user " + std::to_string(socket->user) + " at " + place : place;
+  const Holds holds = pid == 0 || socket == nullptr ? Holds::kUnknown : HoldsSocket(pid, *socket);
   if (pid == 0 || holds == Holds::kNo) return byUser;
   const std::string process = ProgramOf(pid) + " (process " + std::to_string(pid);
   if (holds == Holds::kYes) return process + ") at " + place;

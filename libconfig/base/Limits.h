@@ -15,8 +15,13 @@ constexpr std::size_t kStreamPayload = std::size_t{1024} * 1024;
 // Registry entries that lookups of unknown class identifiers may leave behind.
 constexpr std::size_t kUnknownClasses = 1024;
 
-// TCP peers that one server serves at a time.
+// TCP peers that one server serves at a time, as far as there are descriptors: some of these are
+// left for what else needs one. Some places are kept for the device's own user. A peer that has
+// asked nothing for a while may have to give its place away.
 constexpr std::size_t kTcpPeers = 512;
+constexpr std::size_t kDescriptorReserve = 64;
+constexpr std::size_t kKeptTcpPeers = 16;
+constexpr int kIdlePeerMs = 10000;
 
 // Configurations that one datagram server reaches at a time, and peers of each that it remembers.
 constexpr std::size_t kUdpConfigurations = 64;

@@ -2,9 +2,8 @@
 
 #include <sys/socket.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <chrono>
-#include <list>
 #include <thread>
 
 #include "libconfig/base/BusyClock.h"
@@ -14,6 +13,7 @@
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/NetworkTCPConnection.h"
 #include "libconfig/network/NetworkUDPConnection.h"
+#include "libconfig/network/Places.h"
 #include "libconfig/network/Socket.h"
 
 namespace qel::vorlane::config::access {
@@ -28,52 +28,6 @@ constexpr std::chrono::milliseconds kPauseAfterFailure(50);
 constexpr int kDatagramBuffer = 786432;
 
 }  // namespace
-
-// The places that a stream server has for its peers, and who is in them. Any thread.
-class NetworkServer::Peers : public std::enable_shared_from_this<Peers> {
- public:
-  // A place for `connection`, which releases it before it is destroyed. When all are taken, the
-  // oldest peer that has not sent its Connect Request yet is dropped and gives its place away; null
-  // when there is no such peer.
-  std::shared_ptr<void> Take(NetworkTCPConnection& connection) {
-    {
-      MutexLock lock(_mutex);
-      if (_ended) return nullptr;
-      if (_connections.size() >= limits::kTcpPeers) {
-        const auto silent = std::find_if(_connections.begin(), _connections.end(),
-                                         [](const auto* peer) { return !peer->HasConnected(); });
-        if (silent == _connections.end()) return nullptr;
-        (*silent)->Stop();
-        _connections.erase(silent);
-      }
-      _connections.push_back(&connection);
-      ++_living;
-    }
-    return {&connection, [self = shared_from_this()](NetworkTCPConnection* peer) {
-              MutexLock lock(self->_mutex);
-              self->_connections.remove(peer);  // unless its place was given away
-              --self->_living;
-              self->_left.Broadcast();
-            }};
-  }
-
-  // Ends all of them, and takes no more. False when `deadline` passed before they were gone.
-  bool End(std::chrono::steady_clock::time_point deadline) {
-    MutexLock lock(_mutex);
-    _ended = true;
-    for (NetworkTCPConnection* const peer : _connections) peer->Stop();
-    while (_living > 0 && _left.WaitUntil(_mutex, deadline)) {
-    }
-    return _living == 0;
-  }
-
- private:
-  Mutex _mutex;
-  Condition _left;
-  bool _ended LIBCONFIG_GUARDED_BY(_mutex) = false;
-  unsigned _living LIBCONFIG_GUARDED_BY(_mutex) = 0;  // those that gave their place away, too
-  std::list<NetworkTCPConnection*> _connections LIBCONFIG_GUARDED_BY(_mutex);  // the oldest first
-};
 
 // Lets the thread delete the server no sooner than Stop is through with it, however Run ended.
 struct NetworkServer::Ending {
@@ -116,7 +70,7 @@ NetworkServer::NetworkServer(int family, int type, int port, std::string address
       _type(type),
       _port(port),
       _address(std::move(address)),
-      _peers(std::make_shared<Peers>()),
+      _places(std::make_shared<Places>()),
       _ending(std::make_shared<Ending>()) {}
 
 NetworkServer::~NetworkServer() = default;
@@ -167,7 +121,7 @@ bool NetworkServer::StopAll(std::chrono::milliseconds limit) {
   const std::shared_ptr<Ending> ending = _ending;
   _stop = true;
   _socket->close();
-  const bool gone = _peers->End(deadline);
+  const bool gone = _places->End(deadline);
   const bool served = ending->AwaitServed(deadline);
   ending->Reach();
   return gone && served;
@@ -240,7 +194,7 @@ void NetworkServer::ServeConnections() {
       continue;
     }
     const qel::config::BusyClock::Work work(_ending->busy);
-    std::shared_ptr<void> slot = _peers->Take(*connection);
+    std::shared_ptr<void> slot = _places->Take(*connection, _socket->get_bound_port());
     if (slot != nullptr && connection->Start(std::move(slot))) {
       static_cast<void>(connection.release());  // its thread deletes it
     } else {
@@ -255,6 +209,8 @@ NetworkTCPConnection* NetworkServer::WaitForConnection() {
   if (!_socket->accept(peer.get())) {
     ReportErrno("NetworkServer::WaitForConnection");
     Report("NetworkServer::WaitForConnection - accept failed\n");
+    // With too few descriptors some peer makes room for whoever waits.
+    if (errno == EMFILE || errno == ENFILE) _places->FreeOne();
     return nullptr;
   }
   peer->set_keepalive();

@@ -25,6 +25,7 @@ namespace qel::vorlane::config::access {
 
 class NetworkTCPConnection;
 class NetworkUDPConnection;
+class Places;
 
 class LIBCONFIG_API NetworkServer {
  public:
@@ -63,7 +64,6 @@ class LIBCONFIG_API NetworkServer {
   bool WaitForDatagram();
 
  private:
-  class Peers;
   struct Ending;
 
   void ServeConnections();
@@ -78,7 +78,7 @@ class LIBCONFIG_API NetworkServer {
   const int _port;
   const std::string _address;
   // Connections hold a part of it, as they may outlive the server.
-  const std::shared_ptr<Peers> _peers;
+  const std::shared_ptr<Places> _places;
   const std::shared_ptr<Ending> _ending;
   std::unique_ptr<NetworkUDPConnection> _udpConnection;
 };

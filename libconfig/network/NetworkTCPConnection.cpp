@@ -14,6 +14,7 @@
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Thread.h"
 #include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/Holder.h"
 #include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Outbox.h"
 #include "libconfig/network/RecordReaders.h"
@@ -88,6 +89,8 @@ bool NetworkTCPConnection::Start(std::shared_ptr<void> slot) {
   Report("NetworkTCPConnection::Start - pthread_create failed\n");
   return false;
 }
+
+Holder NetworkTCPConnection::GetHolder() const { return Holder(*_socket); }
 
 void NetworkTCPConnection::Stop() {
   _stop = true;
@@ -166,6 +169,7 @@ bool NetworkTCPConnection::ProcessMessages() {
   while (!_stop) {
     NetworkRequest request = {};
     if (!_outbox->WaitForRoom() || !ReceiveRequest(request)) return false;
+    _lastRequest.store(std::chrono::steady_clock::now(), std::memory_order_relaxed);
     batch.FlushWhenOld();
     Process(request);
   }

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <list>
 #include <memory>
 #include <string>
@@ -28,6 +29,7 @@ class Socket;
 
 namespace qel::vorlane::config::access {
 
+class Holder;
 class Outbox;
 class StreamReader;
 union NetworkRequest;
@@ -42,6 +44,10 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   bool Start(std::shared_ptr<void> slot = nullptr);
   // Whether the peer has sent a Connect Request. Any thread.
   bool HasConnected() const { return _connected; }
+  bool IsListening() const { return _registered; }
+  // When its last request came; when it was accepted, before the first.
+  std::chrono::steady_clock::time_point GetLastRequest() const { return _lastRequest; }
+  Holder GetHolder() const;
   // Ends the message loop. Any thread; the connection may be gone when it returns.
   void Stop();
   // Processes requests until the connection ends, then leaves the store.
@@ -117,6 +123,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   bool _listening = false;               // this is among the store's listeners
   std::atomic<bool> _registered{false};  // changes are forwarded
   std::atomic<bool> _connected{false};
+  std::atomic<std::chrono::steady_clock::time_point> _lastRequest{std::chrono::steady_clock::now()};
 };
 
 }  // namespace qel::vorlane::config::access

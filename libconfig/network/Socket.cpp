@@ -532,9 +532,28 @@ int Socket::get_bound_port() {
 }
 
 std::string Socket::get_peer_name() {
-  Use use(*this);
   sockaddr_in address = {};
-  return GetAddress(::getpeername, use.fd, address) ? NameAddress(address) : "";
+  return get_peer_address(address) ? NameAddress(address) : "";
+}
+
+bool Socket::get_peer_address(sockaddr_in& address) {
+  Use use(*this);
+  return GetAddress(::getpeername, use.fd, address);
+}
+
+bool Socket::get_peer_user(uid_t& user) {
+  Use use(*this);
+  ucred peer = {};
+  socklen_t size = sizeof peer;
+  if (_family != AF_UNIX || ::getsockopt(use.fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    return false;
+  }
+  user = peer.uid;
+  return true;
+}
+
+bool Socket::IsLoopback(const sockaddr_in& address) {
+  return ntohl(address.sin_addr.s_addr) >> 24 == IN_LOOPBACKNET;
 }
 
 std::string Socket::NameAddress(const sockaddr_in& address) {

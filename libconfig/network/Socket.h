@@ -113,6 +113,11 @@ class LIBCONFIG_API Socket {
   // Who an Internet socket is connected to, as "127.0.0.1:43110"; empty when there is nobody.
   std::string get_peer_name();
   static std::string NameAddress(const sockaddr_in& address);
+  static bool IsLoopback(const sockaddr_in& address);
+  // The same as an address, and the user that a local socket is connected to. False when there is
+  // nobody.
+  bool get_peer_address(sockaddr_in& address);
+  bool get_peer_user(uid_t& user);
 
  private:
   class Use;

@@ -1,4 +1,7 @@
 // Many peers, slow peers and hostile ones: none of them is noticed by the others.
+#include <sys/fsuid.h>
+#include <sys/resource.h>
+
 #include <filesystem>
 #include <random>
 
@@ -86,6 +89,58 @@ TEST(ServerLoad, TurnsAwayAPeerOnlyWhenAllPlacesAreInUse) {
     WirePeer late(server.GetPort());
     return connect(late);
   }));
+}
+
+// Dials as another user of this machine; only root may.
+struct AsUser {
+  explicit AsUser(uid_t user) { ::setfsuid(user); }
+  ~AsUser() { ::setfsuid(::geteuid()); }
+};
+
+TEST(ServerLoad, LetsNoUserTakeAllPlaces) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root may act for several users";
+  TestServer server;
+  const auto isServed = [](WirePeer& peer) { return peer.Get(eParamID_IPConfig) == 0; };
+  WirePeer own(server.GetPort(), 45);
+  std::vector<std::unique_ptr<WirePeer>> greedy;
+  {
+    const AsUser user(65534);
+    while (greedy.size() < 496) greedy.push_back(std::make_unique<WirePeer>(server.GetPort(), 45));
+    CaptureStderr();
+    EXPECT_TRUE(WirePeer(server.GetPort()).IsClosedByPeer());
+    GetCapturedStderr();
+  }
+  const AsUser user(65533);
+  WirePeer other(server.GetPort(), 45);
+  EXPECT_TRUE(isServed(other));
+  EXPECT_TRUE(greedy[0]->IsClosedByPeer());
+  ::setfsuid(0);
+  // Places are kept for the device's own user, ahead of the others' share.
+  std::vector<std::unique_ptr<WirePeer>> kept;
+  while (kept.size() < 15) kept.push_back(std::make_unique<WirePeer>(server.GetPort(), 45));
+  for (WirePeer* const peer : {&own, &other, kept.back().get(), greedy[1].get()}) {
+    EXPECT_TRUE(isServed(*peer));
+  }
+}
+
+TEST(ServerLoad, ServesNewPeersWhenDescriptorsRunOut) {
+  auto* const server = new NetworkServer(AF_INET, SOCK_STREAM, 0, "127.0.0.1");
+  ASSERT_TRUE(server->Init());
+  std::vector<std::unique_ptr<WirePeer>> silent;
+  while (silent.size() < 40) silent.push_back(std::make_unique<WirePeer>(server->GetPort()));
+  WirePeer peer(server->GetPort());
+  CaptureStderr();
+  rlimit before;
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit few = {static_cast<rlim_t>(peer.fd()) + 12, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  std::thread thread(NetworkServer::pthread_start, server);
+  EXPECT_TRUE(peer.Send(ConnectionRequest(16, 45)));
+  EXPECT_EQ(7U, peer.Record(7, 20000).size());
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  server->Stop();
+  thread.join();
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("accept failed"));
 }
 
 // A listener of this process that takes its time does not hold back what was there before it.
