@@ -4,10 +4,10 @@
 // The library has two kinds of lock. Neither is recursive, and no listener, handler or factory is
 // called with one held unless its interface says so.
 //
-//   Mutex      everywhere: the cheapest lock, which a Condition can wait with.
-//   Semaphore  (values/SemaphoreHelper.h) where a class shows its lock to programs, which take it
-//   by
-//              SemaphoreHelper, and where another thread than the one that took it gives it back.
+//   Mutex      the cheapest lock, which a Condition can wait with.
+//   Semaphore  (values/SemaphoreHelper.h) the lock of values, stores, their listeners, factories and
+//              connections, as SemaphoreHelper takes it: it names its failures, and a thread may
+//              give it back that did not take it.
 #pragma once
 
 #include <chrono>
