@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace qel::config::limits {
 
@@ -26,6 +27,14 @@ constexpr int kIdlePeerMs = 10000;
 // Configurations that one datagram server reaches at a time, and peers of each that it remembers.
 constexpr std::size_t kUdpConfigurations = 64;
 constexpr std::size_t kUdpUsers = 1024;
+// How long a configuration that was used is kept from others who want its place.
+constexpr int kUdpInUseMs = 60000;
+
+// By how much a datagram server's answers to an address elsewhere may exceed the requests from
+// there, at once and by the second, and addresses for which that is known.
+constexpr std::int64_t kUdpSurplus = std::int64_t{64} * 1024;
+constexpr std::int64_t kUdpSurplusRate = std::int64_t{16} * 1024;
+constexpr std::size_t kUdpAccounts = 256;
 
 // The largest datagram: more is not received by either side.
 constexpr std::size_t kDatagram = 8192;

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "libconfig/access/Config.h"
@@ -12,7 +13,9 @@
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/manager/ConfigManager.h"
+#include "libconfig/network/AnswerBudget.h"
 #include "libconfig/network/ConnectionUtilities.h"
+#include "libconfig/network/Holder.h"
 #include "libconfig/network/NetworkRecordTable.h"
 #include "libconfig/network/Socket.h"
 
@@ -54,7 +57,9 @@ std::unique_ptr<Socket> OpenMulticastSocket() {
 }  // namespace
 
 NetworkUDPConnection::NetworkUDPConnection(Socket* serverSocket)
-    : _multicastSocket(OpenMulticastSocket()), _serverSocket(serverSocket) {
+    : _multicastSocket(OpenMulticastSocket()),
+      _serverSocket(serverSocket),
+      _budget(std::make_unique<AnswerBudget>()) {
   _multicastAddress.sin_family = AF_INET;
   _multicastAddress.sin_port = htons(multicast::kPort);
   ::inet_pton(AF_INET, multicast::kGroup, &_multicastAddress.sin_addr);
@@ -87,6 +92,7 @@ void NetworkUDPConnection::ProcessMessages(char* data, int length, sockaddr_in& 
   std::memcpy(&request, data, size);
   _peer = from;
   _connectionID = request.connection.connectionID;
+  _received = received;
   switch (request.msgtype) {
     case XCFG_CONNECT_REQUEST:
       return ProcessConnectRequest(request.connection);
@@ -109,26 +115,68 @@ NetworkUDPConnection::User NetworkUDPConnection::CurrentUser() const {
   return {_peer.sin_addr.s_addr, _peer.sin_port, _connectionID};
 }
 
-// Evicts an entry, preferably one without peers. The default configuration, which most peers want,
-// is evicted last.
-void NetworkUDPConnection::MakeRoom() {
-  const auto rank = [](const auto& entry) {
+// Evicts an entry. The default configuration, which most peers want, is evicted last; before it,
+// what has not been used lately, then what belongs to whoever has too much, then the newcomer's
+// own. The newcomer's come first where he has too much, and of these what he alone uses. False when
+// all belong to others.
+bool NetworkUDPConnection::MakeRoom(const Holder& newcomer) {
+  std::map<Holder, std::size_t> counts;
+  for (const auto& entry : _instances) ++counts[*entry.second.holder];
+  constexpr std::size_t kShare = limits::kUdpConfigurations / 2;
+  const bool hasTooMuch = counts[newcomer] >= kShare;
+  const auto usedSince =
+      std::chrono::steady_clock::now() - std::chrono::milliseconds(limits::kUdpInUseMs);
+  enum Order { kOwn, kUnused, kOfTheGreedy, kOwnInNeed, kSpared };
+  const auto order = [&](const Instance& instance) {
+    const bool isOwn = *instance.holder == newcomer;
+    if (hasTooMuch) return isOwn ? kOwn : kSpared;
+    if (instance.lastUse < usedSince) return kUnused;
+    if (counts[*instance.holder] > kShare) return kOfTheGreedy;
+    return isOwn ? kOwnInNeed : kSpared;
+  };
+  const auto isShared = [&](const Instance& instance) {
+    const auto [host, port, id] = CurrentUser();
+    return std::any_of(instance.users.begin(), instance.users.end(), [&](const User& user) {
+      return std::get<0>(user) != host || std::get<1>(user) != port;
+    });
+  };
+  const auto rank = [&](const auto& entry) {
     const Instance& instance = entry.second;
-    return std::make_tuple(entry.first == static_cast<uint32_t>(eConfigID_Default),
-                           instance.store != nullptr, instance.lastUse);
+    const bool isSpared = order(instance) == kSpared;
+    return std::make_tuple(isSpared, entry.first == static_cast<uint32_t>(eConfigID_Default),
+                           order(instance), isShared(instance), instance.store != nullptr,
+                           instance.lastUse);
   };
   const auto victim = std::min_element(
       _instances.begin(), _instances.end(),
       [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
+  if (order(victim->second) == kSpared) return false;
   DisconnectStore(victim->second.store);
   _instances.erase(victim);
+  return true;
+}
+
+// Null when there is no room.
+NetworkUDPConnection::Instance* NetworkUDPConnection::FindOrAdd(uint32_t configID) {
+  const auto found = _instances.find(configID);
+  if (found != _instances.end()) return &found->second;
+  const auto holder = std::make_shared<Holder>(_peer);
+  // Looking users up takes milliseconds; later the peers may have left.
+  if (_serverSocket != nullptr && _instances.size() >= limits::kUdpConfigurations / 4) {
+    std::vector<Holder*> holders = {holder.get()};
+    for (const auto& entry : _instances) holders.push_back(entry.second.holder.get());
+    Holder::NameUsers("udp", _serverSocket->get_bound_port(), holders);
+  }
+  if (_instances.size() >= limits::kUdpConfigurations && !MakeRoom(*holder)) return nullptr;
+  Instance& instance = _instances[configID];
+  instance.holder = holder;
+  return &instance;
 }
 
 bool NetworkUDPConnection::AddUser(uint32_t configID) {
-  if (_instances.count(configID) == 0 && _instances.size() >= limits::kUdpConfigurations) {
-    MakeRoom();
-  }
-  Instance& instance = _instances[configID];
+  Instance* const added = FindOrAdd(configID);
+  if (added == nullptr) return false;
+  Instance& instance = *added;
   instance.lastUse = std::chrono::steady_clock::now();
   if (instance.store == nullptr) {
     instance.store = ConnectStore(static_cast<eConfigID_t>(configID));
@@ -251,10 +299,16 @@ bool NetworkUDPConnection::ProcessSetStreamRequest(unsigned int configID, char* 
   return true;
 }
 
+// Nobody elsewhere can take the address of a peer of this machine.
 bool NetworkUDPConnection::SendTo(const void* record, std::size_t length) {
-  return _serverSocket != nullptr &&
-         _serverSocket->sendto(const_cast<void*>(record), static_cast<unsigned>(length), _peer) !=
-             0;
+  if (_serverSocket == nullptr) return false;
+  if (!Socket::IsLoopback(_peer) &&
+      !_budget->Spend(_peer.sin_addr.s_addr, _received, length, std::chrono::steady_clock::now())) {
+    errno = EDQUOT;
+    return false;
+  }
+  return _serverSocket->sendto(const_cast<void*>(record), static_cast<unsigned>(length), _peer) !=
+         0;
 }
 
 void NetworkUDPConnection::Multicast(void* event, std::size_t length) {

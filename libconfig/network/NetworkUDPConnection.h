@@ -4,8 +4,9 @@
 //
 // Peers share one connection to a store for each configuration number, which is released with the
 // Disconnect of the last of them. A peer is known by its address and the identifier in its records.
-// Nobody is refused for want of room, as many peers never disconnect: the oldest are forgotten, and
-// the configuration that was used least recently makes room for a new one.
+// As many peers never disconnect, the oldest are forgotten, and the configuration that was used
+// least recently makes room for a new one. One that was used within the last minute does so only
+// where whoever connected to it first has more than half of them, or asks for another one himself.
 #pragma once
 
 #include <netinet/in.h>
@@ -25,6 +26,9 @@ class Config;
 class Socket;
 
 namespace qel::vorlane::config::access {
+
+class AnswerBudget;
+class Holder;
 
 class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
  public:
@@ -65,6 +69,7 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
     std::vector<User> users;    // the oldest first
     bool hasForgotten = false;  // peers that may still be there: the store is kept
     std::chrono::steady_clock::time_point lastUse;
+    std::shared_ptr<Holder> holder;  // who connected to it first
   };
 
   // The store that a request names, for as long as the request is processed; null, with a message,
@@ -76,7 +81,8 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   void ProcessDisconnectRequest(const XCONFIGMGR_CONNECTION_REQUEST_T& request);
   void ProcessParamRequest(const XCONFIGMGR_REQUEST_T& request);
   bool AddUser(uint32_t configID);
-  void MakeRoom();
+  Instance* FindOrAdd(uint32_t configID);
+  bool MakeRoom(const Holder& newcomer);
   User CurrentUser() const;
   bool SendTo(const void* record, std::size_t length);
   void Multicast(void* event, std::size_t length);
@@ -90,6 +96,9 @@ class LIBCONFIG_API NetworkUDPConnection : public NetworkConnection {
   // Of the request that is being processed.
   sockaddr_in _peer = {};
   uint32_t _connectionID = 0;
+  std::size_t _received = 0;
+
+  const std::unique_ptr<AnswerBudget> _budget;
 
   User _namedUser;  // of the last peer that was asked for
   std::shared_ptr<NetworkPeer> _named;

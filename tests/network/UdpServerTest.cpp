@@ -1,14 +1,18 @@
 // What a datagram server says to peers that speak the protocol, and to those that do not.
+#include <sys/fsuid.h>
 #include <unistd.h>
 
 #include <numeric>
 
+#include "libconfig/network/AnswerBudget.h"
 #include "tests/testing/ActingListener.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
 #include "tests/testing/Names.h"
 #include "tests/testing/TestServer.h"
 #include "tests/testing/Wire.h"
+
+using qel::vorlane::config::access::AnswerBudget;
 
 namespace {
 
@@ -28,6 +32,17 @@ Bytes Request(uint32_t type, uint32_t config, uint32_t param, uint32_t value = 0
 
 // Configuration numbers of this process, as all processes of a device hear each other's multicasts.
 uint32_t Own(uint32_t number) { return static_cast<uint32_t>(::getpid()) % 100000 * 100 + number; }
+
+// An address of this machine that is not the loopback's; empty when there is none.
+std::string OwnAddress() {
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = AddressOf(0xCB007101, 9);
+  socklen_t length = sizeof address;
+  auto* const own = reinterpret_cast<sockaddr*>(&address);
+  const bool isThere = ::connect(fd, own, length) == 0 && ::getsockname(fd, own, &length) == 0;
+  ::close(fd);
+  return isThere ? ::inet_ntoa(address.sin_addr) : "";
+}
 
 class UdpServer : public testing::Test {
  protected:
@@ -191,6 +206,64 @@ TEST_F(UdpServer, TellsHowLongItHasBeenAtWorkOnOneDatagram) {
   EXPECT_TRUE(slow.WaitUntilDone());
   store->RemoveConfigEventListener(&slow);
   EXPECT_TRUE(Eventually([&] { return _server.GetBusyTime().count() == 0; }));
+}
+
+TEST_F(UdpServer, LetsNoPeerEvictAnothersConfigurations) {
+  Datagrams other(_server.GetPort());
+  const auto connect = [](Datagrams& peer, uint32_t config) {
+    peer.Send(Connection(16, config));
+    return peer.Record().size() == 11;
+  };
+  const auto config = [](uint32_t i) { return Own(20) * 100 + i; };
+  // Of the same user, who is given no more than another socket's, and of another user.
+  EXPECT_TRUE(connect(other, Own(21)));
+  for (uint32_t i = 0; i < 70; ++i) Connect(config(i));
+  EXPECT_TRUE(IsAnswered(Own(21)));
+  if (::geteuid() != 0) GTEST_SKIP() << "only root may act for several users";
+  ::setfsuid(65534);
+  Datagrams stranger(_server.GetPort());
+  ::setfsuid(0);
+  for (uint32_t i = 0; i < 70; ++i) EXPECT_TRUE(connect(stranger, config(100 + i)));
+  for (const uint32_t kept : {config(69), config(60)}) EXPECT_TRUE(IsAnswered(kept));
+  for (uint32_t i = 0; i < 32; ++i) Connect(config(200 + i));
+  EXPECT_TRUE(IsAnswered(config(169)));
+}
+
+// Whose address is anybody's claim.
+TEST(AnswerBudget, LetsAnswersToAnAddressExceedTheRequestsByAFewKilobytesASecond) {
+  AnswerBudget budget;
+  auto now = AnswerBudget::Clock::now();
+  const auto flood = [&](uint32_t address) {
+    std::size_t surplus = 0;
+    while (budget.Spend(address, 40, 8192, now)) surplus += 8192 - 40;
+    return surplus;
+  };
+  EXPECT_LE(flood(1), 65536U);
+  EXPECT_TRUE(budget.Spend(1, 44, 44, now));
+  EXPECT_FALSE(budget.Spend(1, 24, 8192, now));
+  EXPECT_GT(flood(2), 50000U) << "another address";
+  now += std::chrono::seconds(2);
+  EXPECT_LE(flood(1), 49152U);
+  // Many addresses at once share what is left, until the first have recovered.
+  for (uint32_t i = 3; i < 400; ++i) flood(i);
+  EXPECT_EQ(0U, flood(400));
+  now += std::chrono::seconds(5);
+  EXPECT_GT(flood(401), 50000U);
+
+  // The same of a server that is reached at another address than the loopback's.
+  const std::string host = OwnAddress();
+  if (host.empty()) GTEST_SKIP() << "no other address";
+  const uint32_t config = Own(7);
+  TestServer server(SOCK_DGRAM, host);
+  Datagrams peer(host, host, server.GetPort());
+  peer.Send(Connection(16, config));
+  EXPECT_EQ(11U, peer.Record().size());
+  Store store(config);
+  store->Set(eParamID_SysName, std::string(8000, 'x'));
+  for (int i = 0; i < 20; ++i) peer.Send(Request(112, config, eParamID_SysName));
+  int answers = 0;
+  while (!peer.Receive(kNoAnswerMs).empty()) ++answers;
+  EXPECT_EQ(8, answers);
 }
 
 TEST_F(UdpServer, AnswersATextThatFitsInNoDatagram) {

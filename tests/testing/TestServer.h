@@ -18,8 +18,8 @@ namespace testing_support {
 class TestServer {
  public:
   // `type` is SOCK_STREAM or SOCK_DGRAM.
-  explicit TestServer(int type = SOCK_STREAM)
-      : _server(new Server(AF_INET, type, 0, "127.0.0.1")),
+  explicit TestServer(int type = SOCK_STREAM, const std::string& address = "127.0.0.1")
+      : _server(new Server(AF_INET, type, 0, address)),
         _scheme(type == SOCK_STREAM ? "tcp" : "udp") {
     ConfigFactoryImpl::GetInstance();
     EXPECT_TRUE(_server->Init());
