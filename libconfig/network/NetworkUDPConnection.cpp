@@ -134,11 +134,11 @@ bool NetworkUDPConnection::MakeRoom(const Holder& newcomer) {
     if (counts[*instance.holder] > kShare) return kOfTheGreedy;
     return isOwn ? kOwnInNeed : kSpared;
   };
+  const auto isOfAnotherSender = [&](const User& user) {
+    return std::get<0>(user) != _peer.sin_addr.s_addr || std::get<1>(user) != _peer.sin_port;
+  };
   const auto isShared = [&](const Instance& instance) {
-    const auto [host, port, id] = CurrentUser();
-    return std::any_of(instance.users.begin(), instance.users.end(), [&](const User& user) {
-      return std::get<0>(user) != host || std::get<1>(user) != port;
-    });
+    return std::any_of(instance.users.begin(), instance.users.end(), isOfAnotherSender);
   };
   const auto rank = [&](const auto& entry) {
     const Instance& instance = entry.second;
