@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "libconfig/access/LiveConfigs.h"
@@ -23,12 +24,49 @@ std::vector<std::shared_ptr<ConfigManager>>& UntrackedStores() {
 
 }  // namespace
 
+// The place of a store that is being opened, with all the memory that it takes. Unless it is filled
+// it is removed again. Whoever waits for it goes on when this ends.
+class LocalConfigFactory::Opening {
+ public:
+  // REQUIRES: the factory's lock is held, and the number has no place.
+  Opening(LocalConfigFactory& factory, eConfigID_t id) LIBCONFIG_REQUIRES(factory._lock)
+      : _factory(factory), _id(id), _opening(std::make_shared<Semaphore>()) {
+    factory._stores[id].opening = _opening;
+    SemaphoreHelper::Wait(_opening->Get());
+  }
+  ~Opening() {
+    {
+      SemaphoreHelper lock(_factory._lock);
+      const auto place = _factory._stores.find(_id);
+      if (place->second.store == nullptr) _factory._stores.erase(place);
+    }
+    SemaphoreHelper::Post(_opening->Get());
+  }
+  Opening(const Opening&) = delete;
+  Opening& operator=(const Opening&) = delete;
+
+  // In use once.
+  Config* Fill(std::shared_ptr<ConfigManager> store) {
+    SemaphoreHelper lock(_factory._lock);
+    Place& place = _factory._stores[_id];
+    place.store = std::move(store);
+    place.opening.reset();
+    place.store->IncrementUseCount();
+    return place.store.get();
+  }
+
+ private:
+  LocalConfigFactory& _factory;
+  const eConfigID_t _id;
+  const std::shared_ptr<Semaphore> _opening;
+};
+
 LocalConfigFactory::LocalConfigFactory() = default;
 
 LocalConfigFactory::~LocalConfigFactory() {
   SemaphoreHelper lock(_lock);
   // The remaining connections keep using their stores, which are never destroyed then.
-  for (auto& entry : _stores) UntrackedStores().push_back(std::move(entry.second));
+  for (auto& entry : _stores) UntrackedStores().push_back(std::move(entry.second.store));
 }
 
 eConfigID_t LocalConfigFactory::GetConfigID(std::string address) {
@@ -42,29 +80,42 @@ eConfigID_t LocalConfigFactory::GetConfigID(std::string address) {
 }
 
 Config* LocalConfigFactory::Connect(std::string address) {
-  SemaphoreHelper lock(_lock);
   const eConfigID_t id = GetConfigID(std::move(address));
-  auto found = _stores.find(id);
-  if (found == _stores.end()) {
-    auto store = std::make_shared<ConfigManager>(id);
-    if (!store->Init()) {
-      Report("LocalConfigFactory::Connect - Init() failed\n");
-      return nullptr;
+  std::shared_ptr<ConfigManager> store;
+  std::optional<Opening> opening;
+  while (!opening) {
+    std::shared_ptr<Semaphore> another;
+    {
+      SemaphoreHelper lock(_lock);
+      const auto found = _stores.find(id);
+      if (found == _stores.end()) {
+        store = std::make_shared<ConfigManager>(id);
+        if (!store->Init()) {
+          Report("LocalConfigFactory::Connect - Init() failed\n");
+          return nullptr;
+        }
+        opening.emplace(*this, id);
+        break;
+      }
+      if (found->second.store != nullptr) {
+        found->second.store->IncrementUseCount();
+        return found->second.store.get();
+      }
+      another = found->second.opening;
     }
-    StoreObserver* const observer = g_observer;
-    if (observer != nullptr && !observer->StoreOpened(*store)) return nullptr;
-    found = _stores.emplace(id, std::move(store)).first;
+    const SemaphoreHelper opened(*another);
   }
-  found->second->IncrementUseCount();
-  return found->second.get();
+  StoreObserver* const observer = g_observer;
+  if (observer != nullptr && !observer->StoreOpened(*store)) return nullptr;
+  return opening->Fill(std::move(store));
 }
 
 Config* LocalConfigFactory::ConnectLiving(eConfigID_t id) {
   SemaphoreHelper lock(_lock);
   const auto found = _stores.find(id);
-  if (found == _stores.end()) return nullptr;
-  found->second->IncrementUseCount();
-  return found->second.get();
+  if (found == _stores.end() || found->second.store == nullptr) return nullptr;
+  found->second.store->IncrementUseCount();
+  return found->second.store.get();
 }
 
 bool LocalConfigFactory::Disconnect(Config* config) {
@@ -73,7 +124,7 @@ bool LocalConfigFactory::Disconnect(Config* config) {
   {
     SemaphoreHelper lock(_lock);
     const auto found = std::find_if(_stores.begin(), _stores.end(), [config](const auto& entry) {
-      return entry.second.get() == config;
+      return entry.second.store.get() == config;
     });
     if (found == _stores.end()) {
       if (!LiveConfigs<ConfigManager>::Instance().Contains(config)) return false;
@@ -81,8 +132,8 @@ bool LocalConfigFactory::Disconnect(Config* config) {
              static_cast<int>(config->GetConfigID()));
       return false;
     }
-    if (found->second->DecrementUseCount() > 0) return true;
-    last = std::move(found->second);
+    if (found->second.store->DecrementUseCount() > 0) return true;
+    last = std::move(found->second.store);
     _stores.erase(found);
   }
   // Outside the lock: the store's destruction may wait for its running delivery.

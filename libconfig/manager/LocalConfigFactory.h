@@ -1,7 +1,8 @@
 // Hands out the stores that live in this process: one for each configuration number, made on the
 // first connection, shared by all, destroyed when the last one disconnects. Nothing is
 // kept between the two. Any thread may call; one lock serialises connecting and disconnecting, and
-// is held while a new store fills itself.
+// is held while a new store fills itself. While the observer opens a store, which may take the
+// disk, it is not held: only those who ask for the same number wait.
 #pragma once
 
 #include <map>
@@ -22,10 +23,12 @@ namespace qel::config::access {
 class LIBCONFIG_API StoreObserver {
  public:
   virtual ~StoreObserver() = default;
-  // The store is filled, and not shared yet. Called with the factory locked: do not connect or
-  // disconnect. False refuses the store: it is destroyed, and Connect returns null.
+  // The store is filled, and not shared yet. Several stores of different numbers may be opened at
+  // once: do not connect to the same number. False refuses the store: it is destroyed, and Connect
+  // returns null.
   virtual bool StoreOpened(ConfigManager& store) = 0;
-  // The last connection has ended; the store is destroyed after the call.
+  // The last connection has ended; the store is destroyed after the call. Another store of the same
+  // number may have been opened meanwhile.
   virtual void StoreClosing(ConfigManager& store) = 0;
 };
 
@@ -56,8 +59,14 @@ class LIBCONFIG_API LocalConfigFactory {
   static void SetStoreObserver(StoreObserver* observer);
 
  private:
+  struct Place {
+    std::shared_ptr<ConfigManager> store;  // null while it is being opened
+    std::shared_ptr<Semaphore> opening;    // held until then
+  };
+  class Opening;
+
   Semaphore _lock;
-  std::map<eConfigID_t, std::shared_ptr<ConfigManager>> _stores LIBCONFIG_GUARDED_BY(_lock);
+  std::map<eConfigID_t, Place> _stores LIBCONFIG_GUARDED_BY(_lock);
 };
 
 }  // namespace qel::config::access

@@ -151,6 +151,45 @@ TEST_F(LocalConfigFactoryTest, DoesNotGrowByConnectingOverAndOver) {
   });
 }
 
+// Takes its time with configuration 7, and refuses it first.
+struct SlowObserver : qel::config::access::StoreObserver {
+  SlowObserver() { LocalConfigFactory::SetStoreObserver(this); }
+  ~SlowObserver() override { LocalConfigFactory::SetStoreObserver(nullptr); }
+  bool StoreOpened(ConfigManager& store) override {
+    if (store.GetConfigID() != 7) return true;
+    const bool refused = opened++ == 0;
+    EXPECT_TRUE(Eventually([&] { return go.load(); }));
+    return !refused;
+  }
+  void StoreClosing(ConfigManager&) override {}
+  std::atomic<int> opened{0};
+  std::atomic<bool> go{false};
+};
+
+TEST_F(LocalConfigFactoryTest, HoldsUpOnlyThoseWhoWantTheStoreThatIsBeingOpened) {
+  SlowObserver observer;
+  Messages([&] {
+    std::atomic<Config*> stores[2] = {};
+    {
+      WatchedThread refused([&] { EXPECT_EQ(nullptr, _factory.Connect("configid=7")); });
+      ASSERT_TRUE(Eventually([&] { return observer.opened == 1; }));
+      WatchedThread first([&] { stores[0] = _factory.Connect("configid=7"); });
+      WatchedThread second([&] { stores[1] = _factory.Connect("configid=7"); });
+      EXPECT_TRUE(first.WaitUntilAsleep() && second.WaitUntilAsleep());
+      Config* const other = _factory.Connect("configid=8");
+      EXPECT_NE(nullptr, other) << "nobody else waits";
+      EXPECT_TRUE(_factory.Disconnect(other));
+      EXPECT_EQ(nullptr, _factory.ConnectLiving(eConfigID_t(7)));
+      observer.go = true;
+    }
+    EXPECT_EQ(2, observer.opened);
+    EXPECT_EQ(stores[0].load(), stores[1].load());
+    ASSERT_NE(nullptr, stores[0].load());
+    EXPECT_EQ(2, static_cast<ConfigManager*>(stores[0].load())->GetUseCount());
+    for (Config* const store : stores) EXPECT_TRUE(_factory.Disconnect(store));
+  });
+}
+
 TEST_F(LocalConfigFactoryTest, ServesManyThreadsAtOnce) {
   Messages([&] {
     OnThreads(4, [&](int thread) {

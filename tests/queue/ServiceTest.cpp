@@ -8,6 +8,7 @@
 #include "libconfig/access/queue/PosixMQFactory.h"
 #include "libconfig/access/queue/PosixMQServer.h"
 #include "libconfig/descriptors/Catalogue.h"
+#include "libconfig/manager/LocalConfigFactory.h"
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
 #include "tests/testing/Golden.h"
@@ -211,6 +212,17 @@ TEST_F(QueueService, OfASecondDaemonIsAClearError) {
   EXPECT_THAT(without.GetOutput(), Not(HasSubstr("mq:")));
 }
 
+// As the daemon does with a configuration whose file cannot be read for the moment.
+struct RefusingOnce : qel::config::access::StoreObserver {
+  RefusingOnce() { qel::config::access::LocalConfigFactory::SetStoreObserver(this); }
+  ~RefusingOnce() override { qel::config::access::LocalConfigFactory::SetStoreObserver(nullptr); }
+  bool StoreOpened(ConfigManager&) override { return std::exchange(_asked, true); }
+  void StoreClosing(ConfigManager&) override {}
+
+ private:
+  bool _asked = false;
+};
+
 // As a program of one's own does it.
 TEST(QueueServer, ServesTheStoresOfItsOwnProcess) {
   const std::string reason = WhyNoQueues();
@@ -228,6 +240,17 @@ TEST(QueueServer, ServesTheStoresOfItsOwnProcess) {
     Config* const store = ConfigFactoryImpl::GetInstance()->Connect("local:");
     EXPECT_EQ(1, store->Set(eParamID_IPConfig, 2U));
     EXPECT_EQ(2U, client->Get(eParamID_IPConfig));
+    // A store that cannot be had now is asked for again.
+    RefusingOnce observer;
+    TestQueue requests = TestQueue::Existing(name);
+    TestQueue responses(ConnectionUtilities::GetQueueName(0x00018000));
+    const auto ask = [&](const WordList& request) {
+      requests.Send(request);
+      return responses.ReceiveWords();
+    };
+    ask({16, 0x00018000, 0, 0, 0});
+    EXPECT_EQ(23U, ask({80, 0x00018000, 1, 9, 0, kIPConfig, 0, 0, 0}).at(9));
+    EXPECT_EQ(0U, ask({80, 0x00018000, 2, 9, 0, kIPConfig, 0, 0, 0}).at(9));
     ConfigFactoryImpl::GetInstance()->Disconnect(store);
     factory.Disconnect(client);
   }

@@ -56,7 +56,7 @@ class QueueRequests::Store : public ConfigEventListener {
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // Null when the store cannot be had.
+  // Null when the store could not be had.
   Config* Get() const { return _store; }
 
   void FillTime(XCONFIGMGR_RESPONSE_T& response) {
@@ -159,7 +159,7 @@ void QueueRequests::ProcessParam(const XCONFIGMGR_REQUEST_T& request, char* stre
   }
   ParamAnswer answer;
   Store* const store = FindStore(request.configID);
-  if (store == nullptr || store->Get() == nullptr) {
+  if (store == nullptr) {
     answer.error = eMessageError_TooMany;
   } else if (request.streamLength > length) {
     answer.error = eMessageError_Refused;
@@ -175,12 +175,13 @@ void QueueRequests::ProcessParam(const XCONFIGMGR_REQUEST_T& request, char* stre
   _peers.Answer(response, std::move(answer.record));
 }
 
-// Null when there are too many.
+// Null when there are too many, or the store cannot be had now: it is asked for again next time.
 QueueRequests::Store* QueueRequests::FindStore(uint32_t configID) {
   const auto found = _stores.find(configID);
   if (found != _stores.end()) return found->second.get();
   if (_stores.size() >= limits::kQueueConfigurations) return nullptr;
   auto store = std::make_unique<Store>(*this, configID);
+  if (store->Get() == nullptr) return nullptr;
   return (_stores[configID] = std::move(store)).get();
 }
 
