@@ -1,4 +1,5 @@
 // configd serves the configurations of this process to others.
+#include <malloc.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@
 #include "configd/Servers.h"
 #include "configd/ServiceManager.h"
 #include "configd/StoreKeeper.h"
+#include "libconfig/base/Limits.h"
 #include "libconfig/libconfig.h"
 
 using qel::config::access::LocalConfigFactory;
@@ -44,6 +46,7 @@ struct Options {
   std::string queue = PosixMQFactory::kRequestQueue;
   std::string state;  // empty for none
   std::uint64_t stateQuota = StateFolder::kQuota;
+  std::uint64_t memory = qel::config::limits::kTexts;
 };
 
 // The folder that the service manager made for this service; it may name more than one.
@@ -127,7 +130,16 @@ void AwaitEnd(const sigset_t& ending, const std::function<std::chrono::milliseco
   }
 }
 
+// What has been freed goes back to the system. Left alone, the thresholds rise to the largest block
+// that was ever freed, and each thread's part of the heap keeps as much.
+void KeepTheHeapSmall() {
+  constexpr int kThreshold = 128 * 1024;
+  ::mallopt(M_MMAP_THRESHOLD, kThreshold);
+  ::mallopt(M_TRIM_THRESHOLD, kThreshold);
+}
+
 int Serve(const Options& options) {
+  KeepTheHeapSmall();
   sigset_t ending;
   ::sigemptyset(&ending);
   ::sigaddset(&ending, SIGTERM);
@@ -151,6 +163,7 @@ int Serve(const Options& options) {
       return kFailed;
     }
   }
+  qel::config::TextBudget::SetLimit(static_cast<std::size_t>(options.memory));
   CreateDescriptors();
   static auto* const keeper =
       new StoreKeeper(options.state.empty() ? nullptr : folder, !options.quiet);
@@ -242,6 +255,13 @@ int Run(int argc, char** argv) {
       ->type_name("SIZE")
       ->transform(CLI::AsSizeValue(false))
       ->check(CLI::Range(std::uint64_t{1} << 20, std::uint64_t{1} << 50))
+      ->capture_default_str();
+  app.add_option("--memory", options.memory,
+                 "Bytes that the texts of all configurations may take together, such as 64MiB; a "
+                 "part of them is for the device's own configuration")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::Range(std::uint64_t{1} << 20, std::uint64_t{1} << 31))
       ->capture_default_str();
   app.add_flag_callback(
          "--no-state", [&options] { options.state.clear(); },

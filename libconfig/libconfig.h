@@ -35,6 +35,7 @@
 #include "libconfig/legacy/CParam_QX4.h"
 #include "libconfig/manager/ConfigManager.h"
 #include "libconfig/manager/LocalConfigFactory.h"
+#include "libconfig/manager/TextBudget.h"
 #include "libconfig/manager/UpdatePrecondition.h"
 #include "libconfig/manager/UpdatePreconditionValues.h"
 #include "libconfig/mapping/CParamMapper.h"

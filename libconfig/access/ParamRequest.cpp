@@ -1,11 +1,13 @@
 #include "libconfig/access/ParamRequest.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/MessageRecords.h"
 #include "libconfig/base/Diagnostics.h"
+#include "libconfig/manager/TextBudget.h"
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
@@ -13,6 +15,9 @@
 namespace qel::config {
 
 namespace {
+
+// What a text is serialized with: class, configuration, parameter, type and the closing zero.
+constexpr uint32_t kAroundText = 17;
 
 bool IsCarried(ConfigValue* value, const ParamFraming& framing) {
   return value != nullptr && (!framing.isTextOnly || value->GetClassID() == eClassID_StringValue);
@@ -36,7 +41,11 @@ bool SetStream(Config& store, const ParamRequest& request, const ParamFraming& f
   if (!IsCarried(value.get(), framing)) return false;
   // Where the value alone tells the parameter, as over the network, it is the value's.
   answer.param = value->GetParamID();
-  return (!framing.isTextOnly || answer.param == request.param) && SetByClass(store, *value);
+  if (framing.isTextOnly && answer.param != request.param) return false;
+  const bool isText = value->GetClassID() == eClassID_StringValue;
+  const TextBudget::Reservation room(
+      store, answer.param, isText ? request.length - std::min(request.length, kAroundText) : 0);
+  return room.IsGranted() && SetByClass(store, *value);
 }
 
 template <typename Value, typename Content>

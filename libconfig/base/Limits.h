@@ -39,9 +39,14 @@ constexpr std::size_t kUdpAccounts = 256;
 // The largest datagram: more is not received by either side.
 constexpr std::size_t kDatagram = 8192;
 
-// Values of closed stores that are kept for each parameter before those of one configuration are
+// Closed stores whose values, without the texts, are kept before those of one configuration are
 // taken up by a store of another.
-constexpr std::size_t kPooledValues = 64;
+constexpr std::size_t kPooledStores = 64;
+
+// What the texts of all stores may take before a server refuses a peer's, unless it is told
+// otherwise, and how much of that is for the default configuration alone, at most a quarter.
+constexpr std::size_t kTexts = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t kOwnTexts = std::size_t{4} * 1024 * 1024;
 
 // Bytes that may wait for one peer; a single record of any size fits into an empty outbox.
 constexpr std::size_t kOutbox = std::size_t{256} * 1024;

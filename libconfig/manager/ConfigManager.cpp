@@ -1,5 +1,7 @@
 #include "libconfig/manager/ConfigManager.h"
 
+#include <utility>
+
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/access/LiveConfigs.h"
@@ -17,27 +19,31 @@
 using qel::config::ListenerList;
 using qel::config::PreconditionList;
 using qel::config::Report;
+using qel::config::StoreValues;
+using qel::config::TextBudget;
 using qel::config::UpdatePrecondition;
 using qel::config::ValuePool;
 
 namespace {
 
-// A value of class T for the parameter: a pooled one of an earlier store, reset, or a new one. It
-// belongs to configuration 0 and is clean.
+// A value of class T for the parameter, in use from here on: a spare one of an earlier store,
+// reset, or a new one. It belongs to configuration 0 and is clean.
 template <typename T, typename Payload>
-ConfigValue* TakeOrCreate(eConfigID_t store, eParam_t id, eParamType_t type,
+ConfigValue* TakeOrCreate(StoreValues& values, eParam_t id, eParamType_t type,
                           const Payload& payload) {
-  std::unique_ptr<ConfigValue> pooled = ValuePool::Instance().Take(store, id);
-  auto* const used = dynamic_cast<T*>(pooled.get());
+  const auto found = values.spare.find(id);
+  auto* const used =
+      found == values.spare.end() ? nullptr : dynamic_cast<T*>(found->second.value.get());
   if (used == nullptr) {
-    if (pooled != nullptr) ValuePool::Instance().Give(store, std::move(pooled));
-    return T::Create(id, type, payload);
+    std::unique_ptr<ConfigValue> made(T::Create(id, type, payload));
+    return (values.inUse[id].value = std::move(made)).get();
   }
   used->SetConfigID(eConfigID_Default);
   used->SetParamType(type);
   used->Set(payload);
   used->SetDirty(false);
-  return pooled.release();
+  values.inUse.insert(values.spare.extract(found));
+  return used;
 }
 
 // The result of an operation, which becomes the thread's outcome as well.
@@ -103,6 +109,7 @@ class ConfigManager::Announcement {
 
 ConfigManager::ConfigManager(eConfigID_t id)
     : _configID(id),
+      _values(ValuePool::Instance().Take(id)),
       _listeners(std::make_unique<ListenerList>()),
       _preconditions(std::make_unique<PreconditionList>()) {
   qel::config::LiveConfigs<ConfigManager>::Instance().Add(this);
@@ -112,10 +119,7 @@ ConfigManager::~ConfigManager() {
   qel::config::LiveConfigs<ConfigManager>::Instance().Remove(this);
   DeleteAllUpdatePreconditions();
   SemaphoreHelper lock(_valuesLock);
-  for (const auto& entry : _values) {
-    ValuePool::Instance().Give(
-        _configID, std::unique_ptr<ConfigValue>(dynamic_cast<ConfigValue*>(entry.second)));
-  }
+  ValuePool::Instance().Give(std::move(_values));
 }
 
 bool ConfigManager::Init() {
@@ -141,14 +145,14 @@ bool ConfigManager::InitDefaultConfig() {
   return true;
 }
 
-Serializable* ConfigManager::MakeValue(const ParamDescriptor& descriptor) {
+ConfigValue* ConfigManager::MakeValue(const ParamDescriptor& descriptor) {
   ConfigValue* value = nullptr;
   const eParam_t id = descriptor.GetParamID();
   const eParamType_t type = descriptor.GetParamType();
   if (const auto* const number = dynamic_cast<const IntegerDescriptor*>(&descriptor)) {
-    value = TakeOrCreate<IntegerValue>(_configID, id, type, number->GetFactoryDefault());
+    value = TakeOrCreate<IntegerValue>(_values.front(), id, type, number->GetFactoryDefault());
   } else if (const auto* const text = dynamic_cast<const StringDescriptor*>(&descriptor)) {
-    value = TakeOrCreate<StringValue>(_configID, id, type, text->GetFactoryDefault());
+    value = TakeOrCreate<StringValue>(_values.front(), id, type, text->GetFactoryDefault());
   }
   if (value != nullptr) value->SetConfigID(_configID);
   return value;
@@ -158,9 +162,11 @@ bool ConfigManager::GetConfigValue(eParam_t id, Serializable*& out) {
   const ParamDescriptor* const descriptor = FindDescriptor(id);
   if (descriptor == nullptr) return false;
   SemaphoreHelper lock(_valuesLock);
-  auto found = _values.find(id);
-  if (found == _values.end()) {
-    Serializable* const value = MakeValue(*descriptor);
+  const auto found = _values.front().inUse.find(id);
+  if (found != _values.front().inUse.end()) {
+    out = found->second.value.get();
+  } else {
+    ConfigValue* const value = MakeValue(*descriptor);
     if (value == nullptr) {
       Report(
           "ConfigManager::GetConfigValue - Clone() returned defaultValue == NULL, paramID = "
@@ -168,17 +174,16 @@ bool ConfigManager::GetConfigValue(eParam_t id, Serializable*& out) {
           static_cast<unsigned>(id));
       return false;
     }
-    found = _values.emplace(id, value).first;
+    out = value;
   }
-  out = found->second;
   return true;
 }
 
 Serializable* ConfigManager::GetConfigValue(eParam_t id) {
   // Only what is in the catalogue has a value, so that the catalogue need not be asked as well.
   SemaphoreHelper lock(_valuesLock);
-  const auto found = _values.find(id);
-  return found == _values.end() ? nullptr : found->second;
+  const auto found = _values.front().inUse.find(id);
+  return found == _values.front().inUse.end() ? nullptr : found->second.value.get();
 }
 
 Serializable* ConfigManager::GetSerializable(eParam_t id) { return GetConfigValue(id); }
@@ -194,7 +199,10 @@ bool ConfigManager::SetConfigParam(eParam_t id, std::string value) {
   }
   auto* const text = dynamic_cast<StringValue*>(found);
   if (text == nullptr) return false;
+  const std::size_t bytes = value.size();
   text->Set(std::move(value));
+  SemaphoreHelper lock(_valuesLock);
+  TextBudget::Replace(std::exchange(_values.front().inUse[id].textBytes, bytes), bytes);
   return true;
 }
 

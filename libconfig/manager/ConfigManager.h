@@ -17,7 +17,7 @@
 // others is taken, nothing else is nested. Preconditions are called without any of them.
 #pragma once
 
-#include <map>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +28,10 @@
 namespace qel::config {
 class ListenerList;
 class PreconditionList;
+struct StoreValues;
 }  // namespace qel::config
+
+class ConfigValue;
 
 class LIBCONFIG_API ConfigManager : public Config,
                                     public std::enable_shared_from_this<ConfigManager> {
@@ -97,12 +100,12 @@ class LIBCONFIG_API ConfigManager : public Config,
 
   template <typename Value>
   int SetAndAnnounce(eParam_t id, Value value);
-  Serializable* MakeValue(const ParamDescriptor& descriptor);
+  ConfigValue* MakeValue(const ParamDescriptor& descriptor) LIBCONFIG_REQUIRES(_valuesLock);
 
   const eConfigID_t _configID;
 
   Semaphore _valuesLock;
-  std::map<eParam_t, Serializable*> _values LIBCONFIG_GUARDED_BY(_valuesLock);
+  std::list<qel::config::StoreValues> _values LIBCONFIG_GUARDED_BY(_valuesLock);  // one
 
   const std::unique_ptr<qel::config::ListenerList> _listeners;  // its lock is the listeners lock
   const std::unique_ptr<qel::config::PreconditionList> _preconditions;

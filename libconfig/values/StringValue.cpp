@@ -77,7 +77,8 @@ std::string StringValue::ToString() {
 void StringValue::Set(std::string value) {
   SemaphoreHelper guard(_guard);
   if (value == _value) return;
-  _value = std::move(value);
+  // Not assigned: a short text would leave the memory of a long one in use.
+  _value.swap(value);
   SetDirty(true);
 }
 
