@@ -179,7 +179,7 @@ class TestQueue {
   }
 
   bool SendBytes(const Bytes& bytes) {
-    return ::mq_send(_queue, bytes.data(), bytes.size(), 0) == 0;
+    return ::mq_send(_queue, bytes.empty() ? "" : bytes.data(), bytes.size(), 0) == 0;
   }
   bool Send(const WordList& words, const Bytes& stream = {}) {
     return SendBytes(Words(words) + stream);

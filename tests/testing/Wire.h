@@ -25,7 +25,7 @@ using WordList = std::vector<uint32_t>;
 template <typename List = WordList>
 Bytes Words(const List& words) {
   Bytes bytes(words.size() * sizeof(uint32_t));
-  std::memcpy(bytes.data(), words.data(), bytes.size());
+  if (!bytes.empty()) std::memcpy(bytes.data(), words.data(), bytes.size());
   return bytes;
 }
 
