@@ -136,22 +136,29 @@ void LineWriter::WriteLimited(const std::string& line) noexcept {
   }
 }
 
+bool LineWriter::HasLeftOut() const {
+  return std::any_of(_kinds.begin(), _kinds.end(),
+                     [](const Kind& kind) { return kind.leftOut > 0; });
+}
+
 void LineWriter::Flush(std::chrono::milliseconds limit) {
   const auto deadline = Worker::Clock::now() + limit;
-  const auto isWaiting = [](const Kind& kind) { return kind.leftOut > 0; };
   MutexLock lock(_mutex);
   _nextTold = {};
   _worker.Wake();
-  while ((!_lines.empty() || _writing || std::any_of(_kinds.begin(), _kinds.end(), isWaiting)) &&
-         _written.WaitUntil(_mutex, deadline)) {
+  while ((!_lines.empty() || _writing || HasLeftOut()) && _written.WaitUntil(_mutex, deadline)) {
   }
 }
 
 // Once a second.
 void LineWriter::TellLeftOut() {
   MutexLock lock(_mutex);
+  if (!HasLeftOut()) return;
   const auto now = Worker::Clock::now();
-  if (now < _nextTold) return;
+  if (now < _nextTold) {
+    _worker.WakeAt(_nextTold);
+    return;
+  }
   _nextTold = now + kTellLeftOut;
   for (Kind& kind : _kinds) {
     if (kind.leftOut == 0) continue;

@@ -53,6 +53,7 @@ class LineWriter {
   void Enqueue(std::function<std::string()> make, std::size_t room) noexcept;
   Kind& KindOf(const std::string& line) LIBCONFIG_REQUIRES(_mutex);
   static bool Admit(Kind& kind);
+  bool HasLeftOut() const LIBCONFIG_REQUIRES(_mutex);
   void TellLeftOut();
   void WriteWaiting();
 

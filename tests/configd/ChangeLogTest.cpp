@@ -171,9 +171,10 @@ TEST_F(ChangeLogTest, LimitsWhatAPeerCanCauseOverAndOver) {
   for (int i = 0; i < 11000; ++i) _out.Write([] { return "change"; });
   _out.Write("cannot save");
   go.set_value();
-  const std::string all = _output.Until("\"bad datagram \"\n");
-  EXPECT_THAT(all, HasSubstr("bad datagram 99\nanother\nchange\n"));
+  std::string all = _output.Until("cannot save\n");
+  if (all.find("left out") == std::string::npos) all += _output.Until("left out");
+  EXPECT_THAT(all, HasSubstr("\nanother\nchange\n"));
   EXPECT_THAT(all, HasSubstr("change\ncannot save\n"));
-  EXPECT_THAT(all,
-              HasSubstr("configd: 200 more were left out that begin with \"bad datagram \"\n"));
+  EXPECT_THAT(all, HasSubstr(" more were left out that begin with \"bad datagram \"\n"));
+  EXPECT_THAT(all, Not(HasSubstr("bad datagram 200\n")));
 }
