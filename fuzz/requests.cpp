@@ -15,17 +15,22 @@ namespace {
 using namespace qel::vorlane::config::access;
 using fuzz::Bytes;
 
-constexpr size_t kConfigID = 3;
+constexpr size_t kConfigID = 12;  // where a request has it
 constexpr uint32_t kConfigs = 3;
 
-// Of configurations the first few alone, which exist: others make stores that take their time.
+// Of configurations the first few alone, which exist: others make stores that take their time. A
+// stream may connect anywhere in a piece.
 void Limit(Bytes& message) {
   message.reserve(sizeof(uint32_t));  // callers have a buffer for an empty one, too
-  uint32_t words[kConfigID + 1];
-  if (message.size() < sizeof words) return;
-  std::memcpy(words, message.data(), sizeof words);
-  words[kConfigID] %= kConfigs;
-  std::memcpy(message.data(), words, sizeof words);
+  for (size_t at = 0; at + kConfigID + sizeof(uint32_t) <= message.size(); ++at) {
+    uint32_t type;
+    std::memcpy(&type, message.data() + at, sizeof type);
+    if (at > 0 && type != XCFG_CONNECT_REQUEST) continue;
+    uint32_t configID;
+    std::memcpy(&configID, message.data() + at + kConfigID, sizeof configID);
+    configID %= kConfigs;
+    std::memcpy(message.data() + at + kConfigID, &configID, sizeof configID);
+  }
 }
 
 std::deque<Bytes> Messages(const uint8_t* data, size_t size) {
