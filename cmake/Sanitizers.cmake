@@ -1,3 +1,8 @@
+if(LIBCONFIG_COVERAGE)
+  # Everything that has the library in it.
+  add_link_options(-fprofile-instr-generate)
+endif()
+
 if(LIBCONFIG_SANITIZE)
   # With little optimization, as the checks that are added take the compiler three times as long
   # with more.
