@@ -93,7 +93,7 @@ mode_t Umask() {
 // failed.
 std::string WriteBeside(const Destination& target, const std::string& content, mode_t mode) {
   std::random_device random;
-  const std::string name = target.name + "." + std::to_string(random()) + ".new";
+  std::string name = target.name + "." + std::to_string(random()) + ".new";
   const FileDescriptor file(::openat(target.folder.Get(), name.c_str(),
                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwner));
   if (file.Get() < 0) return {};
