@@ -102,11 +102,11 @@ std::string ProgramOf(unsigned int pid) {
 
 std::string DescribePeer(unsigned int lowBits, const std::string& address) {
   const bool here = address.empty() || address.compare(0, 4, "127.") == 0;
-  const std::string place = address.empty() ? "a local socket" : address;
+  std::string place = address.empty() ? "a local socket" : address;
   if (!here) return place;
   const unsigned int pid = FindProcess(lowBits);
   const std::unique_ptr<OwnedSocket> socket = FindSocket(address);
-  const std::string byUser =
+  std::string byUser =
       socket != nullptr ? "user " + std::to_string(socket->user) + " at " + place : place;
   const Holds holds = pid == 0 || socket == nullptr ? Holds::kUnknown : HoldsSocket(pid, *socket);
   if (pid == 0 || holds == Holds::kNo) return byUser;

@@ -1,6 +1,7 @@
 // The lines about changes: made beside the change, in its order, and written together.
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,9 +21,11 @@ using qel::vorlane::config::access::NetworkPeer;
 class Output {
  public:
   Output() { EXPECT_EQ(0, ::pipe2(_fds, O_CLOEXEC | O_DIRECT)); }
-  ~Output() {
+  ~Output() { ::close(_fds[1]); }
+  // A writer that waits for room is let go.
+  void StopReading() {
+    ::signal(SIGPIPE, SIG_IGN);
     ::close(_fds[0]);
-    ::close(_fds[1]);
   }
   int GetFd() const { return _fds[1]; }
   // All that is written until it holds `text`, or nothing comes.
@@ -79,7 +82,10 @@ class ChangeLogTest : public ::testing::Test {
     CreateDescriptors();
     _store.Init();
   }
-  ~ChangeLogTest() override { _store.RemoveConfigEventListener(_log.get()); }
+  ~ChangeLogTest() override {
+    _store.RemoveConfigEventListener(_log.get());
+    _output.StopReading();
+  }
   void Listen() {
     _log = std::make_unique<ChangeLog>(_store, _out);
     _store.AddConfigEventListener(_log.get());
