@@ -10,8 +10,10 @@ namespace qel::config::limits {
 // Objects inside objects that a stream may describe before it is refused.
 constexpr unsigned kNesting = 16;
 
-// Serialized bytes that may follow one stream record.
+// Serialized bytes that may follow one stream record, and those of a text that a server takes: all
+// who listen get it, and whoever sets meanwhile waits for that.
 constexpr std::size_t kStreamPayload = std::size_t{1024} * 1024;
+constexpr std::size_t kArrivingText = std::size_t{64} * 1024;
 
 // Registry entries that lookups of unknown class identifiers may leave behind.
 constexpr std::size_t kUnknownClasses = 1024;

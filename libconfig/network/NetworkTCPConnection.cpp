@@ -342,7 +342,7 @@ bool NetworkTCPConnection::ProcessSetStreamRequest(const XCONFIGMGR_REQUEST_T& r
 
 // False when the value did not come. One that is too long is dropped, and `bytes` stays empty.
 bool NetworkTCPConnection::ReceiveStream(uint32_t length, std::vector<char>& bytes) {
-  if (length > limits::kStreamPayload) return _reader->Skip(length) == Result::kWhole;
+  if (length > limits::kArrivingText) return _reader->Skip(length) == Result::kWhole;
   std::size_t done = 0;
   return _reader->ReadStream(bytes, length, done, kForever) == Result::kWhole;
 }

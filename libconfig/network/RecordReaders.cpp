@@ -37,7 +37,7 @@ Received Sorted(const ReceivedRecord& record) {
 }
 
 bool IsOfThisDevice(const sockaddr_in& from) {
-  return from.sin_family == AF_INET && ntohl(from.sin_addr.s_addr) >> 24 == IN_LOOPBACKNET;
+  return from.sin_family == AF_INET && Socket::IsLoopback(from);
 }
 
 }  // namespace

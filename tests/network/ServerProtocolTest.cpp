@@ -129,9 +129,12 @@ TEST(ServerProtocol, AnswersARefusedStringAndKeepsItsPlace) {
   EXPECT_TRUE(refusal(ParamRequest(113, 0x32050000, 0, 3, uint32_t(cut.size())) + cut));
   EXPECT_TRUE(refusal(SetStringRequest(0x01020304, "unknown")));
   EXPECT_TRUE(refusal(SetStringRequest(eParamID_IPConfig, "DHCP")));
-  // A length of 0 is dropped without an answer; more than a megabyte is read away.
+  // A length of 0 is dropped without an answer; more than 64 KiB is read away.
   EXPECT_TRUE(peer.Send(ParamRequest(113, eParamID_SysName)));
-  constexpr uint32_t kTooMuch = 1024 * 1024 + 1;
+  const std::string longest(65536 - 17, 'x');
+  EXPECT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, longest)));
+  EXPECT_EQ(longest, peer.GetString(eParamID_SysName));
+  constexpr uint32_t kTooMuch = 65536 + 1;
   EXPECT_TRUE(refusal(ParamRequest(113, eParamID_SysName, 0, 4, kTooMuch) + Bytes(kTooMuch, 1)));
   EXPECT_TRUE(peer.Send(SetStringRequest(eParamID_SysName, "still in place")));
   EXPECT_EQ("still in place", peer.GetString(eParamID_SysName));
@@ -171,13 +174,14 @@ struct NarrowPair {
 TEST(ServerProtocol, SendsAllThatAPeerAskedForBeforeItEnds) {
   TestServer server;
   const std::string text(1024 * 1024 - 17, 'm');
+  Store store(33);
   WirePeer watcher(server.GetPort(), 33);
   watcher.Listen();
   for (const bool disconnects : {true, false}) {
     NarrowPair pair;
     std::thread connection([&] { NetworkTCPConnection(pair.socket.release()).Run(); });
-    const Bytes requests = ConnectionRequest(16, 33) + SetStringRequest(eParamID_SysName, text) +
-                           ParamRequest(112, eParamID_SysName);
+    store->Set(eParamID_SysName, text);
+    const Bytes requests = ConnectionRequest(16, 33) + ParamRequest(112, eParamID_SysName);
     ASSERT_TRUE(pair.peer->Send(disconnects ? requests + ConnectionRequest(17) : requests));
     if (!disconnects) pair.peer->CloseForWriting();
     const auto event = watcher.Record();
