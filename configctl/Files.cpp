@@ -61,15 +61,15 @@ class EndHeldBack {
   Held _held[3] = {{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}};
 };
 
+constexpr char kNext[] = "fix this, or name another file";
+
 // With the system's reason, which errno holds.
 Failure Cannot(const char* what, const std::string& path, const char* next) {
   return {Status::kRefused, std::string("cannot ") + what + " " + FileText(path) + ": " +
                                 std::strerror(errno) + "; " + next};
 }
 
-Failure CannotWrite(const std::string& path) {
-  return Cannot("write", path, "fix this, or name another file");
-}
+Failure CannotWrite(const std::string& path) { return Cannot("write", path, kNext); }
 
 // A path as the folder and the name in it.
 struct Destination {
@@ -126,11 +126,12 @@ std::string ReadFile(const std::string& path, std::size_t limit, double timeout)
   // A pipe that nobody writes is opened all the same.
   const FileDescriptor file(standard ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
                                      : ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (file.Get() < 0) throw Cannot("read", path, kNext);
   const int patience =
       ::isatty(file.Get()) == 1 ? -1 : static_cast<int>(std::min(timeout * 1000, 1e9));
   std::string content;
   char piece[65536];
-  while (file.Get() >= 0 && content.size() <= limit) {
+  while (content.size() <= limit) {
     pollfd ready = {file.Get(), POLLIN, 0};
     const int polled = ::poll(&ready, 1, patience);
     if (polled == 0) {
@@ -141,14 +142,11 @@ std::string ReadFile(const std::string& path, std::size_t limit, double timeout)
     const ssize_t count = polled < 0 ? -1 : ::read(file.Get(), piece, sizeof piece);
     if (count == 0) return content;
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count < 0) break;
+    if (count < 0) throw Cannot("read", path, kNext);
     content.append(piece, static_cast<std::size_t>(count));
   }
-  if (content.size() > limit) {
-    throw Failure(Status::kRefused, FileText(path) + " has more than " + std::to_string(limit) +
-                                        " bytes, and so is no file of this kind; name another");
-  }
-  throw Cannot("read", path, "fix this, or name another file");
+  throw Failure(Status::kRefused, FileText(path) + " has more than " + std::to_string(limit) +
+                                      " bytes, and so is no file of this kind; name another");
 }
 
 void ReplaceFile(const std::string& path, const std::string& content, Readers readers) {

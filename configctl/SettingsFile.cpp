@@ -43,6 +43,20 @@ std::string Position(const std::string& text, std::size_t at) {
          ", column " + std::to_string(before.size() - lineStart + 1);
 }
 
+// Where `number` begins outside of texts, in a document that is JSON up to there.
+std::size_t FindNumber(const std::string& text, const std::string& number) {
+  bool inText = false;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (!inText && text.compare(at, number.size(), number) == 0) return at;
+    if (inText && text[at] == '\\') {
+      ++at;
+    } else if (text[at] == '"') {
+      inText = !inText;
+    }
+  }
+  return text.size();
+}
+
 // What the parser objects to, without its own count of lines.
 std::string Objection(const json::parse_error& error) {
   const std::string message = error.what();
@@ -90,7 +104,7 @@ json Parse(const std::string& path, const std::string& text, RepeatedNames& repe
     const std::string message = error.what();
     const std::size_t begin = message.find('\'') + 1;
     const std::string number = message.substr(begin, message.rfind('\'') - begin);
-    throw Unusable(path, Position(text, text.find(number)) + ": the number " +
+    throw Unusable(path, Position(text, FindNumber(text, number)) + ": the number " +
                              QuoteBriefly(number) + " is too large; mend it there");
   }
 }

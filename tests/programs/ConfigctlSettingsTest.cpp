@@ -270,7 +270,7 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
       {"{\n  \"format\": \"configctl settings\",\n  \"version\": 1, }",
        "line 3, column 17: this is no JSON (syntax error while parsing object key - unexpected "
        "'}'; expected string literal); mend it there"},
-      {"{\n\"version\": 1e400}",
+      {"{\"format\": \"\\\"1e400\",\n\"version\": 1e400}",
        "line 2, column 12: the number \"1e400\" is too large; mend it there"},
       {"[1]",
        "this is no file of settings, which begins with {\"format\": \"configctl settings\"; "
@@ -292,6 +292,7 @@ TEST_F(ConfigctlSettings, SayWhatIsWrongWithAFile) {
   const auto import = [&](const std::string& file) { return Run({"import", file}); };
   EXPECT_THAT(import(_folder.Write("deep.json", std::string(200000, '['))).err,
               HasSubstr("it is nested too deep"));
+  EXPECT_THAT(import("/nowhere").err, HasSubstr("\"/nowhere\": No such file or directory; "));
   const std::string text(100000, 'x');
   EXPECT_GT(500U, import(File("\"" + text + "\": 1, \"IPConfig\": \"" + text + "\"")).out.size());
   ASSERT_EQ(0, ::mkfifo((_folder / "pipe").c_str(), 0600));
