@@ -1,4 +1,5 @@
 // configd serves the configurations of this process to others.
+#include <fcntl.h>
 #include <malloc.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -55,6 +56,15 @@ std::string StateDirectory() {
   if (folders == nullptr) return {};
   const std::string list(folders);
   return list.substr(0, list.find(':'));
+}
+
+// Who starts the daemon may have closed them, and a line must not go to the file or the peer that
+// would come to be there. Their use fails as before.
+void KeepStandardDescriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (::fcntl(fd, F_GETFD) >= 0) continue;
+    static_cast<void>(::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
 }
 
 // Each peer takes a descriptor.
@@ -284,6 +294,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  KeepStandardDescriptors();
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

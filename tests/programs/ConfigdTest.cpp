@@ -2,6 +2,7 @@
 #include <sys/un.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -139,6 +140,18 @@ TEST(Configd, TellsTheServiceManager) {
   EXPECT_EQ("STOPPING=1", told());
   EXPECT_EQ(0, daemon.Wait());
   ::close(fd);
+}
+
+// Whoever started it closed them: a peer's connection must not come to be there.
+TEST(Configd, WritesNoLineWhereAPeerIs) {
+  if (Emulator() != nullptr) GTEST_SKIP() << "the shell is not emulated";
+  const Process daemon({"/bin/sh", "-c", "exec " CONFIGD_PATH " --port 0 --no-queue >&- 2>&-"});
+  const std::string descriptors = "/proc/" + std::to_string(daemon.GetPid()) + "/fd/";
+  std::error_code gone;
+  for (const char* const output : {"1", "2"}) {
+    EXPECT_TRUE(Eventually(
+        [&] { return std::filesystem::read_symlink(descriptors + output, gone) == "/dev/null"; }));
+  }
 }
 
 TEST(Configd, LeavesUdpAloneAndPrintsNoChangesWhenToldTo) {
