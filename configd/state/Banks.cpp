@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "configd/LineWriter.h"
 #include "configd/state/StateFolder.h"
@@ -83,14 +84,18 @@ std::optional<Sector> Banks::LoadBank(Bank& bank) {
     line += std::string(", and cannot be moved aside: ") + std::strerror(errno) +
             "; move it away by hand";
   }
-  LineWriter::Instance().Write(line);
+  LineWriter::Instance().WriteLimited(line);
   return std::nullopt;
 }
 
 std::optional<Sector> Banks::Load() {
   _unreadable.clear();
+  _loadedFrom = 0;
+  unsigned folder = 0;
+  if (!_folder.Hold(folder, _unreadable)) return std::nullopt;
   std::optional<Sector> first = LoadBank(_banks[0]);
   std::optional<Sector> second = LoadBank(_banks[1]);
+  _loadedFrom = folder;
   // The other one may be older.
   if (!_unreadable.empty()) return std::nullopt;
   if (first && second) {
@@ -99,7 +104,7 @@ std::optional<Sector> Banks::Load() {
   std::optional<Sector>& whole = first ? first : second;
   if (_banks[0].damaged || _banks[1].damaged) {
     const std::string& path = _banks[first ? 0 : 1].path;
-    LineWriter::Instance().Write(
+    LineWriter::Instance().WriteLimited(
         whole ? "configd: " + path + " is used instead; what was set last may be missing from it"
               : "configd: there is no other copy; what was saved there begins anew");
   }
@@ -115,9 +120,17 @@ Banks::Bank& Banks::Older() {
 }
 
 bool Banks::Save(std::vector<char> sector, std::string& why) {
-  if (!_unreadable.empty()) {
-    why = _unreadable;
-    return false;
+  why = _unreadable;
+  if (!why.empty()) return false;
+  unsigned folder = 0;
+  if (!_folder.Hold(folder, why)) return false;
+  if (folder != _loadedFrom) {
+    Load();
+    why = std::exchange(_unreadable, {});
+    if (!why.empty()) {
+      _loadedFrom = 0;  // read it again the next time
+      return false;
+    }
   }
   Bank& bank = Older();
   const Bank& other = &bank == &_banks[0] ? _banks[1] : _banks[0];

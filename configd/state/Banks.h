@@ -23,10 +23,11 @@ class Banks {
   // For a person; empty when the last Load has read all there is.
   const std::string& GetUnreadable() const { return _unreadable; }
 
-  // Replaces the older of the two by an encoded sector, whose odometer is set. REQUIRES: Load was
-  // called before. False, with `why` for a person, when it could not be written, or a file is there
-  // that could not be read. What was there before is then there still, unless only the folder could
-  // not be brought to the disk.
+  // Replaces the older of the two by an encoded sector, whose odometer is set; where another folder
+  // has taken the place of the first, the older one there. REQUIRES: Load was called before. False,
+  // with `why` for a person, when it could not be written, or a file is there that could not be
+  // read. What was there before is then there still, unless only the folder could not be brought to
+  // the disk.
   bool Save(std::vector<char> sector, std::string& why);
 
   bool HasFile() const;
@@ -46,5 +47,6 @@ class Banks {
   const StateFolder& _folder;
   const eConfigID_t _configID;
   std::string _unreadable;
+  unsigned _loadedFrom = 0;  // the folder's number
   std::array<Bank, 2> _banks;
 };

@@ -18,6 +18,7 @@
 #include "libconfig/base/Limits.h"
 
 using qel::config::FileDescriptor;
+using qel::config::MutexLock;
 using qel::config::limits::kPresetFile;
 
 namespace {
@@ -53,14 +54,15 @@ StateFolder::~StateFolder() {
   if (_fd >= 0) ::close(_fd);
 }
 
-// The folder at the path, locked. Another one may have taken the place of the one that is held.
-bool StateFolder::Hold(std::string& why) const {
+bool StateFolder::Hold(unsigned& number, std::string& why) const {
+  MutexLock lock(_mutex);
   constexpr char kAnother[] = "; choose another with --state, or --no-state for none";
   for (int i = 0; i < kLockAttempts; ++i) {
     struct stat held;
     struct stat there;
     if (_fd >= 0 && ::fstat(_fd, &held) == 0 && ::stat(_path.c_str(), &there) == 0 &&
         held.st_dev == there.st_dev && held.st_ino == there.st_ino) {
+      number = _number;
       return true;
     }
     const int fd = ::open(_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -74,27 +76,32 @@ bool StateFolder::Hold(std::string& why) const {
             "; stop it, or choose another folder with --state";
       return false;
     }
+    if (!MakeSafe(fd, _path, why)) {
+      ::close(fd);
+      return false;
+    }
     if (_fd >= 0) ::close(_fd);
     _fd = fd;
+    ++_number;
   }
   why = "the folder " + _path + " is replaced over and over" + kAnother;
   return false;
 }
 
 // What is in it is the device's, and nobody else may slip anything in.
-bool StateFolder::MakeSafe(std::string& why) const {
+bool StateFolder::MakeSafe(int fd, const std::string& path, std::string& why) {
   struct stat status;
-  if (::fstat(_fd, &status) != 0 || (status.st_uid != ::geteuid() && status.st_uid != 0)) {
-    why = "the folder " + _path + " belongs to another user; choose one of your own with --state";
+  if (::fstat(fd, &status) != 0 || (status.st_uid != ::geteuid() && status.st_uid != 0)) {
+    why = "the folder " + path + " belongs to another user; choose one of your own with --state";
     return false;
   }
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return true;
-  if (::fchmod(_fd, status.st_mode & 07777 & ~(S_IWGRP | S_IWOTH)) != 0) {
-    why = "others may write into the folder " + _path +
+  if (::fchmod(fd, status.st_mode & 07777 & ~(S_IWGRP | S_IWOTH)) != 0) {
+    why = "others may write into the folder " + path +
           "; take that from them (chmod go-w), or choose another with --state";
     return false;
   }
-  LineWriter::Instance().Write("configd: others could write into " + _path +
+  LineWriter::Instance().Write("configd: others could write into " + path +
                                "; that was taken from them");
   return true;
 }
@@ -112,15 +119,18 @@ bool StateFolder::Open(const std::string& path, std::string& why) {
     }
   }
   _path = path;
-  return Hold(why) && MakeSafe(why);
+  unsigned number = 0;
+  return Hold(number, why);
 }
 
 bool StateFolder::HasRoom(std::size_t size, bool own, std::string& why) const {
   std::uint64_t used = 0;
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(_path, error)) {
+  std::filesystem::directory_iterator entry(_path, error);
+  // What cannot be counted stands against no setting.
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     std::error_code unknown;
-    const std::uint64_t bytes = entry.file_size(unknown);
+    const std::uint64_t bytes = entry->file_size(unknown);
     if (!unknown) used += bytes;
   }
   const std::uint64_t room = own ? _quota : _quota - std::min(_quota / 4, kOwnRoom);
@@ -133,13 +143,15 @@ bool StateFolder::HasRoom(std::size_t size, bool own, std::string& why) const {
 
 bool StateFolder::Replace(const std::string& path, const std::vector<char>& bytes, bool own,
                           std::string& why) const {
-  if (!Hold(why) || !HasRoom(bytes.size(), own, why)) return false;
-  // More could not be read again.
+  if (!HasRoom(bytes.size(), own, why)) return false;
   const std::string fresh = path + ".new";
+  // What is there was left by a daemon that was killed, or put there by others.
+  ::unlink(fresh.c_str());
+  // More than that could not be read again.
   int error =
       bytes.size() > kPresetFile
           ? EFBIG
-          : WriteSynced(qel::config::OpenRegular(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600),
+          : WriteSynced(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600),
                         bytes);
   if (error == 0 && ::rename(fresh.c_str(), path.c_str()) != 0) error = errno;
   if (error != 0) {

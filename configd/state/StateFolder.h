@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "configd/state/Banks.h"
+#include "libconfig/base/Mutex.h"
 
 class StateFolder {
  public:
@@ -27,14 +28,19 @@ class StateFolder {
   bool Open(const std::string& path, std::string& why);
 
   const std::string& GetPath() const { return _path; }
+  // Takes hold of the folder at the path, where another one has taken the place of the one that is
+  // held. `number` then counts the folders that were held, which differ in what they hold. False,
+  // with `why` for a person.
+  bool Hold(unsigned& number, std::string& why) const;
   bool IsWritable() const;
 
   Banks SettingsOf(eConfigID_t configID) const;
   Banks PresetOf(eConfigID_t configID, unsigned int number) const;
 
-  // Replaces the file at `path`, which is in this folder: whatever happens meanwhile, it holds
-  // either what it held before or all of `bytes`; once this has returned true, the loss of power
-  // included. False, with `why` for a person. `own` is for the device's own configuration.
+  // Replaces the file at `path`, which is in this folder, of which the caller has taken hold:
+  // whatever happens meanwhile, it holds either what it held before or all of `bytes`; once this
+  // has returned true, the loss of power included. False, with `why` for a person. `own` is for the
+  // device's own configuration.
   bool Replace(const std::string& path, const std::vector<char>& bytes, bool own,
                std::string& why) const;
 
@@ -42,13 +48,14 @@ class StateFolder {
   std::set<eConfigID_t> GetConfigurations() const;
 
  private:
-  bool Hold(std::string& why) const;
-  bool MakeSafe(std::string& why) const;
+  static bool MakeSafe(int fd, const std::string& path, std::string& why);
   bool HasRoom(std::size_t size, bool own, std::string& why) const;
 
   const std::uint64_t _quota;
   std::string _path;
-  mutable int _fd = -1;  // locked; of another folder once that has taken the place of the first
+  mutable qel::config::Mutex _mutex;
+  mutable int _fd LIBCONFIG_GUARDED_BY(_mutex) = -1;  // locked
+  mutable unsigned _number LIBCONFIG_GUARDED_BY(_mutex) = 0;
 };
 
 // Files of the state folder, read and replaced as a whole. Results are 0 or an errno.

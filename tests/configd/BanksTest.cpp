@@ -278,3 +278,27 @@ TEST(StateFolder, IsOneDaemonsAtATime) {
   EXPECT_FALSE(none.Open(parent / "file", why));
   EXPECT_THAT(why, HasSubstr("; choose another with --state"));
 }
+
+// Another folder at the path, while the first is held: what is saved then counts there.
+TEST(StateFolder, IsReplacedWhileItIsHeld) {
+  const Folder folder;
+  const std::string path = folder / "state";
+  const HeldFolder held(path);
+  Banks banks = held.state.SettingsOf(static_cast<eConfigID_t>(3));
+  banks.Load();
+  std::string why;
+  const auto save = [&](const std::string& text) {
+    return banks.Save(EncodeSector(MakeSector(text)), why);
+  };
+  for (const std::string text : {"1", "2", "3"}) EXPECT_TRUE(save(text)) << why;
+  fs::copy(path, path + ".later");
+  fs::rename(path, path + ".first");
+  fs::create_directory(path);
+  EXPECT_TRUE(save("4")) << why;
+  fs::rename(path, path + ".second");
+  fs::rename(path + ".later", path);
+  fs::permissions(path, fs::perms::all);
+  EXPECT_TRUE(save("5")) << why;
+  EXPECT_EQ("5", Describe(held.state.SettingsOf(static_cast<eConfigID_t>(3)).Load()));
+  EXPECT_EQ(fs::perms(0755), fs::status(path).permissions());
+}

@@ -77,7 +77,7 @@ TEST_F(StoredConfigTest, WritesTheOldValueAnewAfterAFailure) {
     ASSERT_TRUE(stored.Save(why)) << why;
     store.Set(eParamID_IPConfig, 1U);
     testing_support::FailCall(call, testing_support::Failure::kError);
-    EXPECT_EQ(call < 8, !stored.Save(why)) << call;
+    EXPECT_EQ(call < 7, !stored.Save(why)) << call;
     testing_support::FailCall(-1, testing_support::Failure::kError);
     store.Set(eParamID_IPConfig, 0U);
     EXPECT_TRUE(stored.Save(why)) << why;
