@@ -1,10 +1,8 @@
 #include "configd/state/StateSaver.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <new>
+#include <exception>
 
 #include "configd/LineWriter.h"
 
@@ -66,11 +64,11 @@ bool StateSaver::Save(eConfigID_t configID, Entry& entry) {
     std::string why;
     try {
       saved = entry.config->Save(why);
-    } catch (const std::bad_alloc&) {
-      why = std::strerror(ENOMEM);
+    } catch (const std::exception& problem) {
+      why = problem.what();
     }
     ReportOutcome(configID, saved ? std::string() : why);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // Said with the next outcome.
   }
   return saved;

@@ -79,7 +79,7 @@ bool StoredConfig::Restore(std::string& why) {
     }
   }
   if (!notInForce.empty()) {
-    LineWriter::Instance().Write(
+    LineWriter::Instance().WriteLimited(
         "configd: configuration " + std::to_string(_store.GetConfigID()) +
         " was saved with values that this configd does not know or allow; they are kept in the "
         "file until they are set anew: " +

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "configd/state/Sector.h"
 #include "libconfig/libconfig.h"
 #include "tests/testing/Daemon.h"
 #include "tests/testing/Eventually.h"
@@ -202,6 +203,21 @@ TEST(Persistence, StartsWhateverBecameOfItsFiles) {
                                             folder / "config-0.b.damaged-1"));
 }
 
+// A peer may have the same file read over and over.
+TEST(Persistence, TellsOfItsFilesWithinLimits) {
+  const Folder folder;
+  Sector sector;
+  sector.configID = static_cast<eConfigID_t>(5);
+  sector.values.emplace_back(IntegerValue::Create(eParamID_GenLock, eParamType_Enum, 99));
+  const std::vector<char> bytes = EncodeSector(std::move(sector));
+  folder.Write("config-5.a", std::string(bytes.begin(), bytes.end()));
+  Daemon daemon({"--state", folder.GetPath()});
+  for (int i = 0; i < 400; ++i) Client(daemon, 5).GetName();
+  EXPECT_EQ(0, daemon.End(SIGTERM));
+  EXPECT_THAT(daemon.GetOutput(), HasSubstr(" more were left out that begin with \"configd: "
+                                            "configuration \""));
+}
+
 TEST(Persistence, GoesOnWithoutItsFolderAndSavesWhenItIsBack) {
   const Folder folder;
   const std::string path = folder / "state";
@@ -240,9 +256,16 @@ TEST(Persistence, LetsNoConfigurationHoldUpTheOthers) {
 }
 
 TEST(Persistence, TakesTheFolderFromOthers) {
+  const Folder parent;
   const Folder folder;
   fs::permissions(folder.GetPath(), fs::perms::all);
+  // What was put there before leads to a file of somebody else.
+  parent.Write("theirs", "theirs");
+  fs::create_hard_link(parent / "theirs", folder / "config-0.a.new");
   Daemon daemon({"--state", folder.GetPath()});
+  Client(daemon).Name("own");
+  EXPECT_TRUE(Eventually([&] { return fs::exists(folder / "config-0.a"); }));
+  EXPECT_EQ("theirs", parent.Read("theirs"));
   EXPECT_THAT(daemon.GetOutput(),
               HasSubstr("configd: others could write into " + folder.GetPath()));
   EXPECT_EQ(fs::perms(0755), fs::status(folder.GetPath()).permissions());
