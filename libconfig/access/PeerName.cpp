@@ -16,6 +16,8 @@ namespace qel::config {
 namespace {
 
 constexpr std::size_t kLongestName = 64;
+// That are looked at: a process with very many of them would hold up the thread that asks.
+constexpr int kMostDescriptors = 4096;
 
 std::string Escaped(const std::string& name) {
   std::string shown;
@@ -53,8 +55,9 @@ unsigned int FindProcess(unsigned int lowBits) {
   return found;
 }
 
-// The socket at `address`, which is the socket's own; null when there is none.
-std::unique_ptr<OwnedSocket> FindSocket(const std::string& address) {
+// The socket at `address`, which is the socket's own; null when there is none. Others may have the
+// same address: those that are connected elsewhere, and the datagram ones beside the stream ones.
+std::unique_ptr<OwnedSocket> FindSocket(const std::string& address, unsigned port) {
   const std::size_t colon = address.rfind(':');
   SocketEnd end;
   if (colon == std::string::npos ||
@@ -62,9 +65,9 @@ std::unique_ptr<OwnedSocket> FindSocket(const std::string& address) {
       std::sscanf(address.c_str() + colon, ":%u", &end.port) != 1) {
     return nullptr;
   }
-  for (const char* const table : {"tcp", "udp"}) {
-    for (const OwnedSocket& socket : ReadSocketTable(table)) {
-      if (socket.own == end) return std::make_unique<OwnedSocket>(socket);
+  for (const OwnedSocket& socket : ReadSocketTable(port == 0 ? "udp" : "tcp")) {
+    if (socket.own == end && (port == 0 || socket.peer.port == port)) {
+      return std::make_unique<OwnedSocket>(socket);
     }
   }
   return nullptr;
@@ -77,10 +80,12 @@ Holds HoldsSocket(unsigned int pid, const OwnedSocket& socket) {
   const std::unique_ptr<DIR, int (*)(DIR*)> descriptors(::opendir(folder.c_str()), ::closedir);
   if (descriptors == nullptr) return Holds::kUnknown;
   const std::string link = "socket:[" + std::to_string(socket.inode) + "]";
-  while (const dirent* const entry = ::readdir(descriptors.get())) {
+  for (int i = 0; i < kMostDescriptors; ++i) {
+    const dirent* const entry = ::readdir(descriptors.get());
+    if (entry == nullptr) return Holds::kNo;
     if (LinkTarget(folder + "/" + entry->d_name) == link) return Holds::kYes;
   }
-  return Holds::kNo;
+  return Holds::kUnknown;
 }
 
 }  // namespace
@@ -100,12 +105,12 @@ std::string ProgramOf(unsigned int pid) {
   return Escaped(name.substr(name.rfind('/') + 1));
 }
 
-std::string DescribePeer(unsigned int lowBits, const std::string& address) {
+std::string DescribePeer(unsigned int lowBits, const std::string& address, int port) {
   const bool here = address.empty() || address.compare(0, 4, "127.") == 0;
   std::string place = address.empty() ? "a local socket" : address;
   if (!here) return place;
   const unsigned int pid = FindProcess(lowBits);
-  const std::unique_ptr<OwnedSocket> socket = FindSocket(address);
+  const std::unique_ptr<OwnedSocket> socket = FindSocket(address, static_cast<unsigned>(port));
   std::string byUser =
       socket != nullptr ? "user " + std::to_string(socket->user) + " at " + place : place;
   const Holds holds = pid == 0 || socket == nullptr ? Holds::kUnknown : HoldsSocket(pid, *socket);

@@ -11,7 +11,8 @@ namespace qel::config {
 std::string ProgramOf(unsigned int pid);
 
 // The peer at `address`, which is "127.0.0.1:4711" or empty for a local socket, whose process
-// number is said to end in the bits of `lowBits`.
-std::string DescribePeer(unsigned int lowBits, const std::string& address);
+// number is said to end in the bits of `lowBits`. It is connected to `port` of this host; 0 for one
+// that sends datagrams.
+std::string DescribePeer(unsigned int lowBits, const std::string& address, int port);
 
 }  // namespace qel::config

@@ -57,9 +57,9 @@ std::string ConnectionUtilities::GetPeerName(unsigned int connectionID) {
   return name_from_pid(connectionID & 0xFFFF);
 }
 
-std::string ConnectionUtilities::DescribePeer(unsigned int connectionID,
-                                              const std::string& address) {
-  return qel::config::DescribePeer(connectionID & 0xFFFF, address);
+std::string ConnectionUtilities::DescribePeer(unsigned int connectionID, const std::string& address,
+                                              int port) {
+  return qel::config::DescribePeer(connectionID & 0xFFFF, address, port);
 }
 
 void ConnectionUtilities::Dump(XCONFIGMGR_REQUEST_T* request) { DumpRecord(*request); }

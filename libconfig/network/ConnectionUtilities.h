@@ -25,9 +25,9 @@ class LIBCONFIG_API ConnectionUtilities {
   // The program behind a connection identifier, or "event" where it names none.
   static std::string GetPeerName(unsigned int connectionID);
 
-  // The peer for logs: its address, and its program as the kernel knows it; one that only the peer
-  // tells is marked.
-  static std::string DescribePeer(unsigned int connectionID, const std::string& address);
+  // The peer for logs, which is connected to `port` here, or to 0 for datagrams: its address, and
+  // its program as the kernel knows it; one that only the peer tells is marked.
+  static std::string DescribePeer(unsigned int connectionID, const std::string& address, int port);
 
   // One line each, while tracing is on.
   static void Dump(XCONFIGMGR_REQUEST_T* request);

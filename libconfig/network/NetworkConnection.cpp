@@ -21,19 +21,21 @@ thread_local std::shared_ptr<NetworkPeer> t_asked;
 struct NetworkPeer::State {
   const unsigned int connectionID;
   const std::string address;
+  const int port;
   qel::config::Mutex mutex;
   std::string name LIBCONFIG_GUARDED_BY(mutex);
 };
 
-NetworkPeer::NetworkPeer(unsigned int connectionID, std::string address)
-    : _state(new State{connectionID, std::move(address), {}, {}}) {}
+NetworkPeer::NetworkPeer(unsigned int connectionID, std::string address, int port)
+    : _state(new State{connectionID, std::move(address), port, {}, {}}) {}
 
 NetworkPeer::~NetworkPeer() = default;
 
 std::string NetworkPeer::Describe() {
   MutexLock lock(_state->mutex);
   if (_state->name.empty()) {
-    _state->name = ConnectionUtilities::DescribePeer(_state->connectionID, _state->address);
+    _state->name =
+        ConnectionUtilities::DescribePeer(_state->connectionID, _state->address, _state->port);
   }
   return _state->name;
 }

@@ -15,8 +15,9 @@ namespace qel::vorlane::config::access {
 // Who is at the other end of a connection; outlives the connection. Any thread.
 class LIBCONFIG_API NetworkPeer {
  public:
-  // The identifier in the peer's records, and its address: empty for a local socket.
-  NetworkPeer(unsigned int connectionID, std::string address);
+  // The identifier in the peer's records, its address, empty for a local socket, and the port here
+  // that it is connected to; 0 for one that sends datagrams.
+  NetworkPeer(unsigned int connectionID, std::string address, int port);
   virtual ~NetworkPeer();
   NetworkPeer(const NetworkPeer&) = delete;
   NetworkPeer& operator=(const NetworkPeer&) = delete;

@@ -445,7 +445,8 @@ std::string NetworkTCPConnection::GetPeerName() { return NetworkConnection::GetP
 
 std::shared_ptr<NetworkPeer> NetworkTCPConnection::GetPeer() {
   if (_peer == nullptr) {
-    _peer = std::make_shared<NetworkPeer>(_connectionID, _socket->get_peer_name());
+    _peer = std::make_shared<NetworkPeer>(_connectionID, _socket->get_peer_name(),
+                                          _socket->get_bound_port());
   }
   return _peer;
 }

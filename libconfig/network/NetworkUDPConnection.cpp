@@ -339,7 +339,7 @@ std::string NetworkUDPConnection::GetPeerName() { return NetworkConnection::GetP
 std::shared_ptr<NetworkPeer> NetworkUDPConnection::GetPeer() {
   if (_named == nullptr || _namedUser != CurrentUser()) {
     _namedUser = CurrentUser();
-    _named = std::make_shared<NetworkPeer>(_connectionID, Socket::NameAddress(_peer));
+    _named = std::make_shared<NetworkPeer>(_connectionID, Socket::NameAddress(_peer), 0);
   }
   return _named;
 }

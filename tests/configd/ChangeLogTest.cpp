@@ -53,7 +53,7 @@ class Output {
 // Its name is not to be asked for before the change is done.
 struct LateName : NetworkPeer {
   explicit LateName(std::shared_future<void> changed)
-      : NetworkPeer(1, "192.0.2.7:4711"), _changed(std::move(changed)) {}
+      : NetworkPeer(1, "192.0.2.7:4711", 0), _changed(std::move(changed)) {}
   std::string Describe() override {
     EXPECT_EQ(std::future_status::ready, _changed.wait_for(std::chrono::seconds(5)));
     return NetworkPeer::Describe();
