@@ -15,7 +15,7 @@
 #include "libconfig/libconfig.h"
 #include "programs/ValueText.h"
 
-class ChangeLog : public ConfigEventListener {
+class ChangeLog : public ConfigEventListener, public MissedEventListener {
  public:
   // Takes the store's values as they are now for the old ones.
   explicit ChangeLog(Config& store, LineWriter& out = LineWriter::Instance());
@@ -23,6 +23,7 @@ class ChangeLog : public ConfigEventListener {
   using ConfigEventListener::ParamChanged;
   void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
   void ParamChanged(eParam_t param, std::string value, timeval when) override;
+  void EventMissed(eParam_t) noexcept override { _out.CountLost(); }
 
  private:
   void Note(eParam_t param, programs::Value value);

@@ -16,7 +16,7 @@ constexpr std::size_t kKeptStores = 64;
 }  // namespace
 
 // Notices the changes of one store.
-class StoreKeeper::Changes : public ConfigEventListener {
+class StoreKeeper::Changes : public ConfigEventListener, public MissedEventListener {
  public:
   Changes(StoreKeeper& keeper, ConfigManager& store) : _keeper(keeper), _store(store) {}
 
@@ -30,6 +30,7 @@ class StoreKeeper::Changes : public ConfigEventListener {
     }
   }
   void ParamChanged(eParam_t param, std::string, timeval) override { Note(param); }
+  void EventMissed(eParam_t param) noexcept override { Note(param); }
 
  private:
   void Note(eParam_t param) {
@@ -69,6 +70,16 @@ bool StoreKeeper::Stop() {
 
 bool StoreKeeper::StoreOpened(ConfigManager& store) {
   if (_saver != nullptr && !_saver->Restore(store)) return false;
+  try {
+    AddListeners(store);
+  } catch (...) {
+    if (_saver != nullptr) _saver->Forget(store, store.GetConfigID());
+    throw;
+  }
+  return true;
+}
+
+void StoreKeeper::AddListeners(ConfigManager& store) {
   Watch watch;
   watch.changes = std::make_unique<Changes>(*this, store);
   store.AddConfigEventListener(watch.changes.get());
@@ -78,7 +89,6 @@ bool StoreKeeper::StoreOpened(ConfigManager& store) {
   }
   MutexLock lock(_mutex);
   _watches[&store] = std::move(watch);
-  return true;
 }
 
 void StoreKeeper::StoreClosing(ConfigManager& store) {

@@ -35,6 +35,7 @@ class StoreKeeper : public qel::config::access::StoreObserver {
     std::unique_ptr<ChangeLog> log;
   };
 
+  void AddListeners(ConfigManager& store);
   bool HasPlace(eConfigID_t configID) const LIBCONFIG_REQUIRES(_mutex);
   // Without an allocation, as a setting would be lost for want of memory. False when there are too
   // many already.

@@ -13,6 +13,7 @@
 #include "libconfig/access/IPCDeSerializer.h"
 #include "libconfig/access/IPCSerializer.h"
 #include "libconfig/access/MessageRecords.h"
+#include "libconfig/access/MissedEventListener.h"
 #include "libconfig/access/Outcome.h"
 #include "libconfig/access/Runnable.h"
 #include "libconfig/access/queue/PosixMQClient.h"

@@ -1,5 +1,6 @@
 #include "configd/state/StateFolder.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -125,13 +126,16 @@ bool StateFolder::Open(const std::string& path, std::string& why) {
 
 bool StateFolder::HasRoom(std::size_t size, bool own, std::string& why) const {
   std::uint64_t used = 0;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(_path, error);
-  // What cannot be counted stands against no setting.
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    std::error_code unknown;
-    const std::uint64_t bytes = entry->file_size(unknown);
-    if (!unknown) used += bytes;
+  // Not with std::filesystem, whose iterators end the process where there is no memory. What cannot
+  // be counted stands against no setting.
+  if (DIR* const files = ::opendir(_path.c_str())) {
+    while (const dirent* const entry = ::readdir(files)) {
+      struct stat status;
+      if (::fstatat(::dirfd(files), entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode)) {
+        used += static_cast<std::uint64_t>(status.st_size);
+      }
+    }
+    ::closedir(files);
   }
   const std::uint64_t room = own ? _quota : _quota - std::min(_quota / 4, kOwnRoom);
   if (used + size <= room) return true;

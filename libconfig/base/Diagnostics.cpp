@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "libconfig/base/Mutex.h"
@@ -89,12 +90,16 @@ void ReportV(const char* format, va_list arguments) {
   const int length = std::vsnprintf(line, sizeof line, format, arguments);
   if (length >= 0) {
     const char* text = line;
-    const auto size = static_cast<std::size_t>(length);
+    auto size = static_cast<std::size_t>(length);
     std::string longLine;
     if (size >= sizeof line) {
-      longLine.resize(size);
-      std::vsnprintf(longLine.data(), size + 1, format, again);
-      text = longLine.data();
+      try {
+        longLine.resize(size);
+        std::vsnprintf(longLine.data(), size + 1, format, again);
+        text = longLine.data();
+      } catch (const std::bad_alloc&) {
+        size = sizeof line - 1;  // its beginning
+      }
     }
     const RouteInUse route;
     (*route).handler((*route).context, text, size);

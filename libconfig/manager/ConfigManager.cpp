@@ -1,10 +1,12 @@
 #include "libconfig/manager/ConfigManager.h"
 
+#include <new>
 #include <utility>
 
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/ListenerList.h"
 #include "libconfig/access/LiveConfigs.h"
+#include "libconfig/access/MissedEventListener.h"
 #include "libconfig/access/Outcome.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/descriptors/Catalogue.h"
@@ -60,18 +62,19 @@ class ConfigManager::Announcement {
   explicit Announcement(ConfigManager& store)
       : _store(store), _alive(store.weak_from_this().lock()), _delivery(*store._listeners) {}
 
+  bool IsNested() const { return _delivery.IsNested(); }
+
+  // Needs memory only when nested.
   template <typename Value>
   void Announce(eParam_t id, const Value& value, bool withDependents) {
-    _delivery.Announce([&store = _store, id, value, withDependents](Delivery& delivery) {
-      Tell(store, delivery, id, value);
-      const ParamDescriptor* const descriptor = withDependents ? FindDescriptor(id) : nullptr;
-      if (descriptor == nullptr) return;
-      // One level deep: what depends on the dependents is not followed.
-      for (const eParam_t dependent : descriptor->Dependents()) {
-        WithCurrent(store, dependent,
-                    [&](const auto& current) { Tell(store, delivery, dependent, current); });
-      }
-    });
+    if (IsNested()) {
+      _delivery.Announce([&store = _store, id, value, withDependents](Delivery& delivery) {
+        TellAll(store, delivery, id, value, withDependents);
+      });
+    } else {
+      _delivery.Announce(
+          [&](Delivery& delivery) { TellAll(_store, delivery, id, value, withDependents); });
+    }
   }
 
   // With the value that the parameter has now.
@@ -83,9 +86,39 @@ class ConfigManager::Announcement {
   using Delivery = ListenerList::Delivery;
 
   template <typename Value>
+  static void TellAll(ConfigManager& store, Delivery& delivery, eParam_t id, const Value& value,
+                      bool withDependents) {
+    Tell(store, delivery, id, value);
+    const ParamDescriptor* const descriptor = withDependents ? FindDescriptor(id) : nullptr;
+    if (descriptor == nullptr) return;
+    // One level deep: what depends on the dependents is not followed.
+    for (const eParam_t dependent : descriptor->Dependents()) {
+      try {
+        WithCurrent(store, dependent,
+                    [&](const auto& current) { Tell(store, delivery, dependent, current); });
+      } catch (const std::bad_alloc&) {
+        delivery.ToAll([&](ConfigEventListener& listener) { TellMissed(listener, dependent); });
+      }
+    }
+  }
+
+  // A listener without memory costs the others nothing.
+  template <typename Value>
   static void Tell(ConfigManager& store, Delivery& delivery, eParam_t id, const Value& value) {
     const timeval when = store.GetLastConfigUpdate();
-    delivery.ToAll([&](ConfigEventListener& listener) { listener.ParamChanged(id, value, when); });
+    delivery.ToAll([&](ConfigEventListener& listener) {
+      try {
+        listener.ParamChanged(id, value, when);
+      } catch (const std::bad_alloc&) {
+        TellMissed(listener, id);
+      }
+    });
+  }
+
+  static void TellMissed(ConfigEventListener& listener, eParam_t id) {
+    if (auto* const missing = dynamic_cast<MissedEventListener*>(&listener)) {
+      missing->EventMissed(id);
+    }
   }
 
   template <typename Use>
@@ -276,7 +309,13 @@ int ConfigManager::SetAndAnnounce(eParam_t id, Value value) {
     return Conclude(false);
   }
   Announcement announcement(*this);
-  const bool stored = SetConfigParam(id, value);
+  // All that needs memory comes first, as what is stored has to be announced.
+  Value copy(value);
+  if (announcement.IsNested()) {
+    announcement.Announce(id, value, true);
+    return Conclude(SetConfigParam(id, std::move(copy)));
+  }
+  const bool stored = SetConfigParam(id, std::move(copy));
   announcement.Announce(id, value, true);
   return Conclude(stored);
 }

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
-#include <vector>
 
 #include "libconfig/access/LiveConfigs.h"
 #include "libconfig/access/Transport.h"
@@ -16,11 +15,6 @@ namespace qel::config::access {
 namespace {
 
 std::atomic<StoreObserver*> g_observer{nullptr};
-
-std::vector<std::shared_ptr<ConfigManager>>& UntrackedStores() {
-  static auto* const stores = new std::vector<std::shared_ptr<ConfigManager>>;
-  return *stores;
-}
 
 }  // namespace
 
@@ -61,12 +55,19 @@ class LocalConfigFactory::Opening {
   const std::shared_ptr<Semaphore> _opening;
 };
 
-LocalConfigFactory::LocalConfigFactory() = default;
+// The list is made where memory may be wanting.
+LocalConfigFactory::LocalConfigFactory() { UntrackedStores(); }
+
+// Never destroyed.
+LocalConfigFactory::Untracked& LocalConfigFactory::UntrackedStores() {
+  static auto* const stores = new Untracked;
+  return *stores;
+}
 
 LocalConfigFactory::~LocalConfigFactory() {
   SemaphoreHelper lock(_lock);
   // The remaining connections keep using their stores, which are never destroyed then.
-  for (auto& entry : _stores) UntrackedStores().push_back(std::move(entry.second.store));
+  UntrackedStores().merge(_stores);
 }
 
 eConfigID_t LocalConfigFactory::GetConfigID(std::string address) {

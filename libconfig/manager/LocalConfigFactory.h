@@ -64,6 +64,9 @@ class LIBCONFIG_API LocalConfigFactory {
     std::shared_ptr<Semaphore> opening;    // held until then
   };
   class Opening;
+  // Of factories that have ended.
+  using Untracked = std::multimap<eConfigID_t, Place>;
+  static Untracked& UntrackedStores();
 
   Semaphore _lock;
   std::map<eConfigID_t, Place> _stores LIBCONFIG_GUARDED_BY(_lock);

@@ -10,14 +10,6 @@ namespace qel::vorlane::config::access {
 
 using namespace qel::config;
 
-namespace {
-
-thread_local NetworkConnection* t_current = nullptr;
-// Who was asked for while the thread worked on a request.
-thread_local std::shared_ptr<NetworkPeer> t_asked;
-
-}  // namespace
-
 struct NetworkPeer::State {
   const unsigned int connectionID;
   const std::string address;
@@ -53,29 +45,40 @@ std::string NetworkConnection::GetPeerName() {
 
 std::shared_ptr<NetworkPeer> NetworkConnection::GetPeer() { return nullptr; }
 
-NetworkConnection* NetworkConnection::Current() { return t_current; }
-
-std::shared_ptr<NetworkPeer> NetworkConnection::CurrentPeer() {
-  if (t_current == nullptr) return nullptr;
-  t_asked = t_current->GetPeer();
-  return t_asked;
+NetworkConnection::Working*& NetworkConnection::ThreadsOwn() {
+  static thread_local Working* working = nullptr;
+  return working;
 }
 
-NetworkConnection::Working::Working(NetworkConnection* connection) { t_current = connection; }
+NetworkConnection* NetworkConnection::Current() {
+  const Working* const working = ThreadsOwn();
+  return working == nullptr ? nullptr : working->_connection;
+}
+
+std::shared_ptr<NetworkPeer> NetworkConnection::CurrentPeer() {
+  Working* const working = ThreadsOwn();
+  if (working == nullptr) return nullptr;
+  return working->_asked = working->_connection->GetPeer();
+}
+
+NetworkConnection::Working::Working(NetworkConnection* connection) : _connection(connection) {
+  ThreadsOwn() = this;
+}
 
 NetworkConnection::Working::~Working() {
   NameCurrentPeer();
-  t_current = nullptr;
+  ThreadsOwn() = nullptr;
 }
 
 void NetworkConnection::NameCurrentPeer() {
-  if (t_asked == nullptr) return;
+  Working* const working = ThreadsOwn();
+  if (working == nullptr || working->_asked == nullptr) return;
   try {
-    t_asked->Describe();
+    working->_asked->Describe();
   } catch (const std::exception&) {
     // Whoever needs it finds it, or does without.
   }
-  t_asked.reset();
+  working->_asked.reset();
 }
 
 }  // namespace qel::vorlane::config::access

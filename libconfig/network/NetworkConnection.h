@@ -56,14 +56,24 @@ class LIBCONFIG_API NetworkConnection : public ConfigEventListener {
   // requests led to has been sent, before the next one is waited for.
   static void NameCurrentPeer();
 
-  // Makes `connection` the thread's current one while it exists.
+  // Makes `connection` the thread's current one while it exists. At most one a thread.
   class LIBCONFIG_API Working {
    public:
     explicit Working(NetworkConnection* connection);
     ~Working();
     Working(const Working&) = delete;
     Working& operator=(const Working&) = delete;
+
+   private:
+    friend class NetworkConnection;
+    NetworkConnection* const _connection;
+    std::shared_ptr<NetworkPeer> _asked;  // who was asked for meanwhile
   };
+
+ private:
+  // Of the thread. A pointer, as the system ends a process that has no memory to note that
+  // something of a thread is to be destroyed.
+  static Working*& ThreadsOwn();
 };
 
 }  // namespace qel::vorlane::config::access

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "libconfig/base/BusyClock.h"
@@ -26,6 +27,17 @@ namespace {
 constexpr std::chrono::milliseconds kPauseAfterFailure(50);
 
 constexpr int kDatagramBuffer = 786432;
+
+// What fails for want of memory costs the peer that asked for it; the server goes on.
+template <typename Round>
+void GoOn(Round round) {
+  try {
+    round();
+  } catch (const std::bad_alloc&) {
+    Report("NetworkServer::Run - no memory\n");
+    std::this_thread::sleep_for(kPauseAfterFailure);
+  }
+}
 
 }  // namespace
 
@@ -153,8 +165,10 @@ void NetworkServer::ServeDatagrams() {
       !_socket->set_buffer_size(SO_RCVBUF, kDatagramBuffer)) {
     return;
   }
-  Datagrams();
-  while (!_stop) WaitForDatagram();
+  GoOn([this] { Datagrams(); });
+  while (!_stop) {
+    GoOn([this] { WaitForDatagram(); });
+  }
   _udpConnection.reset();
   Report("NetworkServer::Run - exiting\n");
 }
@@ -188,20 +202,24 @@ bool NetworkServer::WaitForDatagram() {
 
 void NetworkServer::ServeConnections() {
   while (!_stop) {
-    std::unique_ptr<NetworkTCPConnection> connection(WaitForConnection());
-    if (connection == nullptr) {
-      if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
-      continue;
-    }
-    const qel::config::BusyClock::Work work(_ending->busy);
-    std::shared_ptr<void> slot = _places->Take(*connection, _socket->get_bound_port());
-    if (slot != nullptr && connection->Start(std::move(slot))) {
-      static_cast<void>(connection.release());  // its thread deletes it
-    } else {
-      Report("NetworkServer::Run - unable to start connection\n");
-    }
+    GoOn([this] { ServeConnection(); });
   }
   Report("NetworkServer::Run - exiting\n");
+}
+
+void NetworkServer::ServeConnection() {
+  std::unique_ptr<NetworkTCPConnection> connection(WaitForConnection());
+  if (connection == nullptr) {
+    if (!_stop) std::this_thread::sleep_for(kPauseAfterFailure);
+    return;
+  }
+  const qel::config::BusyClock::Work work(_ending->busy);
+  std::shared_ptr<void> slot = _places->Take(*connection, _socket->get_bound_port());
+  if (slot != nullptr && connection->Start(std::move(slot))) {
+    static_cast<void>(connection.release());  // its thread deletes it
+  } else {
+    Report("NetworkServer::Run - unable to start connection\n");
+  }
 }
 
 NetworkTCPConnection* NetworkServer::WaitForConnection() {

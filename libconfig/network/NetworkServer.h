@@ -67,6 +67,7 @@ class LIBCONFIG_API NetworkServer {
   struct Ending;
 
   void ServeConnections();
+  void ServeConnection();
   void ServeDatagrams();
   NetworkUDPConnection& Datagrams();
 

@@ -401,11 +401,21 @@ bool NetworkTCPConnection::SendErrorResponse(XCONFIGMGR_RESPONSE_T& response) {
 bool NetworkTCPConnection::PutEvent(const void* record, std::size_t length) {
   const Outbox::Put put = _outbox->PutRecord(record, length);
   if (put == Outbox::Put::kTaken) return true;
+  DropListening();
+  errno = put == Outbox::Put::kFull ? ENOBUFS : EPIPE;
+  return false;
+}
+
+void NetworkTCPConnection::DropListening() noexcept {
   _registered = false;
   _outbox->Close();
   Stop();
-  errno = put == Outbox::Put::kFull ? ENOBUFS : EPIPE;
-  return false;
+}
+
+void NetworkTCPConnection::EventMissed(eParam_t) noexcept {
+  if (!_registered) return;
+  DropListening();
+  Report("NetworkTCPConnection::ParamChanged - no memory for an event, the peer is dropped\n");
 }
 
 // What every event of the store says. REQUIRES: _lock is held, and there is a store.

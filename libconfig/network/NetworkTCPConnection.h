@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "libconfig/access/MissedEventListener.h"
 #include "libconfig/base/Export.h"
 #include "libconfig/network/NetworkConnection.h"
 #include "libconfig/network/NetworkRecords.h"
@@ -34,7 +35,7 @@ class Outbox;
 class StreamReader;
 union NetworkRequest;
 
-class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
+class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection, public MissedEventListener {
  public:
   // Takes ownership of `socket`, which is connected to the peer.
   explicit NetworkTCPConnection(Socket* socket);
@@ -80,6 +81,9 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   void ParamChanged(eParam_t param, unsigned int value, timeval when) override;
   void ParamChanged(eParam_t param, std::string value, timeval when) override;
 
+  // Drops the peer, which would hold stale values.
+  void EventMissed(eParam_t param) noexcept override;
+
   std::string GetPeerName() override;
 
  protected:
@@ -103,6 +107,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection {
   template <typename Record>
   Record MakeEvent(uint32_t type, eParam_t param) const;
   bool PutEvent(const void* record, std::size_t length);
+  void DropListening() noexcept;
   void LeaveStore();
   void Leave(Config* store);
 

@@ -40,7 +40,8 @@ class OutboxFlusher {
  public:
   // Never destroyed.
   static OutboxFlusher& Instance() {
-    static auto* const flusher = new OutboxFlusher;
+    alignas(OutboxFlusher) static unsigned char place[sizeof(OutboxFlusher)];
+    static auto* const flusher = new (place) OutboxFlusher;  // also where there is no memory
     return *flusher;
   }
 
@@ -202,6 +203,10 @@ void Outbox::FlushLocked() {
       _sent = 0;
     }
     if (!_withFlusher) _withFlusher = OutboxFlusher::Instance().Watch(shared_from_this());
+    if (_withFlusher) return;
+    // Nobody would send the rest.
+    _socket->close();
+    Drop();
     return;
   }
   _withFlusher = false;

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <new>
+#include <exception>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -158,8 +158,8 @@ void PosixMQServer::Service::Receive() {
     const qel::config::BusyClock::Work work(_busy);
     try {
       _requests.Process(message, static_cast<std::size_t>(length));
-    } catch (const std::bad_alloc&) {
-      // This request is not answered; its client's wait has an end.
+    } catch (const std::exception&) {
+      // No memory: this request is not answered; its client's wait has an end.
     }
   }
   _isReceiving = false;

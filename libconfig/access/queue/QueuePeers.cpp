@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <new>
 #include <utility>
 
 #include "libconfig/access/ConnectionUtilities.h"
 #include "libconfig/access/PeerName.h"
+#include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/serialization/Identifiers.h"
 
@@ -57,12 +60,17 @@ uint32_t QueuePeers::Open(uint32_t id, uint32_t priority) {
   Close(id);
   MutexLock lock(_mutex);
   if (_peers.size() >= limits::kQueueClients) return eMessageError_TooMany;
-  const mqd_t queue = OpenQueue(id);
-  if (queue == -1) return eMessageError_NotConnected;
-  Peer& peer = _peers[id];
-  peer.queue = queue;
+  const auto place = _peers.emplace(id, Peer()).first;
+  Peer& peer = place->second;
+  try {
+    peer.queue = OpenQueue(id);
+  } catch (const std::bad_alloc&) {
+    // Cannot be had now.
+  }
   peer.priority = std::min(priority, kHighPriority);
-  return 0;
+  if (peer.queue != -1) return 0;
+  _peers.erase(place);
+  return eMessageError_NotConnected;
 }
 
 void QueuePeers::Close(uint32_t id) {
@@ -71,6 +79,19 @@ void QueuePeers::Close(uint32_t id) {
   if (found == _peers.end()) return;
   ::mq_close(found->second.queue);
   _peers.erase(found);
+}
+
+QueuePeers::Peers::iterator QueuePeers::Drop(Peers::iterator peer) noexcept {
+  Report("QueuePeers::Announce - no memory, a client that listens is dropped\n");
+  ::mq_close(peer->second.queue);
+  return _peers.erase(peer);
+}
+
+void QueuePeers::DropListening() noexcept {
+  MutexLock lock(_mutex);
+  for (auto next = _peers.begin(); next != _peers.end();) {
+    next = next->second.isListening ? Drop(next) : std::next(next);
+  }
 }
 
 bool QueuePeers::Contains(uint32_t id) {
@@ -160,13 +181,19 @@ void QueuePeers::Keep(Peer& peer, const XCONFIGMGR_RESPONSE_T& event,
 bool QueuePeers::Announce(XCONFIGMGR_RESPONSE_T event, std::vector<char> record) {
   MutexLock lock(_mutex);
   bool kept = false;
-  for (auto& [id, peer] : _peers) {
+  for (auto next = _peers.begin(); next != _peers.end();) {
+    const auto current = next++;
+    Peer& peer = current->second;
     if (!peer.isListening) continue;
-    event.connectionID = id;
+    event.connectionID = current->first;
     event.priority = peer.priority;
     if (peer.kept.empty() && HasRoom(peer) && Send(peer.queue, event, record) != EAGAIN) continue;
-    Keep(peer, event, record);
-    kept = true;
+    try {
+      Keep(peer, event, record);
+      kept = true;
+    } catch (const std::bad_alloc&) {
+      Drop(current);
+    }
   }
   return kept;
 }
@@ -190,7 +217,9 @@ QueuePeers::Kept QueuePeers::Flush(const OnSlow& onSlow) {
     }
   }
   for (const auto& [id, process] : slow) {
-    if (onSlow) onSlow(ProgramOf(static_cast<unsigned>(process)), process, ConnectionUtilities::GetQueueName(id));
+    if (onSlow)
+      onSlow(ProgramOf(static_cast<unsigned>(process)), process,
+             ConnectionUtilities::GetQueueName(id));
   }
   if (!kept) return Kept::kNothing;
   return sent ? Kept::kLess : Kept::kAsMuch;
@@ -203,8 +232,13 @@ void QueuePeers::Sweep() {
       ++next;
       continue;
     }
+    try {
+      ::mq_unlink(ConnectionUtilities::GetQueueName(next->first).c_str());
+    } catch (const std::bad_alloc&) {
+      ++next;  // next time
+      continue;
+    }
     ::mq_close(next->second.queue);
-    ::mq_unlink(ConnectionUtilities::GetQueueName(next->first).c_str());
     next = _peers.erase(next);
   }
 }

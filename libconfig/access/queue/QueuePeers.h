@@ -41,6 +41,10 @@ class QueuePeers {
   // Sends to every connection that listens. True when something had to be kept.
   bool Announce(XCONFIGMGR_RESPONSE_T event, std::vector<char> record = {});
 
+  // For want of memory to notify them: every connection that listens ends, as it would hold stale
+  // values. Allocates nothing.
+  void DropListening() noexcept;
+
   enum class Kept {
     kNothing,
     kLess,  // than at the last call
@@ -74,8 +78,11 @@ class QueuePeers {
   static mqd_t OpenQueue(uint32_t id);
   static int Send(mqd_t queue, XCONFIGMGR_RESPONSE_T& response, std::vector<char>& record);
 
+  using Peers = std::map<uint32_t, Peer>;
+  Peers::iterator Drop(Peers::iterator peer) noexcept LIBCONFIG_REQUIRES(_mutex);
+
   Mutex _mutex;
-  std::map<uint32_t, Peer> _peers LIBCONFIG_GUARDED_BY(_mutex);
+  Peers _peers LIBCONFIG_GUARDED_BY(_mutex);
 };
 
 }  // namespace qel::config

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string>
 #include <utility>
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ConfigEventListener.h"
 #include "libconfig/access/MessageTable.h"
+#include "libconfig/access/MissedEventListener.h"
 #include "libconfig/access/ParamRequest.h"
 #include "libconfig/access/Transport.h"
 #include "libconfig/access/queue/PosixMQFactory.h"
@@ -40,13 +42,19 @@ XCONFIGMGR_RESPONSE_T ResponseTo(const XCONFIGMGR_REQUEST_T& request) {
 }  // namespace
 
 // One configuration: the store, and when each parameter changed.
-class QueueRequests::Store : public ConfigEventListener {
+class QueueRequests::Store : public ConfigEventListener, public MissedEventListener {
  public:
   Store(QueueRequests& requests, uint32_t configID)
       : _requests(requests),
         _isAnnounced(configID == kAnnounced),
         _store(ConnectStore(static_cast<eConfigID_t>(configID))) {
-    if (_store != nullptr) _store->AddConfigEventListener(this);
+    if (_store == nullptr) return;
+    try {
+      _store->AddConfigEventListener(this);
+    } catch (...) {
+      DisconnectStore(_store);
+      throw;
+    }
   }
   ~Store() override {
     if (_store == nullptr) return;
@@ -81,6 +89,9 @@ class QueueRequests::Store : public ConfigEventListener {
     std::vector<char> record = EncodeValue(text, kFraming.format, kFraming.header);
     if (record.size() <= kFraming.longest) Announce(event, std::move(record));
   }
+  void EventMissed(eParam_t) noexcept override {
+    if (_isAnnounced) _requests._peers.DropListening();
+  }
 
  private:
   XCONFIGMGR_RESPONSE_T Note(uint32_t type, eParam_t param) {
@@ -88,7 +99,11 @@ class QueueRequests::Store : public ConfigEventListener {
     ::gettimeofday(&now, nullptr);
     {
       MutexLock lock(_mutex);
-      _times[param] = now;
+      try {
+        _times[param] = now;
+      } catch (const std::bad_alloc&) {
+        // The event matters more than its time in later answers.
+      }
     }
     XCONFIGMGR_RESPONSE_T event = {};
     event.msgtype = type;
