@@ -6,8 +6,8 @@
 
 #include "libconfig/access/Config.h"
 #include "libconfig/access/MessageRecords.h"
+#include "libconfig/access/TextBudget.h"
 #include "libconfig/base/Diagnostics.h"
-#include "libconfig/manager/TextBudget.h"
 #include "libconfig/values/IntegerValue.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"

@@ -5,9 +5,9 @@
 // called with one held unless its interface says so.
 //
 //   Mutex      the cheapest lock, which a Condition can wait with.
-//   Semaphore  (values/SemaphoreHelper.h) the lock of values, stores, their listeners, factories and
-//              connections, as SemaphoreHelper takes it: it names its failures, and a thread may
-//              give it back that did not take it.
+//   Semaphore  (values/SemaphoreHelper.h) the lock of values, stores, listeners, factories and
+//              connections: it names its failures, and a thread may give it back that did not
+//              take it.
 #pragma once
 
 #include <chrono>

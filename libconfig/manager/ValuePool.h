@@ -12,9 +12,9 @@
 #include <memory>
 #include <utility>
 
+#include "libconfig/access/TextBudget.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Mutex.h"
-#include "libconfig/manager/TextBudget.h"
 #include "libconfig/values/StringValue.h"
 
 namespace qel::config {

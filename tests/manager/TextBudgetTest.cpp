@@ -2,10 +2,10 @@
 #include <malloc.h>
 
 #include "libconfig/access/ParamRequest.h"
+#include "libconfig/access/TextBudget.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/descriptors/Catalogue.h"
 #include "libconfig/manager/LocalConfigFactory.h"
-#include "libconfig/manager/TextBudget.h"
 #include "libconfig/values/StringValue.h"
 #include "libconfig/values/ValueStream.h"
 #include "tests/testing/Eventually.h"

@@ -1,4 +1,4 @@
-#include "libconfig/manager/TextBudget.h"
+#include "libconfig/access/TextBudget.h"
 
 #include <algorithm>
 #include <atomic>
