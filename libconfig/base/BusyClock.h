@@ -9,6 +9,15 @@
 
 namespace qel::config {
 
+// Milliseconds of the coarse clock, which costs nothing beside a request. In 32 bits, as the device
+// has no larger atomics; the difference of two is right across a turn.
+inline std::uint32_t CoarseMilliseconds() {
+  timespec now = {};
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return static_cast<std::uint32_t>(now.tv_sec) * 1000 +
+         static_cast<std::uint32_t>(now.tv_nsec / 1000000);
+}
+
 class BusyClock {
  public:
   // The thread works while it exists.
@@ -25,21 +34,17 @@ class BusyClock {
 
   // 0 while it waits for work.
   std::chrono::milliseconds Get() const {
-    const std::int64_t since = _since;
+    const std::uint32_t since = _since;
     return std::chrono::milliseconds(since == kIdle ? 0 : Now() - since);
   }
 
  private:
-  static constexpr std::int64_t kIdle = -1;
+  static constexpr std::uint32_t kIdle = 0;
 
-  // The coarse clock, which costs nothing beside a request.
-  static std::int64_t Now() {
-    timespec now = {};
-    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-  }
+  // Never the one of idleness.
+  static std::uint32_t Now() { return CoarseMilliseconds() | 1; }
 
-  std::atomic<std::int64_t> _since{kIdle};
+  std::atomic<std::uint32_t> _since{kIdle};
 };
 
 }  // namespace qel::config

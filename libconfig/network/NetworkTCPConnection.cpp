@@ -10,6 +10,7 @@
 #include "libconfig/access/Config.h"
 #include "libconfig/access/ParamRequest.h"
 #include "libconfig/access/Transport.h"
+#include "libconfig/base/BusyClock.h"
 #include "libconfig/base/Diagnostics.h"
 #include "libconfig/base/Limits.h"
 #include "libconfig/base/Thread.h"
@@ -68,10 +69,13 @@ void TraceListener(const XCONFIGMGR_EVENT_HANDLER_REQUEST_T& request) {
 NetworkTCPConnection::NetworkTCPConnection(Socket* socket)
     : _socket(socket != nullptr ? socket : new Socket(AF_INET, SOCK_STREAM)),
       _outbox(std::make_shared<Outbox>(*_socket)),
-      _reader(std::make_unique<StreamReader>(*_socket, [] {
-        if (FlushBatch* const batch = FlushBatch::Current()) batch->Flush();
-        NameCurrentPeer();
-      })) {}
+      _reader(std::make_unique<StreamReader>(*_socket,
+                                             [] {
+                                               if (FlushBatch* const batch = FlushBatch::Current())
+                                                 batch->Flush();
+                                               NameCurrentPeer();
+                                             })),
+      _lastRequest(qel::config::CoarseMilliseconds()) {}
 
 NetworkTCPConnection::~NetworkTCPConnection() {
   LeaveStore();
@@ -163,13 +167,17 @@ bool NetworkTCPConnection::ReceiveRequest(NetworkRequest& request) {
   return true;
 }
 
+std::chrono::milliseconds NetworkTCPConnection::GetIdleTime() const {
+  return std::chrono::milliseconds(qel::config::CoarseMilliseconds() - _lastRequest);
+}
+
 bool NetworkTCPConnection::ProcessMessages() {
   const Working working(this);
   FlushBatch batch([this] { return _reader->HasBuffered(); });
   while (!_stop) {
     NetworkRequest request = {};
     if (!_outbox->WaitForRoom() || !ReceiveRequest(request)) return false;
-    _lastRequest.store(std::chrono::steady_clock::now(), std::memory_order_relaxed);
+    _lastRequest.store(qel::config::CoarseMilliseconds(), std::memory_order_relaxed);
     batch.FlushWhenOld();
     Process(request);
   }

@@ -46,8 +46,8 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection, public Miss
   // Whether the peer has sent a Connect Request. Any thread.
   bool HasConnected() const { return _connected; }
   bool IsListening() const { return _registered; }
-  // When its last request came; when it was accepted, before the first.
-  std::chrono::steady_clock::time_point GetLastRequest() const { return _lastRequest; }
+  // Since its last request; since it was accepted, before the first. Any thread.
+  std::chrono::milliseconds GetIdleTime() const;
   Holder GetHolder() const;
   // Ends the message loop. Any thread; the connection may be gone when it returns.
   void Stop();
@@ -128,7 +128,7 @@ class LIBCONFIG_API NetworkTCPConnection : public NetworkConnection, public Miss
   bool _listening = false;               // this is among the store's listeners
   std::atomic<bool> _registered{false};  // changes are forwarded
   std::atomic<bool> _connected{false};
-  std::atomic<std::chrono::steady_clock::time_point> _lastRequest{std::chrono::steady_clock::now()};
+  std::atomic<uint32_t> _lastRequest;  // in coarse milliseconds
 };
 
 }  // namespace qel::vorlane::config::access

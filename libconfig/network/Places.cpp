@@ -85,17 +85,16 @@ bool Places::MakeRoom(const Holder* newcomer, bool amongOthers, std::size_t shar
   std::map<Holder, std::size_t> counts;
   for (const Place& place : _places) ++counts[place.holder];
   const std::size_t mine = newcomer == nullptr ? 0 : ++counts[*newcomer];
-  const auto idleSince =
-      std::chrono::steady_clock::now() - std::chrono::milliseconds(limits::kIdlePeerMs);
+  const std::chrono::milliseconds idleTime(limits::kIdlePeerMs);
   const auto rank = [&](const Place& place) {
     const NetworkTCPConnection& peer = *place.peer;
     const std::size_t count = counts[place.holder];
-    const bool isIdle = !peer.HasConnected() || peer.GetLastRequest() < idleSince;
+    const bool isIdle = !peer.HasConnected() || peer.GetIdleTime() > idleTime;
     const bool isMine = newcomer != nullptr && place.holder == *newcomer;
     const bool givesWay = isIdle ? count >= mine : !isMine && count > share;
     const bool isSpared = amongOthers && place.holder.IsOwn();
     return std::make_tuple(isSpared || !givesWay, !isIdle, SIZE_MAX - count, peer.HasConnected(),
-                           peer.IsListening(), peer.GetLastRequest());
+                           peer.IsListening(), -peer.GetIdleTime());
   };
   const auto victim = std::min_element(
       _places.begin(), _places.end(),
