@@ -25,7 +25,7 @@ timespec SetBack(const timespec& end) {
   ::clock_gettime(CLOCK_REALTIME, &now);
   const bool isLong =
       end.tv_sec - now.tv_sec > 1 ||
-      (end.tv_sec - now.tv_sec) * 1000000000 + end.tv_nsec - now.tv_nsec > 200000000;
+      (end.tv_sec - now.tv_sec) * 1000000000LL + end.tv_nsec - now.tv_nsec > 200000000;
   return {end.tv_sec + (isLong ? g_secondsSetBack.load() : 0), end.tv_nsec};
 }
 
